@@ -1,0 +1,49 @@
+// A JSON object: a message's payload being read, or parameters being gathered for a write. Owns its json-c object.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct json_object;
+
+class Json {
+  public:
+    // An empty object.
+    static Json object();
+    // A payload. Text that is missing, does not parse, is nested too deep or is no object gives a Json that is not valid
+    // and has no keys.
+    static Json parse(const char* text);
+
+    Json(Json&& other) noexcept;
+    Json& operator=(Json&& other) noexcept;
+    Json(const Json&) = delete;
+    Json& operator=(const Json&) = delete;
+    ~Json();
+
+    bool valid() const { return object_ != nullptr; }
+
+    // Reading. Conversions are json-c's own: a number given as text reads as that number. A key that is missing, null, or
+    // holds an object or array reads as missing. A text ends at an embedded NUL.
+    bool has(const char* key) const;
+    std::optional<std::string> text(const char* key) const;
+    std::string textOr(const char* key, std::string_view missing) const;
+    int32_t integer(const char* key, int32_t missing = 0) const;
+    bool flag(const char* key) const;
+
+    // Gathering.
+    void set(const char* key, std::string_view value);
+    void set(const char* key, const char* value) { set(key, std::string_view(value)); }
+    void set(const char* key, int32_t value);
+    void set(const char* key, bool value);
+    // Copies a value of another object unchanged, whatever its type; nothing when it has none.
+    void copy(const char* key, const Json& from, const char* fromKey);
+    std::string toText() const;
+
+  private:
+    explicit Json(json_object* object) : object_(object) {}
+    json_object* scalar(const char* key) const;
+
+    json_object* object_;
+};

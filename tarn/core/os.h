@@ -1,0 +1,43 @@
+// The operating system as the daemon uses it. Everything that runs a command, touches a file, signals a process, sleeps
+// or starts a thread goes through here, so that a test can record it and own the clock.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace os {
+
+// What system() returns for the command text, unchanged.
+int runCommand(const std::string& command);
+// First line of a command's output, at most `limit` characters, without its newline; nothing when there is none.
+std::optional<std::string> firstLineOf(const std::string& command, size_t limit);
+
+// One line to the system log, or to standard output (newline included), written at once.
+void systemLog(int priority, const std::string& text);
+void standardOutput(const std::string& text);
+
+// Whole content of a file, at most `limit` bytes; nothing when it cannot be opened.
+std::optional<std::string> readFile(const std::string& path, size_t limit);
+// Creates or truncates a file and writes `text`; false when it cannot be opened or written.
+bool writeFile(const std::string& path, std::string_view text);
+
+// 0, or -1 with errno set. The daemon's own process and process 1 are the caller's business.
+int signalProcess(pid_t process, int signal);
+pid_t ownProcess();
+
+void sleepMs(uint32_t milliseconds);
+// Seconds since boot; nothing when the system does not say.
+std::optional<uint32_t> uptimeSeconds();
+// Seconds since the epoch.
+int64_t now();
+// Kernel release, as uname says.
+std::string kernelRelease();
+
+// Runs `body(argument)` on a detached thread of its own; false when none could be created.
+bool startThread(void (*body)(void*), void* argument);
+
+}  // namespace os

@@ -1,0 +1,33 @@
+// The framework API of vcfg/include over a store in this process: what the unit tests link in place of libvcfg. This
+// header is the tests' grip on it.
+#pragma once
+
+#include <vcfg/vcfg.h>
+
+#include <string>
+#include <vector>
+
+namespace inproc {
+
+// An empty model; forgets all faults, messages, log lines and counts.
+void reset();
+
+// The model by path. `set` makes the instances that are missing on the way. Empty result for a path that does not exist.
+std::string set(const std::string& path, const std::string& value);  // why it was refused, or empty
+std::string get(const std::string& path);
+bool exists(const std::string& path);
+std::vector<std::string> instancesOf(const std::string& tablePath);  // "IP.Interface.1.IPv4Address" -> full paths
+
+enum class Operation { Get, Next, Set, SetNoApply, SetAndWait, Add, Delete, Write };
+// The next `times` operations of that kind on the object pattern ("IP.Interface.{i}") answer `code` and do nothing.
+void fail(Operation operation, const std::string& pattern, int times = 1, int code = VCFG_ERR_FAIL);
+// The next read of that object succeeds with a null record.
+void nullRecord(const std::string& pattern);
+
+// One line per write that reached the store, in order: "set IP.Interface.1", "publish ...", "setAndWait ...", "add ...",
+// "delete ...", "write ... {json}".
+std::vector<std::string> writes();
+// Number of front-end calls since reset: what would be bus round trips.
+unsigned calls();
+
+}  // namespace inproc

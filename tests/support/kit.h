@@ -1,0 +1,98 @@
+// A gateway for one test: the daemon's own code over a store in the process, with bus, clock and shell recorded.
+//
+//   Gateway gw;
+//   gw.set("IP.Interface.1.Status", "Up");
+//   gw.receive(VCFG_MSG_DHCPC_BOUND, R"({"addressAssigned":true, ...})");
+//   EXPECT_EQ(gw.get("DHCPv4.Client.1.DHCPStatus"), "Bound");
+#pragma once
+
+#include <gtest/gtest.h>
+#include <vcfg/vcfg.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inproc_fe.h"
+
+// A message that the daemon sent: a reply, or a request to another endpoint.
+struct SentMessage {
+    uint32_t type;
+    uint8_t dstEid;
+    uint32_t requestId;
+    uint32_t statCode;
+    uint16_t length;
+    objIndex objIid;
+    std::string payload;  // all bytes
+};
+
+struct LogLine {
+    std::string channel;  // "vlog", "syslog", "stdout"
+    int level;            // vlog level or syslog priority; 0 for stdout
+    std::string source;   // vlog only
+    std::string text;     // without a newline at its end
+};
+
+struct Sender {
+    uint8_t eid = VCFG_EID_VHTTPD;
+    uint32_t requestId = 77;
+};
+
+class Gateway {
+  public:
+    Gateway();   // a fresh world: empty model, no WAN link table, nothing pending, clock at 0
+    ~Gateway();
+    Gateway(const Gateway&) = delete;
+    Gateway& operator=(const Gateway&) = delete;
+
+    // --- the data model ---
+    void set(const std::string& path, const std::string& value);  // makes missing instances; a refused value fails the test
+    void add(const std::string& instancePath);                    // e.g. "IP.Interface.1.IPv4Address.1", defaults inside
+    std::string get(const std::string& path) const { return inproc::get(path); }
+    bool exists(const std::string& path) const { return inproc::exists(path); }
+
+    // --- what happens to the daemon ---
+    // One message through processRequest(), as a bus thread would take it.
+    void receive(uint32_t type, const std::string& payload, Sender from = {}, objIndex iid = {});
+    void receiveEmpty(uint32_t type, Sender from = {}, objIndex iid = {});       // length 0
+    void receiveBytes(uint32_t type, const std::string& bytes, Sender from = {}, objIndex iid = {});  // as they are
+    void kernelDatagram(const std::string& bytes);  // one datagram through processKernelMonitor()
+    void advance(uint32_t milliseconds);            // moves the clock
+    void runThreads();                              // runs what startThread() was given, in order, to its end
+
+    // --- the world around it ---
+    void file(const std::string& path, const std::string& content);       // exists, with that content
+    std::optional<std::string> fileContent(const std::string& path) const; // what is in it now
+    void unwritable(const std::string& path);
+    void commandResult(const std::string& command, int result);           // of system(); 0 is the default
+    void commandTakes(const std::string& command, uint32_t milliseconds); // of the test's clock
+    void commandOutput(const std::string& command, const std::string& firstLine);
+    void endpointAnswers(uint8_t eid, int code);   // what a request to it returns; 1 (delivered) is the default
+    void refuseThreads(bool refuse = true);
+    void process(pid_t pid, bool alive = true);    // alive processes take signals
+    void refuseWrite(inproc::Operation operation, const std::string& pattern, int times = 1) {
+        inproc::fail(operation, pattern, times);
+    }
+
+    // --- what the daemon did ---
+    std::vector<SentMessage> replies() const;      // through tarnReqMsgReply
+    std::vector<SentMessage> requests() const;     // through vcfg_msg_sendAndGetReply
+    std::vector<std::string> commands() const;     // shell commands, in order
+    std::vector<std::pair<pid_t, int>> signals() const;
+    std::vector<uint32_t> sleeps() const;          // pauses asked for, milliseconds
+    std::vector<std::string> mails() const;        // requests to voUtilMailSend
+    void mailResult(int code);
+    std::vector<LogLine> log() const;
+    std::vector<std::string> writes() const { return inproc::writes(); }
+    void forget();                                 // empties all of these records
+
+    bool logged(const std::string& channel, const std::string& text) const;             // a line equal to it
+    bool logged(const std::string& channel, int level, const std::string& text) const;
+    bool loggedContaining(const std::string& part) const;
+};
+
+#define EXPECT_NO_REPLY(gw) EXPECT_TRUE((gw).replies().empty())
+// A reply of `type` went to that requester; the record of replies is consumed up to it.
+void expectReply(const Gateway& gw, uint32_t type, Sender to = {});

@@ -1,0 +1,40 @@
+// The receiving side of one endpoint. vcfg_msg_serverRecv and vcfg_msg_serverSend stand on it, and so does vcmd, which
+// has its own event loop.
+#pragma once
+
+#include <vcfg/msg.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+namespace vcfg::bus {
+
+struct FreeMessage {
+    void operator()(vcfg_msg_t* message) const { free(message); }
+};
+using MessagePtr = std::unique_ptr<vcfg_msg_t, FreeMessage>;
+
+// Names the connection that a message came by, for as long as the server lives; 0 is none. Never used twice.
+using ConnectionId = uint64_t;
+
+class Server {
+  public:
+    // Opens `<run dir>/eid-<eid>`; takes the endpoint over from a process that serves it. Null with *code set.
+    static std::unique_ptr<Server> open(uint8_t eid, int* code);
+    virtual ~Server() = default;
+
+    // Readable when receive() has something to do; for poll and epoll.
+    virtual int pollFd() const = 0;
+    // The next message, without blocking; null when there is none now. Connections are accepted, checked and closed, and
+    // bad packets refused and logged, inside. `from` (may be null) names the connection.
+    virtual MessagePtr receive(ConnectionId* from) = 0;
+    // Answers on that connection, without blocking: VCFG_ERR_NO_PEER when it is gone, VCFG_ERR_FULL when its owner does
+    // not read. After either the connection is closed.
+    virtual int answer(ConnectionId to, const vcfg_msg_t& message) = 0;
+    // The connection that a requester waits on, by what its request said; 0 when there is none.
+    virtual ConnectionId requester(uint8_t srcEid, uint32_t requestId) const = 0;
+    virtual void close(ConnectionId connection) = 0;
+};
+
+}  // namespace vcfg::bus

@@ -1,0 +1,41 @@
+/* A text field of a record: at most N characters and a NUL, the same bytes that C sees as char[N+1]. */
+#ifndef VCFG_TEXT_H
+#define VCFG_TEXT_H
+#ifdef __cplusplus
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace vcfg {
+
+template <size_t N> struct Text {
+    char bytes[N + 1];
+
+    static constexpr size_t capacity = N;
+
+    /* Cuts what is too long; the rest of the field is cleared, so that equal texts are equal bytes. */
+    Text& operator=(std::string_view text) {
+        const size_t length = text.size() < N ? text.size() : N;
+        std::memmove(bytes, text.data(), length);
+        std::memset(bytes + length, 0, N + 1 - length);
+        return *this;
+    }
+    Text& operator=(const char* text) { return *this = std::string_view(text != nullptr ? text : ""); }
+
+    size_t size() const { return strnlen(bytes, N); }
+    std::string_view view() const { return {bytes, size()}; }
+    operator std::string_view() const { return view(); }
+    const char* c_str() const { return bytes; }
+
+    bool empty() const { return bytes[0] == '\0'; }
+    bool startsWith(std::string_view text) const { return view().substr(0, text.size()) == text; }
+    bool contains(std::string_view text) const { return view().find(text) != std::string_view::npos; }
+
+    friend bool operator==(const Text& left, std::string_view right) { return left.view() == right; }
+};
+
+}  // namespace vcfg
+
+#endif
+#endif

@@ -1,0 +1,67 @@
+// The data model as data: every object with its path, size and parameters. For the store, vcmd and vcfgctl.
+#pragma once
+
+#include <vcfg/rdm.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vcfg::model {
+
+enum class Kind : uint8_t { Bool, Int, Uint, Long, Ulong, Text, Enum, Ipv4, Ipv6, Ip, Ipv6Prefix, Mac, Time };
+enum class Access : uint8_t { RO, RW };
+
+struct Parameter {
+    const char* name;
+    Kind kind;
+    Access access;
+    uint16_t size;        // bytes in the record; a text's includes its NUL
+    uint32_t offset;      // in the record
+    const char* dflt;     // value of a new instance, as text
+    const char* values;   // comma-separated, for Enum; else empty
+    uint32_t countedOid;  // for "<Table>NumberOfEntries": the child table it counts; else RDM_OID_NONE
+
+    bool isText() const { return kind >= Kind::Text; }
+};
+
+struct Object {
+    uint32_t oid;
+    const char* name;     // the record type
+    const char* pattern;  // "IP.Interface.{i}.IPv4Address.{i}"
+    uint32_t size;        // of the record
+    uint8_t depth;        // instance numbers in a full path
+    bool isTable;         // the path ends in {i}
+    std::span<const Parameter> parameters;
+};
+
+// All objects, by ascending oid; oid n stands at n - 1.
+std::span<const Object> objects();
+// Null for an oid that the model does not have.
+const Object* find(uint32_t oid);
+const Parameter* find(const Object& object, std::string_view parameter);
+
+// "IP.Interface.3.IPv4Address.1": the pattern with its first `iid.level` places filled in.
+std::string path(const Object& object, const objIndex& iid);
+
+struct Resolved {
+    const Object* object;
+    objIndex iid;
+    std::string_view rest;  // what follows the object's path: a parameter name, or empty
+};
+// The object and instance that a path names, instance numbers complete (1..255), with or without a parameter behind.
+std::optional<Resolved> resolve(std::string_view path);
+
+// A zeroed record with the defaults of a new instance, written to `record` (object.size bytes).
+void setDefaults(const Object& object, void* record);
+
+// One value as text ("true", "-1", "Up"), and back. Setting checks kind, range, length, values and form; on failure the
+// record is untouched and `why` (may be null) says what would be accepted.
+std::string valueText(const Parameter& parameter, const void* record);
+bool setValue(const Parameter& parameter, void* record, std::string_view text, std::string* why);
+// Checks one value of a record that came from outside: terminated text, boolean 0 or 1, value, form.
+bool checkValue(const Parameter& parameter, const void* record, std::string* why);
+
+}  // namespace vcfg::model
