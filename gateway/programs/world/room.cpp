@@ -1,0 +1,137 @@
+#include "room.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+
+#include "steps.h"
+
+namespace {
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
+bool isNumber(const char* text) {
+    return *text != '\0' && strspn(text, "0123456789") == strlen(text);
+}
+
+// The host's root below, the room's own tree over it, and a tmpfs that takes whatever is written.
+void layRoot(const Room& room, const std::string& place) {
+    makeDirectories(place);
+    mountOn("room", place, "tmpfs", MS_NOSUID, "mode=755");
+    must(chdir(place.c_str()), "cannot enter " + place);
+    for (const char* part : {"layer", "upper", "work", "root"}) {
+        makeDirectories(part);
+    }
+    if (!room.layer.empty()) {
+        bindOn(room.layer, "layer");
+    }
+    // Relative names: the option text has no way to write a path that holds ':' or ','.
+    mountOn("room", "root", "overlay", 0, "lowerdir=layer:/,upperdir=upper,workdir=work");
+}
+
+void bindDevices() {
+    mountOn("dev", "root/dev", "tmpfs", MS_NOSUID, "mode=755");
+    for (const char* node : {"null", "zero", "full", "random", "urandom", "tty", "net/tun"}) {
+        const std::string inside = std::string("root/dev/") + node;
+        if (access((std::string("/dev/") + node).c_str(), F_OK) == 0) {
+            makeDirectories(inside.substr(0, inside.rfind('/')));
+            writeText(inside, "");
+            bindOn(std::string("/dev/") + node, inside);
+        }
+    }
+    makeDirectories("root/dev/pts");
+    mountOn("devpts", "root/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=620");
+    must(symlink("pts/ptmx", "root/dev/ptmx"), "cannot create /dev/ptmx");
+    must(symlink("/proc/self/fd", "root/dev/fd"), "cannot create /dev/fd");
+    makeDirectories("root/dev/shm");
+    mountOn("shm", "root/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777");
+}
+
+// Copies the small files of a tree, so that they are real, writable files in the other one.
+void copyTree(const std::string& from, const std::string& to) {
+    const Directory entries(opendir(from.c_str()));
+    if (entries == nullptr) {
+        return;
+    }
+    makeDirectories(to);
+    while (const dirent* entry = readdir(entries.get())) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == ".." || name == ".gitkeep") {
+            continue;
+        }
+        if (entry->d_type == DT_DIR) {
+            copyTree(from + "/" + name, to + "/" + name);
+            continue;
+        }
+        char content[4096];
+        const int file = open((from + "/" + name).c_str(), O_RDONLY | O_CLOEXEC);
+        const ssize_t size = file < 0 ? -1 : read(file, content, sizeof content);
+        if (file >= 0) {
+            close(file);
+        }
+        must(size, "cannot read " + from + "/" + name);
+        writeText(to + "/" + name, std::string(content, static_cast<size_t>(size)));
+    }
+}
+
+// The kernel's procfs takes no new folders. So /proc is a tmpfs that shows everything of a procfs mounted beside it but
+// the processes, and the platform's own files of the layer. Programs that want processes there run through gw-procfs.
+void layProc() {
+    makeDirectories("root/.proc");
+    mountOn("proc", "root/.proc", "proc", MS_NOSUID | MS_NOEXEC | MS_NODEV, nullptr);
+    mountOn("proc", "root/proc", "tmpfs", MS_NOSUID | MS_NOEXEC | MS_NODEV, "mode=755");
+    const Directory entries(opendir("root/.proc"));
+    if (entries == nullptr) {
+        fail("cannot read procfs");
+    }
+    while (const dirent* entry = readdir(entries.get())) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == ".." || isNumber(entry->d_name)) {
+            continue;
+        }
+        if (entry->d_type == DT_DIR) {
+            makeDirectories("root/proc/" + name);
+            bindOn("root/.proc/" + name, "root/proc/" + name);
+        } else {
+            must(symlink(("/.proc/" + name).c_str(), ("root/proc/" + name).c_str()), "cannot create /proc/" + name);
+        }
+    }
+    copyTree("layer/proc", "root/proc");
+}
+
+void layScratch() {
+    for (const char* place : {"root/run", "root/tmp"}) {
+        makeDirectories(place);
+        mountOn("scratch", place, "tmpfs", MS_NOSUID | MS_NODEV,
+                strcmp(place, "root/tmp") == 0 ? "mode=1777" : "mode=755");
+    }
+    makeDirectories("root/run/gateway");
+    makeDirectories("root/sys");
+    mountOn("sysfs", "root/sys", "sysfs", MS_NOSUID | MS_NOEXEC | MS_NODEV, nullptr);
+}
+
+}  // namespace
+
+void enterRoom(const Room& room, const std::string& place) {
+    layRoot(room, place);
+    for (const auto& [source, inside] : room.binds) {
+        makeDirectories("root" + inside);
+        bindOn(source, "root" + inside);
+    }
+    bindDevices();
+    layProc();
+    layScratch();
+    must(chdir("root"), "cannot enter the new root");
+    must(syscall(SYS_pivot_root, ".", "."), "cannot change the root");
+    must(umount2(".", MNT_DETACH), "cannot leave the old root");
+    must(chdir("/"), "cannot enter the new root");
+}
