@@ -5,10 +5,12 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 
 #include "steps.h"
 
@@ -23,19 +25,35 @@ bool isNumber(const char* text) {
     return *text != '\0' && strspn(text, "0123456789") == strlen(text);
 }
 
-// The host's root below, the room's own tree over it, and a tmpfs that takes whatever is written.
+// Copies a tree with all its links and modes.
+void copyTree(const std::string& from, const std::string& to) {
+    const std::string content = from + "/.";
+    const pid_t child = fork();
+    must(child, "cannot fork");
+    if (child == 0) {
+        execlp("cp", "cp", "-a", content.c_str(), to.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) < 0 || status != 0) {
+        throw std::runtime_error("cannot copy " + from);
+    }
+}
+
+// The host's root below, and over it a tmpfs that holds the room's own tree and takes whatever is written. (The tree is
+// copied: an overlay refuses a layer that lies inside another one.)
 void layRoot(const Room& room, const std::string& place) {
     makeDirectories(place);
     mountOn("room", place, "tmpfs", MS_NOSUID, "mode=755");
     must(chdir(place.c_str()), "cannot enter " + place);
-    for (const char* part : {"layer", "upper", "work", "root"}) {
+    for (const char* part : {"files", "upper", "work", "root"}) {
         makeDirectories(part);
     }
     if (!room.layer.empty()) {
-        bindOn(room.layer, "layer");
+        copyTree(room.layer, "upper");
     }
     // Relative names: the option text has no way to write a path that holds ':' or ','.
-    mountOn("room", "root", "overlay", 0, "lowerdir=layer:/,upperdir=upper,workdir=work");
+    mountOn("room", "root", "overlay", 0, "lowerdir=/,upperdir=upper,workdir=work");
 }
 
 void bindDevices() {
@@ -56,30 +74,43 @@ void bindDevices() {
     mountOn("shm", "root/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777");
 }
 
-// Copies the small files of a tree, so that they are real, writable files in the other one.
-void copyTree(const std::string& from, const std::string& to) {
+std::string smallFile(const std::string& path) {
+    char content[4096];
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t size = file < 0 ? -1 : read(file, content, sizeof content);
+    if (file >= 0) {
+        close(file);
+    }
+    must(size, "cannot read " + path);
+    return {content, static_cast<size_t>(size)};
+}
+
+// The platform's own files below /proc are small files that can be written. Where the kernel has one of that name, the
+// platform's lies over it, so that the gateway does not reach into the machine it runs on.
+void layPlatformFiles(const std::string& from, const std::string& inside) {
     const Directory entries(opendir(from.c_str()));
     if (entries == nullptr) {
         return;
     }
-    makeDirectories(to);
     while (const dirent* entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
-        if (name == "." || name == ".." || name == ".gitkeep") {
+        if (name == "." || name == "..") {
             continue;
         }
+        const std::string place = inside + "/" + name;
+        const bool ofKernel = access(("root" + place).c_str(), F_OK) == 0;
         if (entry->d_type == DT_DIR) {
-            copyTree(from + "/" + name, to + "/" + name);
-            continue;
+            if (!ofKernel) {
+                makeDirectories("root" + place);
+            }
+            layPlatformFiles(from + "/" + name, place);
+        } else if (!ofKernel) {
+            writeText("root" + place, smallFile(from + "/" + name));
+        } else {
+            const std::string copy = "files/" + name;
+            writeText(copy, smallFile(from + "/" + name));
+            bindOn(copy, "root" + place);
         }
-        char content[4096];
-        const int file = open((from + "/" + name).c_str(), O_RDONLY | O_CLOEXEC);
-        const ssize_t size = file < 0 ? -1 : read(file, content, sizeof content);
-        if (file >= 0) {
-            close(file);
-        }
-        must(size, "cannot read " + from + "/" + name);
-        writeText(to + "/" + name, std::string(content, static_cast<size_t>(size)));
     }
 }
 
@@ -105,7 +136,7 @@ void layProc() {
             must(symlink(("/.proc/" + name).c_str(), ("root/proc/" + name).c_str()), "cannot create /proc/" + name);
         }
     }
-    copyTree("layer/proc", "root/proc");
+    layPlatformFiles("upper/proc", "/proc");
 }
 
 void layScratch() {

@@ -1,0 +1,90 @@
+"""Booting a gateway and ending it."""
+import json
+import os
+import shutil
+import signal
+import subprocess
+
+from . import isp, logs, net, services
+from .errors import GatewayError
+from .state import REPOSITORY, ROOMS
+from .waiting import until
+
+DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
+START_UP_SECONDS = 30
+FINISHED = "System: System init finished"
+
+
+def up(state, config=None, fresh=False, say=print):
+    if state.world() is not None:
+        raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
+    state.prepare(fresh or config is not None)
+    if config is not None or not state.model.exists():
+        _install_model(state, config or DEFAULTS)
+    try:
+        _build_world(state)
+        net.lay_cables(state)
+        isp.start(state)
+        services.start_logd(state)
+        services.start_vcmd(state)
+        services.start_tarn(state)
+        _await_completion(state)
+        services.start_dhcpc(state)
+    except BaseException:
+        down(state)
+        raise
+    say(f"the gateway runs (state in {state.directory})")
+
+
+def down(state):
+    """Ends the world's first process, and with it everything inside. True when there was one."""
+    world = state.world()
+    if world is not None:
+        os.kill(world, signal.SIGKILL)
+        if not until(lambda: state.world() is None, 10):
+            raise GatewayError(f"process {world} does not end")
+    state.forget_processes()
+    shutil.rmtree(state.directory / "rooms", ignore_errors=True)
+    return world is not None
+
+
+def _install_model(state, source):
+    try:
+        with open(source, encoding="utf-8") as file:
+            model = json.load(file)
+    except (OSError, ValueError) as problem:
+        raise GatewayError(f"{source} is no configuration: {problem}") from None
+    if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
+        raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
+    state.model.write_text(json.dumps(model), encoding="utf-8")
+
+
+def _build_world(state):
+    programs = state.build / "bin"
+    for name in ("tarn", "vcmd", "vcfgctl"):
+        if not (programs / name).exists():
+            raise GatewayError(f"{programs / name} is not built; script/build release builds it")
+    words = [state.program("gw-world"), state.directory]
+    for room in ROOMS:
+        words += ["--room", room]
+        if room == "gateway":
+            words += ["--layer", state.build / "gateway" / "root", "--bind", programs, "/usr/lib/tarn/bin",
+                      "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
+        if room == "isp":
+            words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
+    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise GatewayError("; ".join(done.stderr.strip().splitlines()) or "the world could not be built")
+
+
+def _await_completion(state):
+    if not until(lambda: any(line["text"] == FINISHED for line in logs.lines(state)), START_UP_SECONDS):
+        raise GatewayError(f'start-up did not complete in {START_UP_SECONDS} s: no "{FINISHED}" in the log')
+
+
+def status(state):
+    """{service: [numbers inside]} of a running gateway."""
+    from .state import inside_number
+    state.room("gateway")
+    return {name: [inside_number(number) for number in services.running(state, program)]
+            for name, program in services.PROGRAMS.items()}

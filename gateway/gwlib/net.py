@@ -1,0 +1,29 @@
+"""The cables: the gateway's WAN port to the ISP, its LAN bridge to a LAN."""
+from . import inside
+
+WAN = "eth0.5"
+LAN = "eth0.1"
+BRIDGE = "br0"
+LAN_ADDRESS = "192.168.1.1/24"
+
+
+def lay_cables(state):
+    gateway = state.room("gateway")
+    _cable(state, "isp", "wan0", gateway, WAN)
+    _cable(state, "lan", "lan0", gateway, LAN)
+    inside.must(state, "ip", "-batch", "-", text="\n".join((
+        f"link add {BRIDGE} type bridge",
+        f"link set {LAN} master {BRIDGE} up",
+        f"link set {BRIDGE} up",
+        f"addr add {LAN_ADDRESS} dev {BRIDGE}",
+        f"link set {WAN} up",
+    )))
+    inside.must(state, "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward")
+
+
+def _cable(state, room, far, gateway, near):
+    """One pair of ends: `far` in the room, `near` in the gateway."""
+    inside.must(state, "ip", "link", "add", far, "type", "veth", "peer", "name", near, room=room)
+    # The process number is the host's, so the end is handed over from outside the room's PID namespace.
+    inside.hand_over(state, room, near, gateway)
+    inside.must(state, "ip", "link", "set", far, "up", room=room)
