@@ -34,7 +34,9 @@ std::optional<uint8_t> instance(std::string_view table, std::string_view text);
 
 // Instance-id records.
 objIndex instanceId(std::initializer_list<uint8_t> numbers);
-inline objIndex noInstance() { return {}; }
+inline objIndex noInstance() {
+    return {};
+}
 inline bool operator==(const objIndex& left, const objIndex& right) {
     if (left.level != right.level) {
         return false;
