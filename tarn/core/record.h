@@ -178,6 +178,18 @@ auto children(const objIndex& parent, const char* file = __builtin_FILE(), int l
     return Walk<T, Next>(Next{parent, {file, line}});
 }
 
+// The walk as a call, for those who need the code with which it ended.
+template <class T, class Visit>
+int forEachInstance(const Visit& visit, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    const record_detail::NextInstance<T> next{record_detail::Read::Refreshed, {file, line}};
+    Record<T> record = next(objIndex{});
+    while (record) {
+        visit(record);
+        record = next(record.iid());
+    }
+    return record.code();
+}
+
 template <class T, class Matches>
 Record<T> findInstance(const Matches& matches, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     return record_detail::findFirst<T>(record_detail::NextInstance<T>{record_detail::Read::Refreshed, {file, line}},

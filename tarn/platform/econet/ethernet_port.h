@@ -5,17 +5,19 @@
 #include <vcfg/rdm.h>
 
 #include <cstdint>
+#include <string_view>
 
 // A port event: publishes the port's status; a port that went down leaves its interface group, and IGMP snooping is
-// told.
+// told. `event` may be null. Always 0.
 int32_t updateLanLinkStatus(const char* event);
 // Publishes the port's status only.
 void updateETHWANStatus(const char* event);
 
-void setEthIntfInfo(const char* name, const char* status, const char* speed, const char* duplex);
-int32_t removeIfaceGroup(const char* name);
-// 0 or the data model's code, -1 when the kernel's file cannot be written.
-int32_t igmpsnoopingEthPortStat(const char* name);
+void setEthIntfInfo(std::string_view name, std::string_view status, std::string_view speed, std::string_view duplex);
+// Always 0.
+int32_t removeIfaceGroup(std::string_view name);
+// The data model's last code, or -1 when the kernel's file cannot be written.
+int32_t igmpsnoopingEthPortStat(std::string_view name);
 
 // The Ethernet WAN port came up: 1 when the WAN was Ethernet's already, 0 when DSL was shut down for it just now.
 uint8_t handleWANAutoDetectETH();
