@@ -13,7 +13,8 @@ constexpr Sender kHttpd{VCFG_EID_VHTTPD, 4242};
 
 std::string lease(const std::string& more = "") {
     return std::string(R"({"addressAssigned":true,"pidfile":")") + kPid +
-           R"(","ip":"192.0.2.10","subnet":"255.255.255.0","router":"192.0.2.1","dns":"192.0.2.53 192.0.2.54")" + more + "}";
+           R"(","ip":"192.0.2.10","subnet":"255.255.255.0","router":"192.0.2.1","dns":"192.0.2.53 192.0.2.54")" + more +
+           "}";
 }
 
 class DhcpBase : public testing::Test {
@@ -91,15 +92,17 @@ TEST_F(DhcpLease, BothLeaseTypesMeanBound) {
 }
 
 TEST_F(DhcpLease, OneDnsServerStaysAsItIs) {
-    gw.receive(VCFG_MSG_DHCPC_OPTION,
-               std::string(R"({"addressAssigned":true,"ip":"192.0.2.10","dns":"192.0.2.53","pidfile":")") + kPid + "\"}");
+    gw.receive(
+        VCFG_MSG_DHCPC_OPTION,
+        std::string(R"({"addressAssigned":true,"ip":"192.0.2.10","dns":"192.0.2.53","pidfile":")") + kPid + "\"}");
     EXPECT_EQ(client("DNSServers"), "192.0.2.53");
 }
 
 TEST_F(DhcpLease, ThirdDnsServerIsNotTaken) {
-    gw.receive(VCFG_MSG_DHCPC_OPTION,
-               std::string(R"({"addressAssigned":true,"ip":"192.0.2.10","dns":"192.0.2.1 192.0.2.2 192.0.2.3","pidfile":")") +
-                   kPid + "\"}");
+    gw.receive(
+        VCFG_MSG_DHCPC_OPTION,
+        std::string(R"({"addressAssigned":true,"ip":"192.0.2.10","dns":"192.0.2.1 192.0.2.2 192.0.2.3","pidfile":")") +
+            kPid + "\"}");
     EXPECT_EQ(client("DNSServers"), "192.0.2.1,192.0.2.2");
 }
 
@@ -360,7 +363,8 @@ TEST_F(DhcpAnswer, RequestIsAnsweredOnce) {
 }
 
 TEST_F(Dhcp6rd, AssignedParametersReachTheInterface) {
-    bound(R"(,"lease":3600,"v6rdAssigned":true,"v4MaskLen":8,"v6PrefixLen":32,"v6Prefix":"2001:db8::","brAddr":"192.0.2.7")");
+    bound(
+        R"(,"lease":3600,"v6rdAssigned":true,"v4MaskLen":8,"v6PrefixLen":32,"v6Prefix":"2001:db8::","brAddr":"192.0.2.7")");
     EXPECT_EQ(interface("X_VORAN_6RD_LeaseTime"), "3600");
     EXPECT_EQ(interface("X_VORAN_6RD_Assigned"), "true");
     EXPECT_EQ(interface("X_VORAN_IPv4MaskLength"), "8");
@@ -451,7 +455,8 @@ TEST_F(Dhcp6rd, WrongTypesAreRefusedWhole) {
 
 TEST_F(DhcpBadInput, AddressThatIsNoneIsRefusedByTheModelAndLogged) {
     gw.receive(VCFG_MSG_DHCPC_OPTION,
-               std::string(R"({"addressAssigned":true,"ip":"192.0.2.999","subnet":"255.255.255.0","pidfile":")") + kPid + "\"}");
+               std::string(R"({"addressAssigned":true,"ip":"192.0.2.999","subnet":"255.255.255.0","pidfile":")") +
+                   kPid + "\"}");
     EXPECT_EQ(client("IPAddress"), "");
     EXPECT_EQ(client("DHCPStatus"), "");
     EXPECT_EQ(address("IPAddress"), "");
@@ -474,13 +479,13 @@ TEST_P(DhcpHostilePayload, ChangesNothing) {
     EXPECT_TRUE(gw.commands().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Payloads, DhcpHostilePayload,
-    testing::Values("not json", "[]", "5", "\"text\"", "{", "null", std::string("\0", 1), std::string("{}\0{}", 5), "{}",
-                    R"({"addressAssigned":true})", R"({"addressAssigned":true,"pidfile":null})",
-                    R"({"addressAssigned":true,"pidfile":{"a":1}})", R"({"addressAssigned":true,"pidfile":""})",
-                    std::string(10000, '['), std::string(10000, '{'),
-                    "{\"pidfile\":\"" + std::string(60000, 'x') + "\"}"));
+INSTANTIATE_TEST_SUITE_P(Payloads, DhcpHostilePayload,
+                         testing::Values("not json", "[]", "5", "\"text\"", "{", "null", std::string("\0", 1),
+                                         std::string("{}\0{}", 5), "{}", R"({"addressAssigned":true})",
+                                         R"({"addressAssigned":true,"pidfile":null})",
+                                         R"({"addressAssigned":true,"pidfile":{"a":1}})",
+                                         R"({"addressAssigned":true,"pidfile":""})", std::string(10000, '['),
+                                         std::string(10000, '{'), "{\"pidfile\":\"" + std::string(60000, 'x') + "\"}"));
 
 TEST_F(DhcpBadInput, PayloadThatIsNoObjectGivesOneLine) {
     gw.receive(VCFG_MSG_DHCPC_OPTION, "not json");
@@ -494,7 +499,8 @@ TEST_F(DhcpBadInput, MissingPayloadSkipsTheHandler) {
 }
 
 TEST_F(DhcpBadInput, InterfacePathWithABadNumberIsNotActivated) {
-    for (const char* path : {"IP.Interface.0", "IP.Interface.256", "IP.Interface.-1", "IP.Interface.99999999999", "x"}) {
+    for (const char* path :
+         {"IP.Interface.0", "IP.Interface.256", "IP.Interface.-1", "IP.Interface.99999999999", "x"}) {
         gw.set("DHCPv4.Client.2.Interface", path);
         gw.forget();
         bound();
