@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "connection/ip_interface.h"
 #include "connection/ipv4_address.h"
 #include "connection/option121.h"
 #include "connection/pending_request.h"
@@ -109,13 +110,6 @@ int configureAddress(const objIndex& ipInterface, const Json& event) {
     return VCFG_OK;
 }
 
-void answerWaiting(const char* outcome, uint8_t clientInstance) {
-    if (const auto waiting = pending::take(clientInstance)) {
-        logs::print("%s with idx=%d, send reply.\n", outcome, waiting->idx);
-        replyToWanCommand(waiting->requester, waiting->handle);
-    }
-}
-
 int leaseHeld(Client client, const Json& event, uint32_t type) {
     const objIndex interfaceId = interfaceOf(*client);
     const auto interface = get<IpInterface>(interfaceId);
@@ -142,23 +136,14 @@ int leaseHeld(Client client, const Json& event, uint32_t type) {
     return VCFG_OK;
 }
 
-void disableAddress(const objIndex& interfaceId) {
-    auto address = firstChild<IpInterfaceIpv4Address>(interfaceId);
-    if (!address || !address->Enable || address->Status != "Enabled") {
-        return;
-    }
-    address->Status = "Disabled";
-    if (address.apply() != VCFG_OK) {
-        logs::system(LOG_ERR, "%s : Can't set IP.Interface.i.IPv4Address.i\n", kHandler);
-    }
-}
-
 int leaseReleased(Client client, const Json& event) {
     if (client->Interface.empty()) {
         return VCFG_OK;
     }
     const objIndex interfaceId = interfaceOf(*client);
-    disableAddress(interfaceId);
+    if (disableFirstAddress<IpInterfaceIpv4Address>(interfaceId) != VCFG_OK) {
+        logs::system(LOG_ERR, "%s : Can't set IP.Interface.i.IPv4Address.i\n", kHandler);
+    }
     client->DHCPStatus = "Release";
     logs::system(LOG_INFO, "%s : set dhcpv4Client->DHCPStatus = TR181_DHCP_Release\n", kHandler);
     clearOptions(client);

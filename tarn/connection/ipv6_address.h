@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
-// Write the interface's one address of origin "DHCPv6", its one prefix of origin "PrefixDelegation", adding the instance
-// when there is none; other origins are not theirs to write. Return 0 or -5.
+// Write the interface's one address of origin "DHCPv6", its one prefix of origin "PrefixDelegation", adding the
+// instance when there is none; other origins are not theirs to write. Return 0 or -5.
 int tarnSetIpv6Addr(const objIndex& ipInterface, std::string_view address, std::string_view origin,
                     std::optional<std::string_view> prefixRef, bool enable);
 int tarnSetIpv6Prefix(const objIndex& ipInterface, std::string_view prefix, std::string_view origin, bool enable);

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "core/log.h"
 #include "core/message.h"
 
 namespace pending {
@@ -41,4 +42,11 @@ void clear() {
 
 void replyToWanCommand(uint8_t requester, uint32_t handle) {
     tarnReqMsgReply(requester, handle, VCFG_MSG_WAN_REPLY, 0, nullptr, nullptr, 0);
+}
+
+void answerWaiting(const char* outcome, uint8_t idx) {
+    if (const auto waiting = pending::take(idx)) {
+        logs::print("%s with idx=%d, send reply.\n", outcome, waiting->idx);
+        replyToWanCommand(waiting->requester, waiting->handle);
+    }
 }

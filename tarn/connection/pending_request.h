@@ -27,3 +27,6 @@ void clear();
 
 // The reply to a connect, disconnect, renew or release command: no payload, statCode 0.
 void replyToWanCommand(uint8_t requester, uint32_t handle);
+
+// An event reports the outcome of connection `idx`: the requester that waits for it, if one does, is answered.
+void answerWaiting(const char* outcome, uint8_t idx);

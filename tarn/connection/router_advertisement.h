@@ -16,7 +16,8 @@ struct RouterAdvertisementInfo {
     std::string router;
 };
 
-// One report. Returns 0; -5 when a PPP interface cannot be read; the code that ended the walk when no interface matches.
+// One report. Returns 0; -5 when a PPP interface cannot be read; the code that ended the walk when no interface
+// matches.
 int processRaInfo(const char* payload);
 
 // Removes the default route that the kernel learnt on a device whose interface is no default-gateway interface.

@@ -1,5 +1,5 @@
-// Commands of other daemons: connect or disconnect a PPP connection, renew or release the lease of an IP connection. The
-// requester is answered at once, or by the event that reports the outcome.
+// Commands of other daemons: connect or disconnect a PPP connection, renew or release the lease of an IP connection.
+// The requester is answered at once, or by the event that reports the outcome.
 #pragma once
 
 #include <vcfg/msg.h>
@@ -14,7 +14,7 @@ int tarnWanIpRenew(const objIndex& dhcpv4Client, bool renew, uint8_t requester, 
 int tarnWanPppConnected(const objIndex& pppInterface, bool connecting, uint8_t requester, uint32_t handle);
 
 // The platform restarts its DHCP clients itself; the request is taken and nothing is done.
-int restartDhcpc(const char* payload);
+int restartDhcpc();
 
 // Enables or disables the DHCP client of an interface (`oid` is that of the DHCPv4 clients); whether there is one.
 bool setDhcpClient(uint32_t oid, std::string_view interfacePath, bool enable);
