@@ -37,7 +37,9 @@ bool occursIn(std::string_view text, std::string_view path);
 
 // Instance-id records.
 objIndex instanceId(std::initializer_list<uint8_t> numbers);
-inline objIndex noInstance() { return {}; }
+inline objIndex noInstance() {
+    return {};
+}
 inline bool operator==(const objIndex& left, const objIndex& right) {
     if (left.level != right.level) {
         return false;
