@@ -41,7 +41,7 @@ struct Announcement {
     Channel channel;
     std::string before;
     bool showsPayload = false;
-    std::string after;
+    std::string after = {};
 };
 
 enum class Payload { Optional, Required };
