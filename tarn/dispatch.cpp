@@ -14,6 +14,7 @@
 #include "link/internet_led.h"
 #include "link/optical.h"
 #include "link/wan_link_status.h"
+#include "link/wwan_backup.h"
 #include "mgmt/checksum.h"
 #include "mgmt/mail_event.h"
 #include "platform/econet/wrapper.h"
