@@ -69,6 +69,7 @@ def _build_world(state):
         words += ["--room", room]
         if room == "gateway":
             words += ["--layer", state.build / "gateway" / "root", "--bind", programs, "/usr/lib/tarn/bin",
+                      "--bind", state.build / "lib", "/usr/lib/tarn/lib",
                       "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
         if room == "isp":
             words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
