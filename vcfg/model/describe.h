@@ -34,6 +34,7 @@ struct Object {
     uint32_t size;        // of the record
     uint8_t depth;        // instance numbers in a full path
     bool isTable;         // the path ends in {i}
+    uint32_t parentOid;   // the table whose instances it lies below ("IP.Interface.{i}"); RDM_OID_NONE for none
     std::span<const Parameter> parameters;
 };
 
@@ -49,10 +50,23 @@ std::string path(const Object& object, const objIndex& iid);
 struct Resolved {
     const Object* object;
     objIndex iid;
-    std::string_view rest;  // what follows the object's path: a parameter name, or empty
+    std::string_view rest;       // what follows the object's path: one name without a dot, or empty
+    const Parameter* parameter;  // that `rest` names; null when it is empty or no parameter of the object
 };
 // The object and instance that a path names, instance numbers complete (1..255), with or without a parameter behind.
 std::optional<Resolved> resolve(std::string_view path);
+
+struct ResolvedTable {
+    const Object* object;
+    objIndex parent;
+};
+// The table that a path without its last instance number names ("IP.Interface.3.IPv4Address", a dot may follow), and
+// the instance it lies below.
+std::optional<ResolvedTable> resolveTable(std::string_view path);
+
+// Whether `path` is one of those that `pattern` stands for: "*" is any instance number, a dot at the end the whole
+// subtree, and an empty pattern everything.
+bool pathMatches(std::string_view pattern, std::string_view path);
 
 // A zeroed record with the defaults of a new instance, written to `record` (object.size bytes).
 void setDefaults(const Object& object, void* record);
@@ -63,5 +77,7 @@ std::string valueText(const Parameter& parameter, const void* record);
 bool setValue(const Parameter& parameter, void* record, std::string_view text, std::string* why);
 // Checks one value of a record that came from outside: terminated text, boolean 0 or 1, value, form.
 bool checkValue(const Parameter& parameter, const void* record, std::string* why);
+// Takes one value over from another record of the same object; what lies behind a text's end is cleared.
+void copyValue(const Parameter& parameter, void* record, const void* from);
 
 }  // namespace vcfg::model
