@@ -1,75 +1,47 @@
 """Kernel event datagrams reach the registered process through the platform's netlink family."""
-import contextlib
 import os
 import struct
-import subprocess
 import sys
 
 import pytest
-from platform_support import PRELOAD, environment, run
-
-# The registered process, as the daemon does it: family 25, bound to its own process id; prints what arrives in hex.
-RECEIVER = """
-import os, socket, sys
-s = socket.socket(socket.AF_NETLINK, socket.SOCK_DGRAM, 25)
-s.bind((os.getpid(), 0))
-open(sys.argv[1], "w").write("%d\\n" % os.getpid())
-print("ready", flush=True)
-while True:
-    print(s.recv(1 << 20).hex(), flush=True)
-"""
-
-
-@contextlib.contextmanager
-def receiver(hw):
-    registration = hw / "user_pid"
-    with subprocess.Popen([sys.executable, "-c", RECEIVER, str(registration)], stdout=subprocess.PIPE, text=True,
-                          env=environment(hw, LD_PRELOAD=PRELOAD)) as process:
-        try:
-            assert process.stdout.readline() == "ready\n"
-            yield lambda: bytes.fromhex(process.stdout.readline())
-        finally:
-            process.kill()
+from platform_support import PRELOAD, namespace, receiver, run  # noqa: F401 (fixtures)
 
 
 def send(hw, *arguments):
     return run(hw, "gw-kernel-event", *arguments, "--pid-file", hw / "user_pid")
 
 
-def test_text_goes_with_its_terminator_and_the_kernel_as_sender(tmp_path):
-    with receiver(tmp_path) as received:
-        assert send(tmp_path, "ptm0:up").returncode == 0
-        datagram = received()
+def sent(namespace, receiver, *arguments):
+    """The datagram that arrives."""
+    result = namespace.run("gw-kernel-event", *arguments, "--pid-file", receiver.registration)
+    assert result.returncode == 0, result.stderr
+    return receiver.first()
+
+
+def test_text_goes_with_its_terminator_and_the_kernel_as_sender(namespace, receiver):
+    datagram = sent(namespace, receiver, "ptm0:up")
     length, kind, _, _, sender = struct.unpack("=IHHII", datagram[:16])
     assert (length, kind, sender) == (24, 0x2000, 0)
     assert datagram[16:] == b"ptm0:up\0"
 
 
-def test_datagram_is_padded_to_four_bytes_and_its_length_is_not(tmp_path):
-    with receiver(tmp_path) as received:
-        send(tmp_path, "eth0.5:up:1000:F")
-        datagram = received()
+def test_datagram_is_padded_to_four_bytes_and_its_length_is_not(namespace, receiver):
+    datagram = sent(namespace, receiver, "eth0.5:up:1000:F")
     assert struct.unpack("=I", datagram[:4])[0] == 33
     assert len(datagram) == 36
 
 
-def test_type_alone_sends_a_message_without_payload(tmp_path):
-    with receiver(tmp_path) as received:
-        assert send(tmp_path, "--type", "0x1000").returncode == 0
-        assert received() == struct.pack("=IHHII", 16, 0x1000, 0, 0, 0)
+def test_type_alone_sends_a_message_without_payload(namespace, receiver):
+    assert sent(namespace, receiver, "--type", "0x1000") == struct.pack("=IHHII", 16, 0x1000, 0, 0, 0)
 
 
-def test_long_text_arrives_whole(tmp_path):
-    with receiver(tmp_path) as received:
-        assert send(tmp_path, "e" * 100_000).returncode == 0
-        assert received()[16:] == b"e" * 100_000 + b"\0" * 4
+def test_long_text_arrives_whole(namespace, receiver):
+    assert sent(namespace, receiver, "e" * 100_000)[16:] == b"e" * 100_000 + b"\0" * 4
 
 
-def test_raw_bytes_arrive_as_they_are(tmp_path):
-    (tmp_path / "bytes").write_bytes(b"\xff\x00\x01")
-    with receiver(tmp_path) as received:
-        assert send(tmp_path, "--raw", tmp_path / "bytes").returncode == 0
-        assert received() == b"\xff\x00\x01"
+def test_raw_bytes_arrive_as_they_are(namespace, receiver):
+    (namespace.hardware / "bytes").write_bytes(b"\xff\x00\x01")
+    assert sent(namespace, receiver, "--raw", namespace.hardware / "bytes") == b"\xff\x00\x01"
 
 
 @pytest.mark.parametrize("registration", [None, "", "0\n", "-4\n", "x\n", "12x\n"])
@@ -94,7 +66,7 @@ def test_wrong_usage_is_told(tmp_path, arguments):
 
 
 @pytest.mark.parametrize("arguments", [["a", "--type", "0x10000"], ["a", "--type", "x"], ["a", "--type", "-1"],
-                                       ["--raw", "/nowhere"], ["--raw", "/"]])
+                                       ["--raw", "/dev/null"], ["--raw", "/nowhere"], ["--raw", "/"]])
 def test_impossible_requests_fail_with_one_line(tmp_path, arguments):
     refused = send(tmp_path, *arguments)
     assert refused.returncode == 1

@@ -2,7 +2,10 @@
 import os
 import pathlib
 import subprocess
+import sys
 import time
+
+import pytest
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARN_BUILD_DIR", REPOSITORY / "build" / "debug"))
@@ -41,3 +44,84 @@ def eventually(condition, seconds=10.0):
     while not (value := condition()) and time.monotonic() < end:
         time.sleep(0.02)
     return value
+
+
+class Namespace:
+    """A network namespace of its own that lives as long as the test."""
+
+    def __init__(self, hardware):
+        self.hardware = hardware
+        self.holder = subprocess.Popen([*UNSHARE_NET, "sh", "-c", "echo ready; exec sleep 600"], text=True,
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+        assert self.holder.stdout.readline() == "ready\n", "no network namespace can be made here"
+        target = ["nsenter", "--target", str(self.holder.pid), "--net"]
+        self.enter = target if os.geteuid() == 0 else [*target, "--user", "--preserve-credentials"]
+        self.programs = []
+
+    def run(self, *command, **more):
+        return run(self.hardware, *command, prefix=self.enter, **more)
+
+    def sh(self, script):
+        result = self.run("sh", "-ec", script)
+        assert result.returncode == 0, result.stderr
+        return result.stdout
+
+    def start(self, *command, **more):
+        """Starts a program and returns it once it has written its first line, "ready"."""
+        program = subprocess.Popen([*self.enter, *map(str, command)], env=environment(self.hardware, **more), text=True,
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.programs.append(program)
+        line = program.stdout.readline()
+        assert line == "ready\n", line + program.stderr.read()
+        return program
+
+    def end(self):
+        for program in [*self.programs, self.holder]:
+            program.kill()
+            program.communicate()
+
+
+# The registered process, as the daemon does it: family 25, bound to its own process id. Appends what arrives in hex.
+RECEIVER = """
+import os, socket, sys
+s = socket.socket(socket.AF_NETLINK, socket.SOCK_DGRAM, 25)
+s.bind((os.getpid(), 0))
+open(sys.argv[1], "w").write("%d\\n" % os.getpid())
+print("ready", flush=True)
+with open(sys.argv[2], "a", buffering=1) as record:
+    while True:
+        print(s.recv(1 << 20).hex(), file=record)
+"""
+
+
+class Receiver:
+    """The process that the platform's kernel reports to."""
+
+    def __init__(self, namespace):
+        self.record = namespace.hardware / "received"
+        self.record.touch()
+        self.registration = namespace.hardware / "user_pid"
+        self.program = namespace.start(sys.executable, "-c", RECEIVER, self.registration, self.record,
+                                       LD_PRELOAD=PRELOAD)
+
+    def datagrams(self):
+        whole, _, _ = self.record.read_text().rpartition("\n")
+        return [bytes.fromhex(line) for line in whole.splitlines()]
+
+    def texts(self):
+        return [datagram[16:].partition(b"\0")[0].decode() for datagram in self.datagrams()]
+
+    def first(self):
+        return eventually(self.datagrams)[0]
+
+
+@pytest.fixture
+def namespace(tmp_path):
+    made = Namespace(tmp_path)
+    yield made
+    made.end()
+
+
+@pytest.fixture
+def receiver(namespace):
+    return Receiver(namespace)
