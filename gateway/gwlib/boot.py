@@ -7,7 +7,7 @@ import subprocess
 
 from . import isp, logs, net, services
 from .errors import GatewayError
-from .state import REPOSITORY, ROOMS
+from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
 
 DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
@@ -15,7 +15,8 @@ START_UP_SECONDS = 30
 FINISHED = "System: System init finished"
 
 
-def up(state, config=None, fresh=False, say=print):
+def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
+    """Boots; `before_clients` is called when the daemon is ready and no lease has been asked for yet."""
     if state.world() is not None:
         raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
     state.prepare(fresh or config is not None)
@@ -29,11 +30,12 @@ def up(state, config=None, fresh=False, say=print):
         services.start_vcmd(state)
         services.start_tarn(state)
         _await_completion(state)
+        say(f"the gateway runs (state in {state.directory})")
+        before_clients()
         services.start_dhcpc(state)
     except BaseException:
         down(state)
         raise
-    say(f"the gateway runs (state in {state.directory})")
 
 
 def down(state):
@@ -85,7 +87,6 @@ def _await_completion(state):
 
 def status(state):
     """{service: [numbers inside]} of a running gateway."""
-    from .state import inside_number
     state.room("gateway")
     return {name: [inside_number(number) for number in services.running(state, program)]
             for name, program in services.PROGRAMS.items()}

@@ -41,6 +41,8 @@ def change(state, **changes):
     (state.isp / "settings.json").write_text(json.dumps(new))
     (state.isp / "options").write_text("".join(f"{line}\n" for line in _option_lines(new)))
     (state.isp / "dhcp.conf").write_text("".join(f"{line}\n" for line in _mode_lines(new)))
+    if new["mode"] == "refuse":
+        (state.isp / "leases").unlink(missing_ok=True)
     inside.must(state, "/usr/lib/isp/serve", room="isp")
     _await_service(state)
 
@@ -71,9 +73,8 @@ def _option_lines(now):
 def _mode_lines(now):
     if now["mode"] == "answer":
         yield f"dhcp-range=203.0.113.100,203.0.113.199,255.255.255.0,{now['lease']}"
-    if now["mode"] == "refuse":  # no address it ever gave is right any more
-        yield f"dhcp-range=203.0.113.200,203.0.113.200,255.255.255.0,{now['lease']}"
-        yield "dhcp-host=02:00:00:00:00:01,203.0.113.200"
+    if now["mode"] == "refuse":  # knows nobody: offers nothing, and refuses whoever claims a lease
+        yield f"dhcp-range=203.0.113.0,static,255.255.255.0,{now['lease']}"
 
 
 def parse_routes(text):

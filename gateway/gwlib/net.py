@@ -4,6 +4,7 @@ from . import inside
 WAN = "eth0.5"
 LAN = "eth0.1"
 BRIDGE = "br0"
+HARDWARE = {WAN: "02:00:00:00:00:05", LAN: "02:00:00:00:00:01"}  # the same at every boot
 LAN_ADDRESS = "192.168.1.1/24"
 
 
@@ -23,7 +24,8 @@ def lay_cables(state):
 
 def _cable(state, room, far, gateway, near):
     """One pair of ends: `far` in the room, `near` in the gateway."""
-    inside.must(state, "ip", "link", "add", far, "type", "veth", "peer", "name", near, room=room)
+    inside.must(state, "ip", "link", "add", far, "type", "veth", "peer", "name", near,
+                "address", HARDWARE[near], room=room)
     # The process number is the host's, so the end is handed over from outside the room's PID namespace.
     inside.hand_over(state, room, near, gateway)
     inside.must(state, "ip", "link", "set", far, "up", room=room)

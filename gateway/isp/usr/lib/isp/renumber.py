@@ -67,7 +67,6 @@ def hand_over(packet, old, address):
     client = ":".join(f"{byte:02x}" for byte in identifier) if identifier else "*"
     kept.append(f"{int(time.time()) + LEASE_SECONDS} {hardware} {address} * {client}")
     leases.write_text("".join(f"{line}\n" for line in kept))
-    (HOME / "renumber.pid").unlink(missing_ok=True)
     subprocess.run(["/usr/lib/isp/serve"], check=True)
 
 
