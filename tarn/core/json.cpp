@@ -77,11 +77,13 @@ void Json::set(const char* key, bool value) {
     json_object_object_add(object_, key, json_object_new_boolean(value ? 1 : 0));
 }
 
-void Json::copy(const char* key, const Json& from, const char* fromKey) {
+bool Json::copy(const char* key, const Json& from, const char* fromKey) {
     json_object* value = nullptr;
-    if (from.object_ != nullptr && json_object_object_get_ex(from.object_, fromKey, &value)) {
-        json_object_object_add(object_, key, json_object_get(value));
+    if (from.object_ == nullptr || !json_object_object_get_ex(from.object_, fromKey, &value) || value == nullptr) {
+        return false;
     }
+    json_object_object_add(object_, key, json_object_get(value));
+    return true;
 }
 
 std::string Json::toText() const {

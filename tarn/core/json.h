@@ -12,8 +12,8 @@ class Json {
   public:
     // An empty object.
     static Json object();
-    // A payload. Text that is missing, does not parse, is nested too deep or is no object gives a Json that is not valid
-    // and has no keys.
+    // A payload. Text that is missing, does not parse, is nested too deep or is no object gives a Json that is not
+    // valid and has no keys.
     static Json parse(const char* text);
 
     Json(Json&& other) noexcept;
@@ -24,8 +24,8 @@ class Json {
 
     bool valid() const { return object_ != nullptr; }
 
-    // Reading. Conversions are json-c's own: a number given as text reads as that number. A key that is missing, null, or
-    // holds an object or array reads as missing. A text ends at an embedded NUL.
+    // Reading. Conversions are json-c's own: a number given as text reads as that number. A key that is missing, null,
+    // or holds an object or array reads as missing. A text ends at an embedded NUL.
     bool has(const char* key) const;
     std::optional<std::string> text(const char* key) const;
     std::string textOr(const char* key, std::string_view missing) const;
@@ -37,8 +37,8 @@ class Json {
     void set(const char* key, const char* value) { set(key, std::string_view(value)); }
     void set(const char* key, int32_t value);
     void set(const char* key, bool value);
-    // Copies a value of another object unchanged, whatever its type; nothing when it has none.
-    void copy(const char* key, const Json& from, const char* fromKey);
+    // Copies a value of another object unchanged, whatever its type; false when it is missing or null.
+    bool copy(const char* key, const Json& from, const char* fromKey);
     std::string toText() const;
 
   private:

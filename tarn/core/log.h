@@ -14,8 +14,11 @@ constexpr const char* sourceTag(std::string_view file) {
     constexpr struct {
         std::string_view room;
         const char* tag;
-    } kTags[] = {{"/connection/", "tarn_connection"}, {"/link/", "tarn_link_wan"}, {"/lan/", "tarn_link_lan"},
-                 {"/platform/", "tarn_wrapper"},      {"/mgmt/", "tarn_mgmt"}};
+    } kTags[] = {{"/connection/", "tarn_connection"},
+                 {"/link/", "tarn_link_wan"},
+                 {"/lan/", "tarn_link_lan"},
+                 {"/platform/", "tarn_wrapper"},
+                 {"/mgmt/", "tarn_mgmt"}};
     for (const auto& [room, tag] : kTags) {
         if (file.find(room) != std::string_view::npos) {
             return tag;
@@ -33,16 +36,16 @@ void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 }  // namespace logs
 
 // Framework log. The arguments are evaluated only when the level is on.
-#define VLOG(level, ...)                                                                       \
-    do {                                                                                       \
-        if (vlog_levelAllow(level)) {                                                          \
-            vlog_log_f((level), logs::sourceTag(__FILE__), __LINE__, __func__, __VA_ARGS__);   \
-        }                                                                                      \
+#define VLOG(level, ...)                                                                     \
+    do {                                                                                     \
+        if (vlog_levelAllow(level)) {                                                        \
+            vlog_log_f((level), logs::sourceTag(__FILE__), __LINE__, __func__, __VA_ARGS__); \
+        }                                                                                    \
     } while (false)
 
 // An allocation that failed: its size, then the platform's word for it (there are two spellings).
-#define VLOG_OUT_OF_MEMORY(size, word)                                         \
-    do {                                                                       \
+#define VLOG_OUT_OF_MEMORY(size, word)                                                    \
+    do {                                                                                  \
         VLOG(VLOG_ERROR, "fail to calloc memory, size = %zu", static_cast<size_t>(size)); \
-        VLOG(VLOG_ERROR, "memory %s", word);                                   \
+        VLOG(VLOG_ERROR, "memory %s", word);                                              \
     } while (false)

@@ -12,13 +12,13 @@ struct FreeMessage {
 };
 using MessagePtr = std::unique_ptr<vcfg_msg_t, FreeMessage>;
 
-// Sends the reply of `type` to the requester; `data` (may be null) is a text of `dataLen` characters, its terminator goes
-// along, so the reply's length is dataLen + 1. `objIid` may be null. Returns the bus send result, or -5.
+// Sends the reply of `type` to the requester; `data` (may be null) is a text of `dataLen` characters, its terminator
+// goes along, so the reply's length is dataLen + 1. `objIid` may be null. Returns the bus send result, or -5.
 int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t dataLen, const objIndex* objIid,
                     const char* data, uint32_t statCode);
 
-// A message without payload from the daemon to `dstEid`, with `spare` bytes behind it; empty when memory is short, which
-// it has logged.
+// A message without payload from the daemon to `dstEid`, with `spare` bytes behind it; empty when memory is short,
+// which it has logged.
 MessagePtr newRequest(uint32_t type, uint8_t dstEid, size_t spare = 0);
 
 // Tells vcmd that the daemon has finished its data-model initialisation, and waits for its answer.

@@ -8,6 +8,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -70,8 +71,13 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
     if (file == nullptr) {
         return std::nullopt;
     }
-    std::string text(limit, '\0');
-    text.resize(fread(text.data(), 1, limit, file.get()));
+    std::string text;
+    char chunk[4096];
+    size_t got = 0;
+    while (text.size() < limit &&
+           (got = fread(chunk, 1, std::min(sizeof chunk, limit - text.size()), file.get())) > 0) {
+        text.append(chunk, got);
+    }
     return text;
 }
 

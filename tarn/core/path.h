@@ -30,11 +30,16 @@ std::string of(std::string_view table, unsigned instance);
 // '.' or ','. Anything else (no number, 0, 256, a sign) is no instance.
 std::optional<uint8_t> instance(std::string_view table, std::string_view text);
 
+// Whether a list of paths, or a longer path, holds the path as a whole: "DSL.Line.1" does not occur in "DSL.Line.12".
+bool occursIn(std::string_view text, std::string_view path);
+
 }  // namespace path
 
 // Instance-id records.
 objIndex instanceId(std::initializer_list<uint8_t> numbers);
-inline objIndex noInstance() { return {}; }
+inline objIndex noInstance() {
+    return {};
+}
 inline bool operator==(const objIndex& left, const objIndex& right) {
     if (left.level != right.level) {
         return false;

@@ -28,7 +28,8 @@ void release(int code, void* record, Place place);
 
 }  // namespace record_detail
 
-template <class T> class Record {
+template <class T>
+class Record {
   public:
     Record() = default;
     Record(int code, const objIndex& iid, void* record, record_detail::Place place)
@@ -91,7 +92,8 @@ Record<T> getStored(objIndex iid = {}, const char* file = __builtin_FILE(), int 
 }
 
 // A walk to loop over. `Next` is called with the id of the instance before; its Record ends the walk when it is empty.
-template <class T, class Next> class Walk {
+template <class T, class Next>
+class Walk {
   public:
     struct End {};
     class Iterator {
@@ -125,7 +127,8 @@ template <class T, class Next> class Walk {
 
 namespace record_detail {
 
-template <class T> struct NextInstance {
+template <class T>
+struct NextInstance {
     Read how;
     Place place;
     Record<T> operator()(objIndex iid) const {
@@ -135,7 +138,8 @@ template <class T> struct NextInstance {
     }
 };
 
-template <class T> struct NextChild {
+template <class T>
+struct NextChild {
     objIndex parent;
     Place place;
     Record<T> operator()(objIndex iid) const {
@@ -146,7 +150,8 @@ template <class T> struct NextChild {
 };
 
 // The first record of a walk that matches; without one, an empty Record that holds the code with which the walk ended.
-template <class T, class Next, class Matches> Record<T> findFirst(const Next& next, const Matches& matches) {
+template <class T, class Next, class Matches>
+Record<T> findFirst(const Next& next, const Matches& matches) {
     Record<T> record = next(objIndex{});
     while (record && !matches(*record)) {
         record = next(record.iid());
@@ -156,11 +161,13 @@ template <class T, class Next, class Matches> Record<T> findFirst(const Next& ne
 
 }  // namespace record_detail
 
-template <class T> auto instances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+template <class T>
+auto instances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     using Next = record_detail::NextInstance<T>;
     return Walk<T, Next>(Next{record_detail::Read::Refreshed, {file, line}});
 }
-template <class T> auto storedInstances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+template <class T>
+auto storedInstances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     using Next = record_detail::NextInstance<T>;
     return Walk<T, Next>(Next{record_detail::Read::Stored, {file, line}});
 }
@@ -169,6 +176,18 @@ template <class T>
 auto children(const objIndex& parent, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     using Next = record_detail::NextChild<T>;
     return Walk<T, Next>(Next{parent, {file, line}});
+}
+
+// The walk as a call, for those who need the code with which it ended.
+template <class T, class Visit>
+int forEachInstance(const Visit& visit, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    const record_detail::NextInstance<T> next{record_detail::Read::Refreshed, {file, line}};
+    Record<T> record = next(objIndex{});
+    while (record) {
+        visit(record);
+        record = next(record.iid());
+    }
+    return record.code();
 }
 
 template <class T, class Matches>
@@ -187,6 +206,7 @@ Record<T> firstChild(const objIndex& parent, const char* file = __builtin_FILE()
 }
 
 // Adds an instance under the parent that `iid` names; on 0 `iid` is the new instance's.
-template <class T> int add(objIndex& iid) {
+template <class T>
+int add(objIndex& iid) {
     return vcfgFeObjStructAdd(vcfg::ObjectId<T>::value, &iid, nullptr);
 }

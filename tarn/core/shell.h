@@ -9,16 +9,26 @@ namespace shell_detail {
 
 // A value as one word of the command: quoted when it holds anything but [A-Za-z0-9_.:/%+=@,-], or is empty.
 std::string word(std::string_view value);
-inline std::string word(const char* value) { return word(std::string_view(value)); }
-inline std::string word(const std::string& value) { return word(std::string_view(value)); }
-inline std::string word(int value) { return std::to_string(value); }
-inline std::string word(unsigned value) { return std::to_string(value); }
+inline std::string word(const char* value) {
+    return word(std::string_view(value));
+}
+inline std::string word(const std::string& value) {
+    return word(std::string_view(value));
+}
+inline std::string word(int value) {
+    return std::to_string(value);
+}
+inline std::string word(unsigned value) {
+    return std::to_string(value);
+}
 
 // Puts the words at the places of the format's "%s" and "%d".
-template <class... Values> std::string command(std::string_view format, const Values&... values);
+template <class... Values>
+std::string command(std::string_view format, const Values&... values);
 std::string fill(std::string_view format, const std::string* words, size_t count);
 
-template <class... Values> std::string command(std::string_view format, const Values&... values) {
+template <class... Values>
+std::string command(std::string_view format, const Values&... values) {
     const std::string words[sizeof...(Values) + 1] = {word(values)..., {}};
     return fill(format, words, sizeof...(Values));
 }
@@ -28,7 +38,8 @@ template <class... Values> std::string command(std::string_view format, const Va
 // Runs a command text whose "%s" and "%d" stand for values from messages or the data model; no value can become a
 // command of its own. Returns what system() returns.
 int run(const std::string& command);
-template <class... Values> int shell(std::string_view format, const Values&... values) {
+template <class... Values>
+int shell(std::string_view format, const Values&... values) {
     return run(shell_detail::command(format, values...));
 }
 

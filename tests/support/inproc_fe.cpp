@@ -215,6 +215,11 @@ std::vector<std::string> writes() {
     return world.writes;
 }
 
+void forgetWrites() {
+    const std::lock_guard lock(mutex);
+    world.writes.clear();
+}
+
 unsigned calls() {
     const std::lock_guard lock(mutex);
     return world.calls;

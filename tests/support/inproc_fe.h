@@ -12,7 +12,8 @@ namespace inproc {
 // An empty model; forgets all faults, messages, log lines and counts.
 void reset();
 
-// The model by path. `set` makes the instances that are missing on the way. Empty result for a path that does not exist.
+// The model by path. `set` makes the instances that are missing on the way. Empty result for a path that does not
+// exist.
 std::string set(const std::string& path, const std::string& value);  // why it was refused, or empty
 std::string get(const std::string& path);
 bool exists(const std::string& path);
@@ -24,9 +25,10 @@ void fail(Operation operation, const std::string& pattern, int times = 1, int co
 // The next read of that object succeeds with a null record.
 void nullRecord(const std::string& pattern);
 
-// One line per write that reached the store, in order: "set IP.Interface.1", "publish ...", "setAndWait ...", "add ...",
-// "delete ...", "write ... {json}".
+// One line per write that reached the store, in order: "set IP.Interface.1", "publish ...", "setAndWait ...", "add
+// ...", "delete ...", "write ... {json}".
 std::vector<std::string> writes();
+void forgetWrites();
 // Number of front-end calls since reset: what would be bus round trips.
 unsigned calls();
 

@@ -42,57 +42,58 @@ struct Sender {
 
 class Gateway {
   public:
-    Gateway();   // a fresh world: empty model, no WAN link table, nothing pending, clock at 0
+    Gateway();  // a fresh world: empty model, no WAN link table, nothing pending, clock at 0
     ~Gateway();
     Gateway(const Gateway&) = delete;
     Gateway& operator=(const Gateway&) = delete;
 
     // --- the data model ---
-    void set(const std::string& path, const std::string& value);  // makes missing instances; a refused value fails the test
-    void add(const std::string& instancePath);                    // e.g. "IP.Interface.1.IPv4Address.1", defaults inside
+    void set(const std::string& path,
+             const std::string& value);         // makes missing instances; a refused value fails the test
+    void add(const std::string& instancePath);  // e.g. "IP.Interface.1.IPv4Address.1", defaults inside
     std::string get(const std::string& path) const { return inproc::get(path); }
     bool exists(const std::string& path) const { return inproc::exists(path); }
 
     // --- what happens to the daemon ---
     // One message through processRequest(), as a bus thread would take it.
     void receive(uint32_t type, const std::string& payload, Sender from = {}, objIndex iid = {});
-    void receiveEmpty(uint32_t type, Sender from = {}, objIndex iid = {});       // length 0
+    void receiveEmpty(uint32_t type, Sender from = {}, objIndex iid = {});                            // length 0
     void receiveBytes(uint32_t type, const std::string& bytes, Sender from = {}, objIndex iid = {});  // as they are
     void kernelDatagram(const std::string& bytes);  // one datagram through processKernelMonitor()
     void advance(uint32_t milliseconds);            // moves the clock
     void runThreads();                              // runs what startThread() was given, in order, to its end
 
     // --- the world around it ---
-    void file(const std::string& path, const std::string& content);       // exists, with that content
-    std::optional<std::string> fileContent(const std::string& path) const; // what is in it now
+    void file(const std::string& path, const std::string& content);         // exists, with that content
+    std::optional<std::string> fileContent(const std::string& path) const;  // what is in it now
     void unwritable(const std::string& path);
-    void commandResult(const std::string& command, int result);           // of system(); 0 is the default
-    void commandTakes(const std::string& command, uint32_t milliseconds); // of the test's clock
+    void commandResult(const std::string& command, int result);            // of system(); 0 is the default
+    void commandTakes(const std::string& command, uint32_t milliseconds);  // of the test's clock
     void commandOutput(const std::string& command, const std::string& firstLine);
-    void endpointAnswers(uint8_t eid, int code);   // what a request to it returns; 1 (delivered) is the default
+    void endpointAnswers(uint8_t eid, int code);  // what a request to it returns; 1 (delivered) is the default
     void refuseThreads(bool refuse = true);
-    void process(pid_t pid, bool alive = true);    // alive processes take signals
+    void process(pid_t pid, bool alive = true);  // alive processes take signals
     void refuseWrite(inproc::Operation operation, const std::string& pattern, int times = 1) {
         inproc::fail(operation, pattern, times);
     }
 
     // --- what the daemon did ---
-    std::vector<SentMessage> replies() const;      // through tarnReqMsgReply
-    std::vector<SentMessage> requests() const;     // through vcfg_msg_sendAndGetReply
-    std::vector<std::string> commands() const;     // shell commands, in order
+    std::vector<SentMessage> replies() const;   // through tarnReqMsgReply
+    std::vector<SentMessage> requests() const;  // through vcfg_msg_sendAndGetReply
+    std::vector<std::string> commands() const;  // shell commands, in order
     std::vector<std::pair<pid_t, int>> signals() const;
-    std::vector<uint32_t> sleeps() const;          // pauses asked for, milliseconds
-    std::vector<std::string> mails() const;        // requests to voUtilMailSend
+    std::vector<uint32_t> sleeps() const;    // pauses asked for, milliseconds
+    std::vector<std::string> mails() const;  // requests to voUtilMailSend
     void mailResult(int code);
     std::vector<LogLine> log() const;
     std::vector<std::string> writes() const { return inproc::writes(); }
-    void forget();                                 // empties all of these records
+    void forget();  // empties all of these records
 
-    bool logged(const std::string& channel, const std::string& text) const;             // a line equal to it
+    bool logged(const std::string& channel, const std::string& text) const;  // a line equal to it
     bool logged(const std::string& channel, int level, const std::string& text) const;
     bool loggedContaining(const std::string& part) const;
 };
 
 #define EXPECT_NO_REPLY(gw) EXPECT_TRUE((gw).replies().empty())
-// A reply of `type` went to that requester; the record of replies is consumed up to it.
+// A reply of `type` went to that requester.
 void expectReply(const Gateway& gw, uint32_t type, Sender to = {});

@@ -6,11 +6,11 @@
 #include <cerrno>
 #include <climits>
 #include <mutex>
-#include <new>
 
 #include "bus_client.h"
 #include "client_log.h"
 #include "endpoint.h"
+#include "guarded.h"
 #include "run_dir.h"
 
 namespace vcfg {
@@ -114,17 +114,6 @@ int exchange(vcfg_msg_t& message, vcfg_msg_t** answer, uint32_t timeoutMs) {
     const int code = bus::call(message, deadline, &received);
     *answer = received.release();
     return code;
-}
-
-// The operations are called from C, where nothing may be thrown to.
-template <class Operation>
-int guarded(Operation operation) {
-    try {
-        return operation();
-    } catch (const std::exception& failure) {
-        CLIENT_LOG(VLOG_ERROR, "%s", failure.what());
-        return VCFG_ERR_FAIL;
-    }
 }
 
 }  // namespace

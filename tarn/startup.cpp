@@ -1,0 +1,68 @@
+#include "startup.h"
+
+#include "core/log.h"
+#include "core/message.h"
+#include "core/record.h"
+#include "core/shell.h"
+#include "core/wan_state.h"
+#include "link/wan_link_status.h"
+#include "link/wan_link_table.h"
+#include "platform/econet/wrapper.h"
+
+std::atomic<bool> lanPhyResetDone{false};
+
+namespace {
+
+void startUpnp() {
+    const auto upnp = get<UpnpDevice>();
+    if (upnp && upnp->Enable) {
+        run(upnp->X_VORAN_NATTraversal ? "vupnp.sh -N&" : "vupnp.sh&");
+    }
+}
+
+void updateLinks() {
+    if (wan.wanLinkInfoInit == 1) {
+        updateWanLinkStatus(nullptr, false);
+        return;
+    }
+    if (initWanLinkInfo() != VCFG_OK) {
+        logs::system(LOG_ERR, "Init WAN Link Information Fail\n");
+        return;
+    }
+    logs::print("%s %d: Run updateWanLinkStatus(NULL, true)\n", __func__, __LINE__);
+    updateWanLinkStatus(nullptr, true);
+}
+
+void resetLanPhys() {
+    VLOG(VLOG_DEBUG, "do tarnLanPhyReset\n");
+    if (tarnLanPhyReset() != 0) {
+        tarnSupportCAT3Cable();
+    }
+}
+
+}  // namespace
+
+void startupCompleted() {
+    run("/etc/init.d/button_disable_for_manufacture.sh");
+    run("/etc/init.d/mcpd.sh reload");
+    run("/etc/init.d/disable_lan.sh stop ");
+    startUpnp();
+    logs::system(LOG_NOTICE, "System: System init finished\n");
+    initialiseLinks(false);
+}
+
+void initialiseLinks(bool autoHuntFinished) {
+    tarnResetWanLinkStatus(kLinkNone);
+    wan.isAutoHuntFinished = autoHuntFinished ? 1 : 0;
+    wan.isVcAutoHuntRunnig = 0;
+    wan.isVlanAutoHuntRunnig = 0;
+    if (!lanPhyResetDone) {
+        tarnSupportCAT3Cable();
+    }
+    updateLinks();
+    if (!lanPhyResetDone.exchange(true)) {
+        resetLanPhys();
+    }
+    VLOG(VLOG_DEBUG, "VCFG_MSG_INIT_DATAMODEL_FIN, send to VCMD");
+    sendInitFin();
+}

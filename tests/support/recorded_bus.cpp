@@ -1,0 +1,109 @@
+// The bus, log and helper functions of the framework API for tests: recorded, or played by the test.
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+#include "world.h"
+
+using kit::world;
+
+namespace {
+
+SentMessage describe(const vcfg_msg_t& message) {
+    return {message.type,
+            message.dstEid,
+            message.requestId,
+            message.statCode,
+            message.length,
+            message.objIid,
+            std::string(vcfg_msg_text(&message), message.length)};
+}
+
+}  // namespace
+
+int vcfg_msg_eidInit(uint8_t, const char*) {
+    return VCFG_OK;
+}
+
+int vcfg_msg_serverInit() {
+    return VCFG_OK;
+}
+
+int vcfg_msg_serverRecv(vcfg_msg_t** msg, uint32_t) {
+    const std::lock_guard lock(world().guard);
+    if (world().inbox.empty()) {
+        return VCFG_ERR_TIMEOUT;
+    }
+    const std::vector<char> bytes = world().inbox.front();
+    world().inbox.pop_front();
+    *msg = static_cast<vcfg_msg_t*>(malloc(bytes.size()));
+    memcpy(static_cast<void*>(*msg), bytes.data(), bytes.size());
+    return VCFG_OK;
+}
+
+int vcfg_msg_serverSend(vcfg_msg_t* msg) {
+    const std::lock_guard lock(world().guard);
+    world().replies.push_back(describe(*msg));
+    free(msg);
+    return VCFG_OK;
+}
+
+int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t) {
+    const std::lock_guard lock(world().guard);
+    world().requests.push_back(describe(*msg));
+    const auto answer = world().answers.find(msg->dstEid);
+    const int code = answer != world().answers.end() ? answer->second : int{VCFG_DELIVERED};
+    free(msg);
+    if (reply == nullptr) {
+        return code;
+    }
+    if (code != VCFG_DELIVERED) {
+        return code;
+    }
+    constexpr char kText[] = "OK";
+    *reply = static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + sizeof kText));
+    (*reply)->length = sizeof kText;
+    memcpy(vcfg_msg_payload(*reply), kText, sizeof kText);
+    return VCFG_OK;
+}
+
+int vlog_levelAllow(int) {
+    return 1;
+}
+
+void vlog_log_f(int level, const char* source, int, const char*, const char* format, ...) {
+    char text[4096];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    std::string line = text;
+    if (!line.empty() && line.back() == '\n') {
+        line.pop_back();
+    }
+    const std::lock_guard lock(world().guard);
+    world().log.push_back({"vlog", level, source, line});
+}
+
+uint32_t vos_mtime_get() {
+    const std::lock_guard lock(world().guard);
+    return world().clockMs;
+}
+
+int vos_system(int, const char* command) {
+    const std::lock_guard lock(world().guard);
+    world().commands.emplace_back(command);
+    const auto result = world().commandResults.find(command);
+    return result == world().commandResults.end() || result->second == 0 ? 1 : 0;
+}
+
+int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t*) {
+    return -1;
+}
+
+int voUtilMailSend(const char* request) {
+    const std::lock_guard lock(world().guard);
+    world().mails.emplace_back(request);
+    return world().mailResult;
+}

@@ -1,0 +1,51 @@
+// What the recorded bus, clock, shell and files of one test share. Only the kit's own files include this.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kit.h"
+
+namespace kit {
+
+struct Thread {
+    void (*body)(void*);
+    void* argument;
+};
+
+struct World {
+    std::mutex guard;
+
+    std::deque<std::vector<char>> inbox;  // whole messages, envelope and payload and a NUL
+    std::vector<SentMessage> replies;
+    std::vector<SentMessage> requests;
+    std::map<uint8_t, int> answers;
+
+    uint32_t clockMs = 0;
+    std::vector<uint32_t> sleeps;
+
+    std::vector<std::string> commands;
+    std::map<std::string, int> commandResults;
+    std::map<std::string, uint32_t> commandDurations;
+    std::map<std::string, std::string> commandOutputs;
+
+    std::map<std::string, std::string> files;
+    std::set<std::string> unwritable;
+    std::set<pid_t> alive;
+    std::vector<std::pair<pid_t, int>> signals;
+    std::deque<Thread> threads;
+    bool threadsRefused = false;
+
+    std::vector<std::string> mails;
+    int mailResult = 0;
+    std::vector<LogLine> log;
+};
+
+World& world();
+
+}  // namespace kit

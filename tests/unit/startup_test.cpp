@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <string>
+
+#include "core/wan_state.h"
+#include "support/kit.h"
+
+namespace {
+
+std::vector<std::string> upTo(std::vector<std::string> commands, size_t count) {
+    commands.resize(std::min(commands.size(), count));
+    return commands;
+}
+
+TEST(StartupCompletion, RunsTheThreeScriptsInOrder) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_EQ(upTo(gw.commands(), 3),
+              (std::vector<std::string>{"/etc/init.d/button_disable_for_manufacture.sh", "/etc/init.d/mcpd.sh reload",
+                                        "/etc/init.d/disable_lan.sh stop "}));
+}
+
+TEST(StartupCompletion, StartsUpnpWhenEnabled) {
+    Gateway gw;
+    gw.set("UPnP.Device.Enable", "true");
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_EQ(gw.commands().at(3), "vupnp.sh&");
+}
+
+TEST(StartupCompletion, StartsUpnpForNatTraversal) {
+    Gateway gw;
+    gw.set("UPnP.Device.Enable", "true");
+    gw.set("UPnP.Device.X_VORAN_NATTraversal", "true");
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_EQ(gw.commands().at(3), "vupnp.sh -N&");
+}
+
+TEST(StartupCompletion, LeavesDisabledUpnpAlone) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    for (const std::string& command : gw.commands()) {
+        EXPECT_EQ(command.find("vupnp"), std::string::npos);
+    }
+}
+
+TEST(StartupCompletion, SaysSoOnceAtTheEndOfTheScripts) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    const auto log = gw.log();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const LogLine& line) { return line.text == "System: System init finished"; }),
+              1);
+    EXPECT_TRUE(gw.logged("syslog", 5, "System: System init finished"));
+}
+
+TEST(StartupCompletion, TellsVcmdAndPrintsItsAnswer) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    const auto requests = gw.requests();
+    ASSERT_FALSE(requests.empty());
+    EXPECT_EQ(requests.back().type, 0x800000EBu);
+    EXPECT_EQ(requests.back().dstEid, VCFG_EID_VCMD);
+    EXPECT_EQ(requests.back().length, 0);
+    EXPECT_TRUE(gw.logged("vlog", 7, "VCFG_MSG_INIT_DATAMODEL_FIN, send to VCMD"));
+    EXPECT_TRUE(gw.loggedContaining("sendInitFin() : fail to send msg to VCMD. Receive message : OK"));
+}
+
+TEST(StartupCompletion, PrintsNothingWhenVcmdDoesNotAnswer) {
+    Gateway gw;
+    gw.endpointAnswers(VCFG_EID_VCMD, VCFG_ERR_NO_PEER);
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_FALSE(gw.loggedContaining("fail to send msg to VCMD"));
+}
+
+TEST(StartupCompletion, ResetsTheLanPhysOnceInTheDaemonsLife) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_TRUE(gw.logged("vlog", 7, "do tarnLanPhyReset"));
+    gw.forget();
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_FALSE(gw.loggedContaining("tarnLanPhyReset"));
+    EXPECT_EQ(gw.commands().at(0), "/etc/init.d/button_disable_for_manufacture.sh");
+}
+
+TEST(StartupCompletion, BuildsTheLinkTableOnceAndUpdatesTheLinks) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_TRUE(gw.loggedContaining("Run updateWanLinkStatus(NULL, true)"));
+    EXPECT_EQ(wan.wanLinkInfoInit, 1);
+    gw.forget();
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_FALSE(gw.loggedContaining("Run updateWanLinkStatus(NULL, true)"));
+}
+
+TEST(StartupCompletion, ForgetsRunningHunts) {
+    Gateway gw;
+    wan.isAutoHuntFinished = 1;
+    wan.isVcAutoHuntRunnig = 1;
+    wan.isVlanAutoHuntRunnig = 1;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_EQ(wan.isAutoHuntFinished, 0);
+    EXPECT_EQ(wan.isVcAutoHuntRunnig, 0);
+    EXPECT_EQ(wan.isVlanAutoHuntRunnig, 0);
+}
+
+TEST(LinkInitialisation, RunsNoScripts) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
+    for (const std::string& command : gw.commands()) {
+        EXPECT_EQ(command.find("/etc/init.d/"), std::string::npos);
+    }
+    EXPECT_FALSE(gw.requests().empty());
+}
+
+TEST(LinkInitialisation, FinishedHuntIsRemembered) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_AUTO_HUNT_FINISHED);
+    EXPECT_EQ(wan.isAutoHuntFinished, 1);
+    gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
+    EXPECT_EQ(wan.isAutoHuntFinished, 0);
+}
+
+}  // namespace
