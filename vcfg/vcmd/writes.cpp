@@ -1,4 +1,6 @@
 // Requests that change the model, and the apply hooks that follow them.
+#include <vcfg/fe.h>
+
 #include <cstring>
 
 #include "client/fe_wire.h"
