@@ -1,4 +1,5 @@
 #include <json-c/json.h>
+#include <vcfg/fe.h>
 
 #include <cstring>
 #include <optional>
