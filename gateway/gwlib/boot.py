@@ -13,6 +13,7 @@ from .waiting import until
 DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
 START_UP_SECONDS = 30
 FINISHED = "System: System init finished"
+CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its notice
 
 
 def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
@@ -81,8 +82,14 @@ def _build_world(state):
 
 
 def _await_completion(state):
-    if not until(lambda: any(line["text"] == FINISHED for line in logs.lines(state)), START_UP_SECONDS):
+    """Until the daemon says that start-up has finished, its first look at the links included."""
+    def said(text):
+        return any(text in line["text"] for line in logs.lines(state))
+
+    if not until(lambda: said(FINISHED), START_UP_SECONDS):
         raise GatewayError(f'start-up did not complete in {START_UP_SECONDS} s: no "{FINISHED}" in the log')
+    if not until(lambda: said(CONFIRMED), START_UP_SECONDS):
+        raise GatewayError(f"start-up did not complete in {START_UP_SECONDS} s: no notice reached vcmd")
 
 
 def status(state):

@@ -51,4 +51,5 @@ def readable_line(line):
 def readable_command(line):
     effect = f"  [{line['effect']}]".replace("\n", "; ") if line["effect"] else ""
     status = _paint(f"{line['status']:3}", "31" if line["status"] else None)
-    return f"{line['t_mono_us'] / 1e6:12.6f} {status} {line['duration_ms']:5} ms  {line['command']}{effect}"
+    command = line["command"].rstrip("\n").replace("\n", "\\n")
+    return f"{line['t_mono_us'] / 1e6:12.6f} {status} {line['duration_ms']:5} ms  {command}{effect}"

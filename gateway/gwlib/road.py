@@ -47,6 +47,30 @@ class Watch:
         self.process.wait()
 
 
+def lease_event(text):
+    """The DHCP client's payload for people."""
+    try:
+        event = json.loads(text)
+    except ValueError:
+        return text
+    if not event.get("addressAssigned"):
+        return f"no lease any more  ({text})"
+    words = [f"lease {event.get('ip')} mask {event.get('subnet')}", f"router {event.get('router')}",
+             f"DNS {event.get('dns')}", *(f"route {route}" for route in classless_routes(event.get("opt121", "")))]
+    return ", ".join(words)
+
+
+def classless_routes(option):
+    """"10.9.0.0/16 via 203.0.113.1" for each route of the option's hexadecimal text."""
+    data = bytes.fromhex(option)[2:]
+    while data:
+        width, octets = data[0], (data[0] + 7) // 8
+        network = ".".join(map(str, data[1 : 1 + octets].ljust(4, b"\0")))
+        gateway = ".".join(map(str, data[1 + octets : 5 + octets]))
+        yield f"{network}/{width} via {gateway}"
+        data = data[5 + octets :]
+
+
 class Road:
     def __init__(self, title):
         self.colour = sys.stdout.isatty()
@@ -67,11 +91,7 @@ class Road:
         """From here on, everything that happens in the gateway is shown."""
         self.sources = [(Tail(state.log), self._of_log), (Tail(state.journal), self._of_journal),
                         (Watch(state), self._of_model)]
-        self.show_only_new()
-
-    def show_only_new(self):
-        for source, _ in self.sources:
-            source.new()
+        self.show()
 
     def show(self):
         """What has happened since it was last asked, in order."""
@@ -81,7 +101,7 @@ class Road:
                 described = describe(line)
                 if described is not None:
                     seen.append((line["t_mono_us"] / 1e6, *described))
-        for at, kind, text in sorted(seen):
+        for at, kind, text in sorted(seen, key=lambda line: line[0]):
             self.line(kind, text, at)
 
     def _of_log(self, line):
@@ -89,22 +109,22 @@ class Road:
             return None
         text = line["text"].replace("\n", " ")
         if line["channel"] == "syslog" and text.startswith("DHCPC Option "):
-            return "in", "from the DHCP client: " + text.removeprefix("DHCPC Option ")
+            return "in", "from the DHCP client: " + lease_event(text.removeprefix("DHCPC Option "))
         if line["channel"] == "vlog" and line["level"] >= 7:
             return None
         return "tarn", f"{text}  ({line['channel']})"
 
     def _of_journal(self, line):
         effect = f"  -> {line['effect']}" if line["effect"] else ""
-        return "runs", f"{line['command']}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
+        return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
 
     def _of_model(self, line):
-        old, new = line.get("old"), line.get("new")
-        if old is None and new is None:
-            return "model", f"{line['path']} is there or gone"
+        path, old, new = line["path"], line.get("old"), line.get("new")
         if old is None:
-            return "model", f"{line['path']} = {new}"
-        return "model", f"{line['path']}: {old or '(empty)'} -> {'(gone)' if new is None else new or '(empty)'}"
+            return "model", f"{path} is new" if not new else f"{path} = {new}"
+        if new is None:
+            return "model", f"{path} is gone"
+        return "model", f"{path}: {old or '(empty)'} -> {new or '(empty)'}"
 
     def title(self, text):
         self.show()

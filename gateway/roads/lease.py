@@ -36,12 +36,16 @@ def signal_client(state, name):
 
 def boots(road, state):
     road.title("1. The gateway boots")
-    boot.up(state, fresh=True, before_clients=lambda: road.watch(state),
-            say=lambda text: road.line("ok", text))
+
+    def ready():
+        road.watch(state)
+        road.check("start-up has completed", True)
+        road.title("2. A lease is bound: real client, real server, two name servers, classless routes (option 121)")
+
+    boot.up(state, fresh=True, before_clients=ready, say=lambda text: None)
 
 
 def is_bound(road, state):
-    road.title("2. A lease is bound: real client, real server, two name servers, classless routes (option 121)")
     road.until("DHCPv4.Client.1 is bound, and the address is enabled", lambda: (
         value(state, f"{CLIENT}.DHCPStatus") == "Bound" and value(state, f"{ADDRESS}.Status") == "Enabled"))
     address = value(state, f"{CLIENT}.IPAddress")
