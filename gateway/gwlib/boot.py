@@ -4,6 +4,8 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
+import time
 
 from . import isp, logs, net, services
 from .errors import GatewayError
@@ -29,6 +31,8 @@ def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
         isp.start(state)
         services.start_logd(state)
         services.start_vcmd(state)
+        if config is not None:
+            _check_taken(state, config)
         services.start_tarn(state)
         _await_completion(state)
         say(f"the gateway runs (state in {state.directory})")
@@ -62,6 +66,16 @@ def _install_model(state, source):
     state.model.write_text(json.dumps(model), encoding="utf-8")
 
 
+def _check_taken(state, source):
+    """A configuration that vcmd does not take ends the boot; what it leaves out is told."""
+    time.sleep(logs.SETTLE_SECONDS)
+    for line in logs.lines(state, everybody=True):
+        if line["daemon"] == "vcmd" and line["level"] <= logs.ERROR:
+            raise GatewayError(f"{source} is not taken: {line['text']}")
+        if line["daemon"] == "vcmd" and line["level"] == logs.WARNING:
+            print(f"gw: {source}: {line['text']}", file=sys.stderr)
+
+
 def _build_world(state):
     programs = state.build / "bin"
     for name in ("tarn", "vcmd", "vcfgctl"):
@@ -78,7 +92,8 @@ def _build_world(state):
             words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
     done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)
     if done.returncode != 0:
-        raise GatewayError("; ".join(done.stderr.strip().splitlines()) or "the world could not be built")
+        reasons = [line for line in done.stderr.splitlines() if line.startswith("gw-world: ")]
+        raise GatewayError(reasons[0].removeprefix("gw-world: ") if reasons else "the world could not be built")
 
 
 def _await_completion(state):

@@ -37,6 +37,7 @@ def start(state):
 
 def change(state, **changes):
     """Takes over the named settings, and serves by them from now on."""
+    state.room("isp")
     new = {**settings(state), **changes}
     (state.isp / "settings.json").write_text(json.dumps(new))
     (state.isp / "options").write_text("".join(f"{line}\n" for line in _option_lines(new)))

@@ -4,6 +4,8 @@ import sys
 import time
 
 LEVELS = {0: "emerg", 1: "alert", 2: "crit", 3: "error", 4: "warning", 5: "notice", 6: "info", 7: "debug"}
+ERROR, WARNING = 3, 4
+SETTLE_SECONDS = 0.05  # what a program has logged is in the file by then
 COLOURS = {3: "31", 4: "33", 7: "2"}
 
 

@@ -8,7 +8,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -31,12 +34,59 @@ void copyTree(const std::string& from, const std::string& to) {
     const pid_t child = fork();
     must(child, "cannot fork");
     if (child == 0) {
-        execlp("cp", "cp", "-a", content.c_str(), to.c_str(), static_cast<char*>(nullptr));
+        execlp("cp", "cp", "-dR", "--preserve=mode", content.c_str(), to.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
     int status = 0;
     if (waitpid(child, &status, 0) < 0 || status != 0) {
         throw std::runtime_error("cannot copy " + from);
+    }
+}
+
+bool isOwnPlace(const std::string& name) {
+    constexpr const char* kOwn[] = {".", "..", "dev", "proc", "sys", "run", "tmp"};
+    return std::any_of(std::begin(kOwn), std::end(kOwn), [&name](const char* own) { return name == own; });
+}
+
+// One entry of the host's root: a folder is overlaid where the kernel allows it, else shown as it is.
+void layPart(const std::string& name) {
+    const std::string place = "root/" + name;
+    char target[PATH_MAX] = {};
+    if (readlink(("/" + name).c_str(), target, sizeof target - 1) > 0) {
+        must(symlink(target, place.c_str()), "cannot create /" + name);
+        return;
+    }
+    for (const std::string& part : {place, "upper/" + name, "work/" + name}) {
+        makeDirectories(part);
+    }
+    const std::string options = "userxattr,lowerdir=/" + name + ",upperdir=upper/" + name + ",workdir=work/" + name;
+    if (mount("room", place.c_str(), "overlay", 0, options.c_str()) < 0) {
+        bindOn("/" + name, place);
+    }
+}
+
+// In a user namespace the host's root, with what is mounted below it, cannot be overlaid as a whole.
+void layRootByParts() {
+    const Directory host(opendir("/"));
+    const Directory own(opendir("upper"));
+    if (host == nullptr || own == nullptr) {
+        fail("cannot read the root directory");
+    }
+    bindOn("root", "root");  // only a mount can become the root
+    for (const char* place : {"root/dev", "root/proc"}) {
+        makeDirectories(place);
+    }
+    while (const dirent* entry = readdir(host.get())) {
+        if (!isOwnPlace(entry->d_name) && (entry->d_type == DT_DIR || entry->d_type == DT_LNK)) {
+            layPart(entry->d_name);
+        }
+    }
+    while (const dirent* entry = readdir(own.get())) {
+        const std::string name = entry->d_name;
+        if (!isOwnPlace(name) && access(("root/" + name).c_str(), F_OK) < 0) {
+            makeDirectories("root/" + name);
+            bindOn("upper/" + name, "root/" + name);
+        }
     }
 }
 
@@ -52,8 +102,13 @@ void layRoot(const Room& room, const std::string& place) {
     if (!room.layer.empty()) {
         copyTree(room.layer, "upper");
     }
+    for (const auto& [source, inside] : room.binds) {
+        makeDirectories("upper" + inside);
+    }
     // Relative names: the option text has no way to write a path that holds ':' or ','.
-    mountOn("room", "root", "overlay", 0, "lowerdir=/,upperdir=upper,workdir=work");
+    if (mount("room", "root", "overlay", 0, "lowerdir=/,upperdir=upper,workdir=work") < 0) {
+        layRootByParts();
+    }
 }
 
 void bindDevices() {
@@ -155,7 +210,6 @@ void layScratch() {
 void enterRoom(const Room& room, const std::string& place) {
     layRoot(room, place);
     for (const auto& [source, inside] : room.binds) {
-        makeDirectories("root" + inside);
         bindOn(source, "root" + inside);
     }
     bindDevices();
