@@ -22,6 +22,16 @@ std::optional<uint8_t> instance(std::string_view table, std::string_view text) {
     return number;
 }
 
+bool occursIn(std::string_view text, std::string_view path) {
+    for (size_t at = text.find(path); at != std::string_view::npos; at = text.find(path, at + 1)) {
+        const size_t end = at + path.size();
+        if (end == text.size() || text[end] < '0' || text[end] > '9') {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace path
 
 objIndex instanceId(std::initializer_list<uint8_t> numbers) {

@@ -30,6 +30,9 @@ std::string of(std::string_view table, unsigned instance);
 // '.' or ','. Anything else (no number, 0, 256, a sign) is no instance.
 std::optional<uint8_t> instance(std::string_view table, std::string_view text);
 
+// Whether a list of paths, or a longer path, holds the path as a whole: "DSL.Line.1" does not occur in "DSL.Line.12".
+bool occursIn(std::string_view text, std::string_view path);
+
 }  // namespace path
 
 // Instance-id records.

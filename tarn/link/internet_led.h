@@ -1,4 +1,4 @@
-// The Internet LED, and the mails about the cellular backup.
+// The Internet LED: whether the WAN gives Internet service.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +15,3 @@ bool hasIpv6DefaultRoute(std::string& device);
 
 // Status of the PPP interface or VLAN termination that a LowerLayers text names; empty for anything else.
 std::string lowerLayerStatus(std::string_view lowerLayers);
-
-// Mails that the cellular backup on this IP interface is up or down. `ipIfPath` may be null.
-void check3GWanStatus(const char* ipIfPath, uint8_t srcEid, uint32_t requestId);
-void wanConnctionReadyHandle(const char* ipIfPath, uint32_t srcEid, uint32_t requestId);
-void wanConnctionLostHandle(const char* ipIfPath, uint32_t srcEid, uint32_t requestId);

@@ -70,20 +70,20 @@ void sendThroughAccount(Json& request, const MailEvent& event) {
 }
 
 void handleEvent(Json& request) {
-    const auto name = request.text("Event");
+    const std::string name = request.textOr("Event", "");
     const bool ethernet = wanIsOnEthernet();
-    if (!name) {
+    if (name.empty()) {
         return;
     }
-    auto event = findInstance<MailEvent>([&](const MailEvent& candidate) { return candidate.Event == *name; });
+    auto event = findInstance<MailEvent>([&](const MailEvent& candidate) { return candidate.Event == name; });
     if (!event) {
         return;
     }
-    if (*name == kBackupDown) {
+    if (name == kBackupDown) {
         sayWhatTookOver(event, ethernet);
     }
     if (!event->Enable) {
-        logs::print("%s: Event %s doesn't enable\n", kHandler, name->c_str());
+        logs::print("%s: Event %s doesn't enable\n", kHandler, name.c_str());
         return;
     }
     sendThroughAccount(request, *event);
