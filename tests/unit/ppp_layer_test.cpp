@@ -1,6 +1,7 @@
 #include <syslog.h>
 
 #include <string>
+#include <thread>
 
 #include "connection/pending_request.h"
 #include "connection/ppp.h"
@@ -333,6 +334,16 @@ TEST_F(PppAnswer, Ipv4DownAnswersNoDisconnectAndIpv6DownDoes) {
     EXPECT_TRUE(gw.logged("stdout", "PPP_DISCONNECTED with idx=2, send reply."));
     expectReply(gw, VCFG_MSG_WAN_REPLY, kPage);
     EXPECT_FALSE(pending::peek());
+}
+
+TEST_F(PppAnswer, OfTwoReportersAtOnceExactlyOneAnswers) {
+    for (size_t round = 1; round <= 20; ++round) {
+        pending::record(kPage.eid, kPage.requestId, 2);
+        std::thread ground([] { processPppdMsg(kIpv6Down); });
+        processPppdMsg(kIpv6Down);
+        ground.join();
+        ASSERT_EQ(gw.replies().size(), round);
+    }
 }
 
 }  // namespace
