@@ -102,8 +102,8 @@ int runWatch(const Call& call) {
         status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
-    if (!answer.came || answer.code != VCFG_OK)
+    const vcfg::Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
+    if (answer.code != VCFG_OK)
         return reportFailure(answer, "watch");
     return follow(call, watch);
 }

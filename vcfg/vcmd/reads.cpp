@@ -35,7 +35,8 @@ int find(Vcmd& vcmd, const Request& request, Target& target, std::string& why) {
         why = "the request's payload has not the size it should have";
         return VCFG_ERR_INVALID;
     }
-    why = std::string(target.object->pattern) + ": no such instance";
+    why = (target.iid.level == target.object->depth ? model::path(*target.object, target.iid) : target.object->pattern) +
+          std::string(": no such instance");
     int code;
     if (ofChild) {
         objIndex parent;
