@@ -20,6 +20,11 @@ CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its n
 
 def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
     """Boots; `before_clients` is called when the daemon is ready and no lease has been asked for yet."""
+    with state.alone():
+        _up(state, config, fresh, say, before_clients)
+
+
+def _up(state, config, fresh, say, before_clients):
     if state.world() is not None:
         raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
     state.prepare(fresh or config is not None)
@@ -33,18 +38,27 @@ def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
         services.start_vcmd(state)
         if config is not None:
             _check_taken(state, config)
+        services.start_linesim(state)
+        services.start_linkd(state)
         services.start_tarn(state)
         _await_completion(state)
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
         services.start_dhcpc(state)
     except BaseException:
-        down(state)
+        _down(state)
         raise
 
 
 def down(state):
     """Ends the world's first process, and with it everything inside. True when there was one."""
+    if not state.directory.is_dir():
+        return False
+    with state.alone():
+        return _down(state)
+
+
+def _down(state):
     world = state.world()
     if world is not None:
         os.kill(world, signal.SIGKILL)

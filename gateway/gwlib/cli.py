@@ -3,7 +3,7 @@ import argparse
 import json
 import sys
 
-from . import boot, inside, isp, logs, model, services
+from . import boot, inside, isp, logs, model, net, services
 from .errors import DONE, GatewayError
 from .state import State
 from .waiting import until
@@ -38,6 +38,18 @@ def verb_kernel(state, options):
             return inside.feed(state, ["gw-kernel-event", "--raw", "-"], file.read())
     words += [options.text] if options.text is not None else []
     words += ["--type", options.type] if options.type else []
+    inside.replace_by(state, words)
+
+
+def verb_cable(state, options):
+    net.plug(state, options.port, options.action == "in")
+
+
+def verb_line(state, options):
+    words = ["gw-linesim", options.verb, options.action]
+    for name in ("line", "mode"):
+        if getattr(options, name, None) is not None:
+            words += [f"--{name}", getattr(options, name)]
     inside.replace_by(state, words)
 
 
@@ -120,6 +132,16 @@ def parser():
     new.add_argument("text", nargs="?", help="the event's text")
     new.add_argument("--type", help="event type (default 0x2000)")
     new.add_argument("--raw", metavar="FILE", help="send the file's bytes as they are")
+    new = verb("cable", verb_cable, "plug or pull the cable of an Ethernet port")
+    new.add_argument("port", metavar="IFNAME")
+    new.add_argument("action", choices=("in", "out"))
+    new = verb("dsl", verb_line, "give the DSL line a signal, or take it away")
+    new.add_argument("action", choices=("up", "down"))
+    new.add_argument("--line", metavar="N")
+    new.add_argument("--mode", choices=("atm", "ptm"))
+    for name in ("optical", "usb"):
+        new = verb(name, verb_line, f"bring the {name} link up or down")
+        new.add_argument("action", choices=("up", "down"))
     new = verb("journal", verb_journal, "the platform commands that the daemon ran, and what they changed")
     new.add_argument("--json", action="store_true", help="JSON lines")
     new.add_argument("--since", type=int, metavar="MARK", help="only what came after that time (see gw mark)")

@@ -41,8 +41,22 @@ def start_dhcpc(state):
                  "-s", "/usr/share/udhcpc/gateway.script", "-O", "121", "-O", "212", "-t", "4", "-T", "1", "-A", "2")
 
 
-STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "tarn": start_tarn, "dhcpc": start_dhcpc}
-PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "tarn": "tarn", "dhcpc": "udhcpc"}
+def start_linesim(state):
+    """The DSL, optical and cellular lines, without a signal until someone gives them one."""
+    inside.spawn(state, "linesim", "gw-linesim", "serve")
+    if not until(lambda: inside.run(state, "gw-linesim", "state").returncode == 0, READY_SECONDS):
+        raise GatewayError(f"the line simulator did not come up; see {state.log_directory}/linesim.txt")
+
+
+def start_linkd(state):
+    """What the platform's kernel does: it tells the registered process which port found or lost its link."""
+    inside.spawn(state, "linkd", "gw-linkd")
+
+
+STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "linesim": start_linesim, "linkd": start_linkd, "tarn": start_tarn,
+            "dhcpc": start_dhcpc}
+PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "linesim": "gw-linesim", "linkd": "gw-linkd", "tarn": "tarn",
+            "dhcpc": "udhcpc"}
 
 
 def start(state, name):

@@ -1,4 +1,6 @@
 """One gateway's state directory: where its files lie, and which processes it consists of."""
+import contextlib
+import fcntl
 import os
 import pathlib
 import shutil
@@ -29,6 +31,14 @@ class State:
             directory.mkdir(parents=True, exist_ok=True)
         self.log.touch()
         self.journal.touch()
+
+    @contextlib.contextmanager
+    def alone(self):
+        """Booting and ending a gateway take turns."""
+        self.directory.mkdir(parents=True, exist_ok=True)
+        with open(self.directory / "lock", "w", encoding="ascii") as file:
+            fcntl.flock(file, fcntl.LOCK_EX)
+            yield
 
     def program(self, name):
         """A program of the gateway's own, on the host's side."""

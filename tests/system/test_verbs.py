@@ -54,7 +54,7 @@ def test_second_up_is_refused(gateway):
 
 def test_status_names_every_service(gateway):
     services = json.loads(gateway.must("status", "--json"))["services"]
-    assert set(services) == {"logd", "vcmd", "tarn", "dhcpc"}
+    assert set(services) == {"logd", "vcmd", "linesim", "linkd", "tarn", "dhcpc"}
     assert all(len(numbers) == 1 for numbers in services.values())
 
 
@@ -108,3 +108,23 @@ def test_since_shows_only_what_came_later(gateway):
     assert all(line["t_mono_us"] > int(mark) for line in gateway.log(mark, "--all"))
     gateway.inside("logger", "-t", "tarn", "after the mark")
     eventually(lambda: "after the mark" in [line["text"] for line in gateway.log(mark, "--all")])
+
+
+def test_pulled_cable_is_reported_by_the_kernel_itself(gateway):
+    gateway.must("cable", "eth0.1", "out")
+    gateway.wait("Ethernet.Interface.1.Status=Down")
+    gateway.must("cable", "eth0.1", "in")
+    gateway.wait("Ethernet.Interface.1.Status=Up")
+
+
+def test_port_without_a_cable_is_refused(gateway):
+    assert gateway.gw("cable", "eth9", "out").returncode == REFUSED
+
+
+def test_dsl_line_trains_when_it_gets_a_signal(gateway):
+    gateway.must("exec", "wan", "adsl", "open")
+    gateway.must("dsl", "up", "--mode", "atm")
+    gateway.wait("DSL.Line.1.LinkStatus=Up")
+    assert gateway.value("DSL.Line.1.X_VORAN_LinkTypeIsATM") == "true"
+    gateway.must("dsl", "down")
+    gateway.wait("DSL.Line.1.Status=Down")
