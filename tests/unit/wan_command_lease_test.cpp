@@ -86,7 +86,7 @@ TEST_F(WanCommandLease, UnreadableClientIsAnsweredAtOnce) {
     EXPECT_EQ(tarnWanIpRenew(instanceId({9}), false, kPage.eid, 1), VCFG_ERR_FAIL);
 }
 
-TEST_F(WanCommandLease, ClientOfNoInterfaceIsAskedByItsProcess) {
+TEST_F(WanCommandDualStack, ClientOfNoInterfaceIsAskedByItsProcess) {
     for (const char* path : {"", "IP.Interface.0", "IP.Interface.256", "IP.Interface.-3", "IP.Interface.99999999999",
                              "IP.Interface.3.IPv4Address.1", "IP.Interface.77"}) {
         gw.forget();
