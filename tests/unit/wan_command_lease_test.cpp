@@ -15,7 +15,6 @@ using Signals = std::vector<std::pair<pid_t, int>>;
 
 constexpr const char* kPidFile = "/var/run/udhcpc-wan.pid";
 constexpr pid_t kClient = 321;
-constexpr pid_t kDaemon = 4711;
 constexpr Sender kPage{VCFG_EID_VHTTPD, 4242};
 
 class WanCommandLease : public testing::Test {
