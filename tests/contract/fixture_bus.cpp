@@ -104,7 +104,7 @@ void startWorld() {
     if (vcmd == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() == parent) {
-            execl(VCMD_PATH, "vcmd", static_cast<char*>(nullptr));
+            execl(VCMD_PATH, "vcmd", "--foreground", static_cast<char*>(nullptr));
         }
         _exit(127);
     }
