@@ -1,6 +1,8 @@
 #include <json-c/json.h>
+#include <signal.h>
 
 #include <atomic>
+#include <sstream>
 #include <thread>
 
 #include "vcmd_kit.h"
@@ -36,7 +38,7 @@ class VcmdHooks : public ::testing::Test {
     }
 
     Vcmd vcmd;
-    objIndex interface{};
+    objIndex interface {};
 };
 
 }  // namespace
@@ -141,7 +143,8 @@ TEST_F(VcmdHooks, AWriteWithoutApplyRunsNoHook) {
 }
 
 TEST_F(VcmdHooks, ApplyHooksRunOneByOneInTheOrderOfTheWrites) {
-    vcmd.hook("apply", kInterface, "mkdir running || echo overlap >>order; cat >>order; echo >>order; sleep 0.02; rmdir running");
+    vcmd.hook("apply", kInterface,
+              "mkdir running || echo overlap >>order; cat >>order; echo >>order; sleep 0.02; rmdir running");
     std::string expected;
     for (int i = 1; i <= 10; ++i) {
         const uint32_t type = i < 10 ? VCFG_FE_WRITE_APPLY : wire::kWriteAndWait;
@@ -214,7 +217,8 @@ TEST_F(VcmdHooks, AHookGetsACleanEnvironment) {
     for (std::string line; std::getline(lines, line);) {
         const std::string name = line.substr(0, line.find('='));
         // The shell adds the last two.
-        EXPECT_TRUE(name == "PATH" || name == "VCFG_RUN_DIR" || name == "VCFG_DATA_DIR" || name == "PWD" || name == "OLDPWD")
+        EXPECT_TRUE(name == "PATH" || name == "VCFG_RUN_DIR" || name == "VCFG_DATA_DIR" || name == "PWD" ||
+                    name == "OLDPWD")
             << line;
     }
 }

@@ -41,9 +41,9 @@ std::string content(const fs::path& path) {
 
 }  // namespace
 
-Vcmd::Vcmd() {
-    char name[] = "/tmp/vcmd_test_XXXXXX";
-    home_ = mkdtemp(name);
+Vcmd::Vcmd(const std::string& base) {
+    std::string name = base + "/vcmd_test_XXXXXX";
+    home_ = mkdtemp(name.data());
     for (const char* one : {"run", "data", "hooks", "hooks/apply", "hooks/refresh"}) {
         fs::create_directory(home_ / one);
         fs::permissions(home_ / one, fs::perms::owner_all);
@@ -89,11 +89,17 @@ void Vcmd::kill9() {
     pid_ = -1;
 }
 
-bool Vcmd::answers() const { return ask(vcfg::wire::kPing).code == VCFG_OK; }
+bool Vcmd::answers() const {
+    return ask(vcfg::wire::kPing).code == VCFG_OK;
+}
 
-std::string Vcmd::savedFile() const { return content(data() / "vcfg_config.json"); }
+std::string Vcmd::savedFile() const {
+    return content(data() / "vcfg_config.json");
+}
 
-std::string Vcmd::log() const { return content(home_ / "log"); }
+std::string Vcmd::log() const {
+    return content(home_ / "log");
+}
 
 size_t Vcmd::logged(const std::string& part) const {
     std::istringstream lines(log());
@@ -111,7 +117,9 @@ void Vcmd::hook(const std::string& kind, const std::string& pattern, const std::
     fs::rename(fresh, home_ / "hooks" / kind / pattern);
 }
 
-std::string Vcmd::file(const std::string& name) const { return content(home_ / name); }
+std::string Vcmd::file(const std::string& name) const {
+    return content(home_ / name);
+}
 
 vcfg::Answer ask(uint32_t request, uint32_t oid, const objIndex& at, const std::string& payload, uint32_t timeoutMs) {
     return vcfg::request(request, oid, at, payload, vcfg::Deadline::ofCall(timeoutMs));

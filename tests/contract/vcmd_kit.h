@@ -15,7 +15,7 @@
 
 class Vcmd {
   public:
-    Vcmd();
+    explicit Vcmd(const std::string& base = "/tmp");
     ~Vcmd();
     Vcmd(const Vcmd&) = delete;
     Vcmd& operator=(const Vcmd&) = delete;
