@@ -70,6 +70,12 @@ void operator delete(void* memory) noexcept {
 void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
 void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
