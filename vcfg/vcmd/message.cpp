@@ -17,7 +17,7 @@ bus::MessagePtr newMessage(uint32_t type, uint8_t dstEid, std::string_view paylo
     message->srcEid = VCFG_EID_VCMD;
     message->dstEid = dstEid;
     message->length = static_cast<uint16_t>(length);
-    memcpy(vcfg_msg_payload(message.get()), payload.data(), payload.size());
+    payload.copy(vcfg_msg_payload(message.get()), payload.size());
     return message;
 }
 
