@@ -23,8 +23,8 @@ int runAdd(const Call& call) {
     const int status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
-    if (!answer.came || answer.code != VCFG_OK)
+    const vcfg::Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
+    if (answer.code != VCFG_OK)
         return reportFailure(answer, path);
     const std::string added = model::path(*table->object, answer.iid);
     if (!call.json) {
