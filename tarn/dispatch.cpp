@@ -1,6 +1,5 @@
 #include "dispatch.h"
 
-#include <exception>
 #include <string>
 
 #include "connection/dhcpv4_client.h"
@@ -9,6 +8,7 @@
 #include "connection/router_advertisement.h"
 #include "connection/wan_commands.h"
 #include "core/command_relay.h"
+#include "core/event.h"
 #include "core/log.h"
 #include "core/message.h"
 #include "link/internet_led.h"
@@ -202,22 +202,19 @@ void announce(const Announcement& line, const char* payload) {
     }
 }
 
-// No failure of a handler reaches beyond its message: it is logged with the message's name, and the next one is served.
 void dispatch(const Message& message) {
     const Row* const row = rowOf(message.type);
     if (row == nullptr) {
         VLOG(VLOG_ERROR, "unknown msg type %d is received from EID %u", static_cast<int>(message.type), message.srcEid);
         return;
     }
-    try {
+    handleEvent(row->name, [&] {
         announce(row->announcement, message.payload);
         const bool missing = row->payload == Payload::Required && message.payload == nullptr;
         if (row->handle != kLater && !missing) {
             row->handle(message);
         }
-    } catch (const std::exception& failure) {
-        VLOG(VLOG_ERROR, "%s: given up: %s", row->name, failure.what());
-    }
+    });
 }
 
 }  // namespace

@@ -6,12 +6,14 @@
 #include <signal.h>
 #include <sys/select.h>
 #include <unistd.h>
+#include <vcfg/vcfg.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
+#include "core/event.h"
 #include "core/kernel_monitor.h"
 #include "core/kernel_socket.h"
 #include "core/log.h"
@@ -129,7 +131,7 @@ void becomeRealTime() {
         } else if (ready == 0) {
             VLOG(VLOG_DEBUG, "time out !!");
         } else if (monitor >= 0 && FD_ISSET(monitor, &readable)) {
-            processKernelMonitor(updateLinkStatus);
+            handleEvent("kernel event", [] { processKernelMonitor(updateLinkStatus); });
         }
     }
 }

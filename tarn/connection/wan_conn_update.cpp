@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "core/event.h"
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/os.h"
@@ -216,9 +217,11 @@ void execTarnWanConnUpdateTaskHandler(void* record) {
         return;
     }
     const std::unique_ptr<Task> task(static_cast<Task*>(record));
-    if (task->type == kLinkDslAtm || task->type == kLinkDslPtm) {
-        execTarnDslWanConnUpdate(*task);
-    } else {
-        execWanConnUpdateProc(*task);
-    }
+    handleEvent("WAN connection update", [&task] {
+        if (task->type == kLinkDslAtm || task->type == kLinkDslPtm) {
+            execTarnDslWanConnUpdate(*task);
+        } else {
+            execWanConnUpdateProc(*task);
+        }
+    });
 }

@@ -1,5 +1,5 @@
 // The receiving side of one endpoint. vcfg_msg_serverRecv and vcfg_msg_serverSend stand on it, and so does vcmd, which
-// has its own event loop.
+// has its own event loop. All may be called from several threads at once.
 #pragma once
 
 #include <vcfg/msg.h>
@@ -24,16 +24,22 @@ class Server {
     static std::unique_ptr<Server> open(uint8_t eid, int* code);
     virtual ~Server() = default;
 
+    // Takes the endpoint back when another process has taken it over meanwhile; nothing happens when none has.
+    virtual int reopen() = 0;
+
     // Readable when receive() has something to do; for poll and epoll.
     virtual int pollFd() const = 0;
-    // The next message, without blocking; null when there is none now. Connections are accepted, checked and closed, and
-    // bad packets refused and logged, inside. `from` (may be null) names the connection.
+    // The next message, without blocking; null when there is none now. Connections are accepted, checked and closed,
+    // and bad packets refused and logged, inside. `from` (may be null) names the connection.
     virtual MessagePtr receive(ConnectionId* from) = 0;
-    // Answers on that connection, without blocking: VCFG_ERR_NO_PEER when it is gone, VCFG_ERR_FULL when its owner does
-    // not read. After either the connection is closed.
+    // The same, waiting up to `timeoutMs` (negative: without limit); null with *code VCFG_ERR_TIMEOUT or VCFG_ERR_FAIL.
+    virtual MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) = 0;
+    // Answers on that connection, without blocking: VCFG_ERR_NO_PEER when it is gone or its owner does not take
+    // answers, VCFG_ERR_FULL when its owner does not read, after which it is closed.
     virtual int answer(ConnectionId to, const vcfg_msg_t& message) = 0;
-    // The connection that a requester waits on, by what its request said; 0 when there is none.
-    virtual ConnectionId requester(uint8_t srcEid, uint32_t requestId) const = 0;
+    // The connection that a requester waits on, by what its request said; 0 when there is none. When there are several
+    // it is `preferred`, else the latest.
+    virtual ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred = 0) const = 0;
     virtual void close(ConnectionId connection) = 0;
 };
 

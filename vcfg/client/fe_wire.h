@@ -1,9 +1,9 @@
 // The data-model requests that libvcfg sends to vcmd (endpoint 1), and vcmd's answers. Both ends include this.
 //
 // Every request is one envelope: `oid` and `objIid` name the object, the payload is what the table says. The answer has
-// the request's type with bit 31 set, `statCode` holds the vcfg_code (as uint32_t), `objIid` the instance found or added,
-// and the payload the record; after a refusal the payload is a NUL-terminated text that says why. Records travel as they
-// lie in memory: both ends run on the same machine.
+// the request's type with bit 31 set, `statCode` holds the vcfg_code (as uint32_t), `objIid` the instance found or
+// added, and the payload the record; after a refusal the payload is a NUL-terminated text that says why. Records travel
+// as they lie in memory: both ends run on the same machine.
 #pragma once
 
 #include <vcfg/msg.h>
@@ -26,7 +26,7 @@ enum Request : uint32_t {
     kWrite = 0x00F0000B,       // payload: WriteHeader, then a NUL-terminated JSON object -> -
     kWatch = 0x00F0000C,       // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
     kPing = 0x00F0000D,        // -                            -> -, when all that came before has been handled
-    kChange = 0x00F0000E,      // from vcmd: payload is a JSON object {t_mono_us, path, old, new, by}
+    kChange = 0x00F0000E,      // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
     kDebugConfig = 0x00F0000F  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
 };
 
@@ -35,6 +35,8 @@ struct WriteHeader {
 };
 inline constexpr uint32_t kWriteAndWait = 0x20000008;  // as VCFG_FE_WRITE_APPLY, answered when the hook has ended
 
-inline constexpr uint32_t answerTo(uint32_t request) { return request | VCFG_MSG_NO_REPLY; }
+inline constexpr uint32_t answerTo(uint32_t request) {
+    return request | VCFG_MSG_NO_REPLY;
+}
 
 }  // namespace vcfg::wire

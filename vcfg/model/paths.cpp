@@ -66,20 +66,20 @@ std::string path(const Object& object, const objIndex& iid) {
 }
 
 std::optional<Resolved> resolve(std::string_view path) {
-    if (path.ends_with('.')) {
-        return std::nullopt;
-    }
+    std::optional<Resolved> withUnknownName;
     for (const Object& object : objects()) {
         Resolved found{&object, {}, path, nullptr};
-        if (follow(object.pattern, &found.rest, &found.iid) && found.rest.find('.') == path.npos) {
-            found.parameter = find(object, found.rest);
-            const bool isTableName = !found.rest.empty() && found.parameter == nullptr && resolveTable(path);
-            if (!isTableName) {
-                return found;
-            }
+        if (path.ends_with('.') || !follow(object.pattern, &found.rest, &found.iid) ||
+            found.rest.find('.') != path.npos) {
+            continue;
         }
+        found.parameter = find(object, found.rest);
+        if (found.rest.empty() || found.parameter != nullptr) {
+            return found;
+        }
+        withUnknownName = found;
     }
-    return std::nullopt;
+    return resolveTable(path) ? std::nullopt : withUnknownName;
 }
 
 std::optional<ResolvedTable> resolveTable(std::string_view path) {

@@ -1,0 +1,228 @@
+// The whole model as JSON and as a file.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "store/persist.h"
+#include "store_support.h"
+
+namespace {
+
+std::string text(const Store& store) {
+    const JsonPtr json = store.toJson();
+    return json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PLAIN);
+}
+
+void fill(Store& store) {
+    make(store, "IP.Interface.3");
+    make(store, "IP.Interface.3.IPv4Address.1");
+    make(store, "PPP.Interface.2");
+    EXPECT_EQ(write(store, "IP.Interface.3", R"({"Enable":true,"Status":"Up","Alias":"w\"a\\n/ä\n"})"), "");
+    EXPECT_EQ(write(store, "IP.Interface.3.IPv4Address.1", R"({"IPAddress":"192.0.2.1"})"), "");
+    EXPECT_EQ(write(store, "PPP.Interface.2.IPCP", R"({"LocalIPAddress":"192.0.2.2"})"), "");
+    EXPECT_EQ(write(store, "DNS.Client", R"({"Enable":true})"), "");
+}
+
+int load(Store& store, const std::string& json, Unknown unknown, std::vector<std::string>* skipped, std::string* why) {
+    const JsonPtr parsed = vcfg::store::parseObject(json, why);
+    return parsed ? store.fromJson(parsed.get(), unknown, skipped, why) : VCFG_ERR_INVALID;
+}
+
+class StoreFile : public testing::Test {
+  protected:
+    StoreFile() {
+        char name[] = "/tmp/store_file_XXXXXX";
+        EXPECT_NE(mkdtemp(name), nullptr);
+        directory = name;
+        file = directory + "/vcfg_config.json";
+    }
+    ~StoreFile() override {
+        unlink(file.c_str());
+        unlink((file + ".new").c_str());
+        rmdir((file + ".new").c_str());
+        rmdir(directory.c_str());
+    }
+    void put(const std::string& content) const { std::ofstream(file) << content; }
+    std::string content() const {
+        std::ostringstream all;
+        all << std::ifstream(file).rdbuf();
+        return all.str();
+    }
+
+    std::string directory;
+    std::string file;
+    std::string why;
+};
+
+}  // namespace
+
+TEST(StoreJson, NamesEveryInstanceAndWhatDiffersFromItsDefaults) {
+    Store store;
+    make(store, "IP.Interface.1");
+    make(store, "IP.Interface.1.IPv4Address.2");
+    write(store, "IP.Interface.1", R"({"Enable":true,"LastChange":5})");
+    EXPECT_EQ(
+        text(store),
+        R"({"version":1,"objects":{"IP.Interface.1":{"Enable":true,"LastChange":5},"IP.Interface.1.IPv4Address.2":{}}})");
+}
+
+TEST(StoreJson, ComesBackAsItWas) {
+    Store original;
+    fill(original);
+    Store copy;
+    std::string why;
+    ASSERT_EQ(load(copy, text(original), Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(text(copy), text(original));
+    EXPECT_EQ(value(copy, "IP.Interface.3.Alias"), "w\"a\\n/\xc3\xa4\n");
+    EXPECT_EQ(value(copy, "IP.Interface.3.IPv4AddressNumberOfEntries"), "1");
+    EXPECT_EQ(value(copy, "PPP.Interface.2.IPCP.LocalIPAddress"), "192.0.2.2");
+}
+
+TEST(StoreJson, ReplacesWhatWasThere) {
+    Store store;
+    fill(store);
+    std::string why;
+    ASSERT_EQ(load(store, R"({"version":1,"objects":{"IP.Interface.9":{}}})", Unknown::Refuse, nullptr, &why), VCFG_OK);
+    EXPECT_TRUE(has(store, "IP.Interface.9"));
+    EXPECT_FALSE(has(store, "IP.Interface.3"));
+    EXPECT_EQ(value(store, "DNS.Client.Enable"), "false");
+    EXPECT_EQ(value(store, "IP.InterfaceNumberOfEntries"), "1");
+}
+
+TEST(StoreJson, ParentsMayStandBehindTheirChildren) {
+    Store store;
+    std::string why;
+    EXPECT_EQ(load(store, R"({"version":1,"objects":{"IP.Interface.1.IPv4Address.1":{},"IP.Interface.1":{}}})",
+                   Unknown::Refuse, nullptr, &why),
+              VCFG_OK)
+        << why;
+}
+
+TEST(StoreJson, OneBadEntryRefusesTheWhole) {
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("IP.Interface.1":{"Status":"Odd"})",
+         "IP.Interface.1: Status takes one of Up,Down,Unknown,Dormant,NotPresent,LowerLayerDown,Error, or nothing"},
+        {R"("IP.Interface.1":{"Bogus":1})", "IP.Interface.1: no such parameter: Bogus"},
+        {R"("Bogus.1":{})", "Bogus.1: the model has no such object"},
+        {R"("IP.Interface.0":{})", "IP.Interface.0: the model has no such object"},
+        {R"("IP.Interface.1.Status":{})", "IP.Interface.1.Status: the model has no such object"},
+        {R"("IP.Interface.1.IPv4Address.1":{})", "IP.Interface.1.IPv4Address.1: no such parent instance"},
+        {R"("PPP.Interface.1.IPCP":{})", "PPP.Interface.1.IPCP: no such parent instance"},
+        {R"("IP.Interface.1":5)", "IP.Interface.1: takes a JSON object"},
+    };
+    for (const auto& [entry, reason] : cases) {
+        Store store;
+        fill(store);
+        const std::string before = text(store);
+        std::string why;
+        EXPECT_EQ(load(store, std::string(R"({"version":1,"objects":{"IP.Interface.7":{},)") + entry + "}}",
+                       Unknown::Refuse, nullptr, &why),
+                  VCFG_ERR_INVALID)
+            << entry;
+        EXPECT_EQ(why, reason);
+        EXPECT_EQ(text(store), before);
+    }
+}
+
+TEST(StoreJson, AnOldFileBootsWithoutWhatIsUnknown) {
+    Store store;
+    std::vector<std::string> skipped;
+    std::string why;
+    ASSERT_EQ(
+        load(store,
+             R"({"version":1,"objects":{"Old.Table.1":{},"IP.Interface.1":{"Gone":1,"Enable":true,"Status":"Odd"}}})",
+             Unknown::Skip, &skipped, &why),
+        VCFG_OK);
+    EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "true");
+    EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Down");
+    ASSERT_EQ(skipped.size(), 3u);
+    EXPECT_EQ(skipped[0], "Old.Table.1: the model has no such object");
+    EXPECT_EQ(skipped[1], "IP.Interface.1: no such parameter: Gone");
+}
+
+TEST(StoreJson, WhatIsNoModelFileIsRefused) {
+    for (const char* bad : {"{}", R"({"version":2,"objects":{}})", R"({"version":"1","objects":{}})",
+                            R"({"version":1})", R"({"version":1,"objects":[]})", R"({"objects":{}})"}) {
+        Store store;
+        fill(store);
+        std::string why;
+        EXPECT_EQ(load(store, bad, Unknown::Skip, nullptr, &why), VCFG_ERR_INVALID) << bad;
+        EXPECT_EQ(why, "takes a model file of version 1");
+        EXPECT_TRUE(has(store, "IP.Interface.3"));
+    }
+}
+
+TEST_F(StoreFile, HoldsTheModel) {
+    Store original;
+    fill(original);
+    ASSERT_EQ(vcfg::store::save(file, original, &why), VCFG_OK) << why;
+    Store copy;
+    ASSERT_EQ(vcfg::store::load(file, &copy, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(text(copy), text(original));
+}
+
+TEST_F(StoreFile, IsReplaced) {
+    Store store;
+    fill(store);
+    ASSERT_EQ(vcfg::store::save(file, store, &why), VCFG_OK);
+    const std::string before = content();
+    drop(store, "IP.Interface.3");
+    ASSERT_EQ(vcfg::store::save(file, store, &why), VCFG_OK);
+    EXPECT_LT(content().size(), before.size());
+    EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+}
+
+TEST_F(StoreFile, IsReadableByItsOwnerOnly) {
+    ASSERT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK);
+    struct stat status {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(StoreFile, ALeftOverTemporaryFileDoesNoHarm) {
+    std::ofstream(file + ".new") << "{\"vers";
+    ASSERT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    Store copy;
+    EXPECT_EQ(vcfg::store::load(file, &copy, nullptr, &why), VCFG_OK) << why;
+}
+
+TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {
+    put("old");
+    ASSERT_EQ(mkdir((file + ".new").c_str(), 0700), 0);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_ERR_FAIL);
+    EXPECT_EQ(content(), "old");
+    EXPECT_EQ(why, file + ".new: Is a directory");
+}
+
+TEST_F(StoreFile, IsNotWrittenThroughALink) {
+    const std::string victim = directory + "/victim";
+    ASSERT_EQ(symlink(victim.c_str(), (file + ".new").c_str()), 0);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_ERR_FAIL);
+    EXPECT_NE(access(victim.c_str(), F_OK), 0);
+}
+
+TEST_F(StoreFile, IsNotFoundBeforeTheFirstWrite) {
+    Store store;
+    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_NOT_FOUND);
+}
+
+TEST_F(StoreFile, ADamagedFileLeavesTheStoreAsItWas) {
+    for (const char* bad : {"", "{\"version\":1,\"objects\":{", "\xff\xfe", "null"}) {
+        put(bad);
+        Store store;
+        fill(store);
+        EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID) << bad;
+        EXPECT_EQ(why.substr(0, file.size()), file);
+        EXPECT_TRUE(has(store, "IP.Interface.3"));
+    }
+}
+
+TEST_F(StoreFile, ADirectoryIsNoFile) {
+    Store store;
+    EXPECT_EQ(vcfg::store::load(directory, &store, nullptr, &why), VCFG_ERR_FAIL);
+}

@@ -1,0 +1,154 @@
+#include "bus_client.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "client_log.h"
+#include "link.h"
+
+namespace vcfg::bus {
+namespace {
+
+// False when the time is over.
+bool awaitReady(int socket, short events, const Deadline& deadline) {
+    pollfd state{socket, events, 0};
+    const int ready = poll(&state, 1, deadline.remainingMs());
+    return ready != 0 || !deadline.passed();
+}
+
+enum class Patience { Wait, None };
+
+// 0, or the error number: ETIMEDOUT when the time was over.
+int sendUntil(int socket, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
+    for (;;) {
+        const int error = sendPacket(socket, message, MSG_DONTWAIT);
+        if (error == EAGAIN && patience == Patience::Wait) {
+            if (!awaitReady(socket, POLLOUT, deadline)) {
+                return ETIMEDOUT;
+            }
+        } else if (error != EINTR) {
+            return error;
+        }
+    }
+}
+
+int codeOfSend(int error) {
+    switch (error) {
+        case 0:
+            return VCFG_OK;
+        case EAGAIN:
+            return VCFG_ERR_FULL;
+        case ETIMEDOUT:
+            return VCFG_ERR_TIMEOUT;
+        case EPIPE:
+        case ECONNRESET:
+        case ENOTCONN:
+        case ECONNREFUSED:
+            return VCFG_ERR_NO_PEER;
+        default:
+            return VCFG_ERR_FAIL;
+    }
+}
+
+// Sends by the thread's link. A peer that went away since the last call gets one new connection.
+int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, int* socket) {
+    Link* link = cachedLink(message.dstEid, way);
+    const bool wasCached = link != nullptr;
+    int code = VCFG_ERR_NO_PEER;
+    if (wasCached) {
+        *socket = link->socket;
+        code = codeOfSend(sendUntil(*socket, message, patience, deadline));
+        if (code == VCFG_ERR_NO_PEER) {
+            dropLink(message.dstEid, way);
+        }
+    }
+    if (code == VCFG_ERR_NO_PEER) {
+        link = newLink(message.dstEid, way, deadline, &code);
+        if (link == nullptr) {
+            return code;
+        }
+        *socket = link->socket;
+        code = codeOfSend(sendUntil(*socket, message, patience, deadline));
+    }
+    if (code == VCFG_ERR_NO_PEER || (code != VCFG_OK && way == Way::Request)) {
+        dropLink(message.dstEid, way);
+    }
+    return code;
+}
+
+// The next packet on a connection that this side may wait on.
+int receiveUntil(int socket, const Deadline& deadline, MessagePtr* message) {
+    for (;;) {
+        if (!deadline.isNever() && !awaitReady(socket, POLLIN, deadline)) {
+            return VCFG_ERR_TIMEOUT;
+        }
+        switch (threadReceiver().receive(socket, deadline.isNever() ? 0 : MSG_DONTWAIT, message)) {
+            case Arrival::Message:
+                return VCFG_OK;
+            case Arrival::Nothing:
+                break;
+            case Arrival::Closed:
+                return VCFG_ERR_NO_PEER;
+            case Arrival::Bad:
+                CLIENT_LOG(VLOG_ERROR, "an answer is refused: %s", threadReceiver().fault());
+                return VCFG_ERR_FAIL;
+        }
+    }
+}
+
+}  // namespace
+
+int deliver(const vcfg_msg_t& message, const Deadline& deadline) {
+    int socket = -1;
+    const int code = transmit(message, Way::OneWay, Patience::Wait, deadline, &socket);
+    return code == VCFG_OK ? VCFG_DELIVERED : code;
+}
+
+int deliverNow(const vcfg_msg_t& message) {
+    int socket = -1;
+    const int code = transmit(message, Way::OneWay, Patience::None, Deadline::in(1), &socket);
+    return code == VCFG_OK ? VCFG_DELIVERED : code == VCFG_ERR_TIMEOUT ? VCFG_ERR_FULL : code;
+}
+
+int call(const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply) {
+    int socket = -1;
+    int code = transmit(message, Way::Request, Patience::Wait, deadline, &socket);
+    if (code != VCFG_OK) {
+        return code;
+    }
+    do {
+        code = receiveUntil(socket, deadline, reply);
+    } while (code == VCFG_OK && (*reply)->requestId != message.requestId);
+    if (code != VCFG_OK) {
+        reply->reset();
+        dropLink(message.dstEid, Way::Request);
+    }
+    return code;
+}
+
+int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {
+    Link* link = cachedLink(eid, Way::Request);
+    if (link == nullptr) {
+        return VCFG_ERR_NO_PEER;
+    }
+    const int code = receiveUntil(link->socket, deadline, message);
+    if (code != VCFG_OK && code != VCFG_ERR_TIMEOUT) {
+        dropLink(eid, Way::Request);
+    }
+    return code;
+}
+
+uint32_t freshRequestId() {
+    static std::atomic<uint32_t> last{static_cast<uint32_t>(monotonicUs()) ^ (static_cast<uint32_t>(getpid()) << 16)};
+    uint32_t id = 0;
+    while (id == 0) {
+        id = last.fetch_add(1, std::memory_order_relaxed) + 1;
+    }
+    return id;
+}
+
+}  // namespace vcfg::bus

@@ -1,0 +1,348 @@
+#include "bus_server.h"
+
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "client_log.h"
+#include "connections.h"
+#include "deadline.h"
+#include "packet.h"
+#include "peer.h"
+#include "run_dir.h"
+
+namespace vcfg::bus {
+namespace {
+
+constexpr int kBacklog = 128;
+constexpr int kEventsAtOnce = 32;
+// Packets taken from one connection before the others have their turn.
+constexpr unsigned kTurn = 32;
+constexpr unsigned kAcceptsAtOnce = 16;
+// In epoll's data, where ids of connections begin at 1.
+constexpr ConnectionId kListener = 0;
+// Longer than a sender trusts a cached connection without looking at the socket file.
+constexpr useconds_t kTakeoverUs = 5000;
+
+struct Ready {
+    std::array<epoll_event, kEventsAtOnce> events;
+    int count;
+};
+
+class EndpointServer final : public Server {
+  public:
+    explicit EndpointServer(uint8_t eid) : eid_(eid) {}
+    ~EndpointServer() override;
+    EndpointServer(const EndpointServer&) = delete;
+    EndpointServer& operator=(const EndpointServer&) = delete;
+
+    int start();
+    int reopen() override;
+    int pollFd() const override { return epoll_; }
+    MessagePtr receive(ConnectionId* from) override;
+    MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
+    int answer(ConnectionId to, const vcfg_msg_t& message) override;
+    ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const override;
+    void close(ConnectionId connection) override;
+
+  private:
+    int listenAt(const std::string& path);
+    bool watch(int socket, ConnectionId id);
+    bool isCurrent() const;
+    void enqueue(const Ready& ready);
+    MessagePtr nextReady(ConnectionId* from);
+    MessagePtr takeFrom(Connection& connection, ConnectionId* from);
+    void acceptWaiting();
+    bool acceptOne();
+    void refuseForWantOfDescriptors();
+    void endTurn();
+
+    const uint8_t eid_;
+    int epoll_ = -1;
+    int listener_ = -1;
+    int reserve_ = -1;  // given up for a moment to refuse a peer when the process is out of descriptors
+    struct stat socketFile_ {};
+
+    mutable std::mutex mutex_;  // guards what follows; not held while waiting
+    Receiver receiver_;
+    Connections connections_;
+    std::vector<ConnectionId> ready_;
+    size_t turn_ = 0;  // whose turn it is in ready_
+    unsigned taken_ = 0;
+};
+
+EndpointServer::~EndpointServer() {
+    if (isCurrent()) {
+        unlink(socketPath(eid_).c_str());
+    }
+    for (const int descriptor : {epoll_, listener_, reserve_}) {
+        if (descriptor >= 0) {
+            ::close(descriptor);
+        }
+    }
+}
+
+int EndpointServer::start() {
+    epoll_ = epoll_create1(EPOLL_CLOEXEC);
+    reserve_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (epoll_ < 0 || reserve_ < 0) {
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot be opened: %s", eid_, strerror(errno));
+        return VCFG_ERR_FAIL;
+    }
+    return reopen();
+}
+
+int EndpointServer::reopen() {
+    const std::lock_guard guard(mutex_);
+    if (isCurrent()) {
+        return VCFG_OK;
+    }
+    const int code = checkRunDirectory();
+    return code != VCFG_OK ? code : listenAt(socketPath(eid_));
+}
+
+// The socket is made under a name of its own and then renamed, so that the endpoint is never without a server.
+int EndpointServer::listenAt(const std::string& path) {
+    const std::string fresh = path + "." + std::to_string(getpid());
+    sockaddr_un address;
+    if (!toAddress(fresh, &address)) {
+        CLIENT_LOG(VLOG_ERROR, "%s is too long for a socket", fresh.c_str());
+        return VCFG_ERR_INVALID;
+    }
+    const int listener = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    unlink(fresh.c_str());
+    const bool takesOver = access(path.c_str(), F_OK) == 0;
+    gid_t group = 0;
+    const mode_t mode = runDirectoryGroup(&group) ? 0660 : 0600;
+    struct stat made {};
+    if (listener < 0 || bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        chmod(fresh.c_str(), mode) != 0 || (mode == 0660 && chown(fresh.c_str(), uid_t(-1), group) != 0) ||
+        listen(listener, kBacklog) != 0 || stat(fresh.c_str(), &made) != 0 || !watch(listener, kListener) ||
+        rename(fresh.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot listen at %s: %s", eid_, path.c_str(), strerror(error));
+        unlink(fresh.c_str());
+        if (listener >= 0) {
+            ::close(listener);
+        }
+        return error == EACCES || error == EPERM ? VCFG_ERR_RIGHTS : VCFG_ERR_FAIL;
+    }
+    if (listener_ >= 0) {
+        ::close(listener_);
+    }
+    listener_ = listener;
+    socketFile_ = made;
+    if (takesOver) {
+        usleep(kTakeoverUs);
+    }
+    return VCFG_OK;
+}
+
+bool EndpointServer::isCurrent() const {
+    struct stat now {};
+    return listener_ >= 0 && stat(socketPath(eid_).c_str(), &now) == 0 && now.st_ino == socketFile_.st_ino &&
+           now.st_dev == socketFile_.st_dev;
+}
+
+bool EndpointServer::watch(int socket, ConnectionId id) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.u64 = id;
+    return epoll_ctl(epoll_, EPOLL_CTL_ADD, socket, &event) == 0;
+}
+
+MessagePtr EndpointServer::receive(ConnectionId* from) {
+    const std::lock_guard guard(mutex_);
+    MessagePtr message = nextReady(from);
+    // Accepting a connection is progress without a message; its first packet may wait behind it.
+    for (int round = 0; message == nullptr && round < 4; ++round) {
+        Ready ready;
+        ready.count = epoll_wait(epoll_, ready.events.data(), kEventsAtOnce, 0);
+        if (ready.count <= 0) {
+            break;
+        }
+        enqueue(ready);
+        message = nextReady(from);
+    }
+    return message;
+}
+
+MessagePtr EndpointServer::wait(int timeoutMs, ConnectionId* from, int* code) {
+    const Deadline deadline = timeoutMs < 0 ? Deadline::never() : Deadline::in(static_cast<uint32_t>(timeoutMs));
+    Ready ready;
+    ready.count = 0;
+    for (;;) {
+        {
+            const std::lock_guard guard(mutex_);
+            enqueue(ready);
+            MessagePtr message = nextReady(from);
+            if (message != nullptr) {
+                return message;
+            }
+        }
+        ready.count = epoll_wait(epoll_, ready.events.data(), kEventsAtOnce, deadline.remainingMs());
+        if (ready.count < 0 && errno != EINTR) {
+            *code = VCFG_ERR_FAIL;
+            return nullptr;
+        }
+        if (ready.count == 0 && deadline.passed()) {
+            *code = VCFG_ERR_TIMEOUT;
+            return nullptr;
+        }
+    }
+}
+
+void EndpointServer::enqueue(const Ready& ready) {
+    for (int each = 0; each < ready.count; ++each) {
+        ready_.push_back(ready.events[static_cast<size_t>(each)].data.u64);
+    }
+}
+
+MessagePtr EndpointServer::nextReady(ConnectionId* from) {
+    while (turn_ < ready_.size()) {
+        Connection* connection = connections_.find(ready_[turn_]);
+        MessagePtr message;
+        if (ready_[turn_] == kListener) {
+            acceptWaiting();
+            endTurn();
+        } else if (connection == nullptr) {
+            endTurn();
+        } else {
+            message = takeFrom(*connection, from);
+        }
+        if (message != nullptr) {
+            return message;
+        }
+    }
+    return nullptr;
+}
+
+MessagePtr EndpointServer::takeFrom(Connection& connection, ConnectionId* from) {
+    MessagePtr message;
+    const Arrival arrival = receiver_.receive(connection.socket, MSG_DONTWAIT, &message);
+    if (arrival == Arrival::Message) {
+        connections_.note(connection, *message);
+        if (from != nullptr) {
+            *from = connection.id;
+        }
+        if (++taken_ == kTurn) {
+            endTurn();
+        }
+        return message;
+    }
+    endTurn();
+    if (arrival == Arrival::Bad) {
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a packet: %s", eid_, receiver_.fault());
+    }
+    if (arrival == Arrival::Closed && connection.leaving && owesAnswer(connection)) {
+        connection.drained = true;
+        epoll_ctl(epoll_, EPOLL_CTL_DEL, connection.socket, nullptr);
+    } else if (arrival != Arrival::Nothing) {
+        connections_.close(connection.id);
+    }
+    return nullptr;
+}
+
+void EndpointServer::endTurn() {
+    taken_ = 0;
+    if (++turn_ >= ready_.size()) {
+        ready_.clear();
+        turn_ = 0;
+    }
+}
+
+void EndpointServer::acceptWaiting() {
+    for (unsigned accepted = 0; accepted < kAcceptsAtOnce && acceptOne(); ++accepted) {
+    }
+}
+
+// False when no peer waits any more.
+bool EndpointServer::acceptOne() {
+    const int socket = accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (socket < 0) {
+        if (errno == EMFILE || errno == ENFILE) {
+            refuseForWantOfDescriptors();
+        }
+        return errno == ECONNABORTED || errno == EINTR;
+    }
+    if (!peerMayTalk(socket, eid_)) {
+        ::close(socket);
+        return true;
+    }
+    connections_.makeRoom();
+    const Connection& connection = connections_.add(socket);
+    if (!watch(socket, connection.id)) {
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot watch a connection: %s", eid_, strerror(errno));
+        connections_.close(connection.id);
+    }
+    return true;
+}
+
+void EndpointServer::refuseForWantOfDescriptors() {
+    CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a peer: too many open files", eid_);
+    ::close(reserve_);
+    const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket >= 0) {
+        ::close(socket);
+    }
+    reserve_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    errno = EMFILE;
+}
+
+int EndpointServer::answer(ConnectionId to, const vcfg_msg_t& message) {
+    const std::lock_guard guard(mutex_);
+    Connection* connection = connections_.find(to);
+    if (connection == nullptr) {
+        return VCFG_ERR_NO_PEER;
+    }
+    connections_.answered(*connection, message);
+    const int error = sendPacket(connection->socket, message, MSG_DONTWAIT);
+    if (turn_ < ready_.size() && ready_[turn_] == to) {
+        endTurn();  // who waited for this answer has sent nothing more yet
+    }
+    if (connection->drained && !owesAnswer(*connection)) {
+        connections_.close(to);
+        return error == 0 ? VCFG_OK : VCFG_ERR_NO_PEER;
+    }
+    if (error == EAGAIN) {
+        CLIENT_LOG(VLOG_WARNING, "endpoint %u does not read its answers: its connection is closed", message.dstEid);
+        shutdown(connection->socket, SHUT_RDWR);  // what it sent before is still received
+        return VCFG_ERR_FULL;
+    }
+    if (error == 0) {
+        return VCFG_OK;
+    }
+    return error == EPIPE || error == ECONNRESET || error == ENOTCONN ? VCFG_ERR_NO_PEER : VCFG_ERR_FAIL;
+}
+
+ConnectionId EndpointServer::requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const {
+    const std::lock_guard guard(mutex_);
+    return connections_.requester(srcEid, requestId, preferred);
+}
+
+void EndpointServer::close(ConnectionId connection) {
+    const std::lock_guard guard(mutex_);
+    connections_.close(connection);
+}
+
+}  // namespace
+
+std::unique_ptr<Server> Server::open(uint8_t eid, int* code) {
+    auto server = std::make_unique<EndpointServer>(eid);
+    *code = eid == 0 ? VCFG_ERR_INVALID : server->start();
+    if (*code != VCFG_OK) {
+        return nullptr;
+    }
+    return server;
+}
+
+}  // namespace vcfg::bus

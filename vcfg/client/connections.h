@@ -1,0 +1,55 @@
+// The accepted connections of one endpoint, and which of them waits for which answer.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "bus_server.h"
+
+namespace vcfg::bus {
+
+struct RequestKey {
+    uint8_t srcEid;
+    bool open;  // not answered yet
+    uint32_t requestId;
+};
+
+struct Connection {
+    ConnectionId id;
+    int socket;
+    uint64_t lastUse;
+    std::array<RequestKey, 8> requests;  // the last ones, oldest overwritten first
+    uint8_t nextRequest;
+    bool leaving;  // takes no new packets; what it sent before is still received
+    bool drained;  // and has been received
+};
+
+// Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.
+bool owesAnswer(const Connection& connection);
+
+class Connections {
+  public:
+    Connections() = default;
+    ~Connections();
+    Connections(const Connections&) = delete;
+    Connections& operator=(const Connections&) = delete;
+
+    Connection& add(int socket);
+    Connection* find(ConnectionId id);
+    void close(ConnectionId id);
+
+    // Remembers who sent the message, for its answer.
+    void note(Connection& connection, const vcfg_msg_t& message);
+    void answered(Connection& connection, const vcfg_msg_t& answer);
+    ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const;
+
+    // Makes room for one more: the connection that was silent longest gives way, one that owes no answer first.
+    void makeRoom();
+
+  private:
+    std::vector<Connection> all_;  // ids only grow, so it is sorted by them
+    ConnectionId lastId_ = 0;
+    uint64_t uses_ = 0;
+};
+
+}  // namespace vcfg::bus

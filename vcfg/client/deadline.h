@@ -1,0 +1,44 @@
+// The end of a call's time.
+#pragma once
+
+#include <climits>
+#include <cstdint>
+#include <ctime>
+
+namespace vcfg {
+
+inline int64_t monotonicUs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+}
+
+class Deadline {
+  public:
+    static Deadline never() { return Deadline(INT64_MAX); }
+    static Deadline in(uint32_t milliseconds) { return Deadline(monotonicUs() + int64_t{milliseconds} * 1000); }
+    // As the bus operations take it: 0 is without limit.
+    static Deadline ofCall(uint32_t timeoutMs) { return timeoutMs == 0 ? never() : in(timeoutMs); }
+
+    bool isNever() const { return us_ == INT64_MAX; }
+    bool passed() const { return !isNever() && monotonicUs() >= us_; }
+    int64_t remainingUs() const {
+        const int64_t left = us_ - monotonicUs();
+        return left > 0 ? left : 0;
+    }
+    // For poll and epoll: rounded up, -1 without limit.
+    int remainingMs() const {
+        if (isNever()) {
+            return -1;
+        }
+        const int64_t milliseconds = (remainingUs() + 999) / 1000;
+        return milliseconds > INT_MAX ? INT_MAX : static_cast<int>(milliseconds);
+    }
+
+  private:
+    explicit Deadline(int64_t us) : us_(us) {}
+
+    int64_t us_;
+};
+
+}  // namespace vcfg

@@ -1,0 +1,164 @@
+#include "link.h"
+
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <vector>
+
+#include "run_dir.h"
+
+namespace vcfg::bus {
+namespace {
+
+// Shorter than the pause in which an endpoint's new server lets senders find out.
+constexpr int64_t kTrustUs = 1000;
+
+std::atomic<uint32_t> forks{0};
+
+struct ThreadLinks {
+    std::vector<Link> links;
+    Receiver receiver;
+    uint32_t fork = 0;
+
+    ~ThreadLinks() { clear(); }
+    void clear() {
+        for (const Link& link : links) {
+            close(link.socket);
+        }
+        links.clear();
+    }
+};
+
+// A child process must not send and receive on its parent's connections.
+[[maybe_unused]] const int forkHandler =
+    pthread_atfork(nullptr, nullptr, [] { forks.fetch_add(1, std::memory_order_relaxed); });
+
+ThreadLinks& mine() {
+    thread_local ThreadLinks links;
+    const uint32_t now = forks.load(std::memory_order_relaxed);
+    if (links.fork != now) {
+        links.clear();
+        links.fork = now;
+    }
+    return links;
+}
+
+bool stillLeadsThere(Link& link) {
+    const int64_t now = monotonicUs();
+    if (now - link.checkedUs <= kTrustUs) {
+        return true;
+    }
+    struct stat status {};
+    if (stat(link.path.c_str(), &status) != 0 || status.st_ino != link.inode || status.st_dev != link.device) {
+        return false;
+    }
+    link.checkedUs = now;
+    return true;
+}
+
+// A connect that waits for room in the listener's queue is bounded by the socket's send timeout.
+void limitConnect(int socket, const Deadline& deadline) {
+    if (!deadline.isNever()) {
+        const int64_t left = std::max<int64_t>(deadline.remainingUs(), 1);
+        const timeval limit{static_cast<time_t>(left / 1000000), static_cast<suseconds_t>(left % 1000000)};
+        setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    }
+}
+
+int codeOfConnect(int error) {
+    switch (error) {
+        case EACCES:
+        case EPERM:
+            return VCFG_ERR_RIGHTS;
+        case EAGAIN:
+            return VCFG_ERR_TIMEOUT;
+        case ENOENT:
+        case ENOTDIR:
+        case ECONNREFUSED:
+        case EPROTOTYPE:
+            return VCFG_ERR_NO_PEER;
+        default:
+            return VCFG_ERR_FAIL;
+    }
+}
+
+// 0 or the error number.
+int connectTo(int socket, const sockaddr_un& address, const Deadline& deadline) {
+    for (;;) {
+        limitConnect(socket, deadline);
+        if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+            return 0;
+        }
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+}  // namespace
+
+Link* cachedLink(uint8_t eid, Way way) {
+    for (Link& link : mine().links) {
+        if (link.eid == eid && link.way == way) {
+            if (stillLeadsThere(link)) {
+                return &link;
+            }
+            dropLink(eid, way);
+            return nullptr;
+        }
+    }
+    return nullptr;
+}
+
+Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
+    Link link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs()};
+    sockaddr_un address;
+    struct stat status {};
+    if (!toAddress(link.path, &address)) {
+        *code = VCFG_ERR_INVALID;
+        return nullptr;
+    }
+    // Looked at before connecting: should a new server appear in between, the next look finds the difference.
+    if (stat(link.path.c_str(), &status) != 0) {
+        *code = codeOfConnect(errno);
+        return nullptr;
+    }
+    link.device = status.st_dev;
+    link.inode = status.st_ino;
+    link.socket = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const int error = link.socket < 0 ? errno : connectTo(link.socket, address, deadline);
+    if (error != 0) {
+        if (link.socket >= 0) {
+            close(link.socket);
+        }
+        *code = codeOfConnect(error);
+        return nullptr;
+    }
+    if (way == Way::OneWay) {
+        shutdown(link.socket, SHUT_RD);
+    }
+    mine().links.push_back(link);
+    return &mine().links.back();
+}
+
+void dropLink(uint8_t eid, Way way) {
+    std::vector<Link>& links = mine().links;
+    const auto found =
+        std::find_if(links.begin(), links.end(), [=](const Link& link) { return link.eid == eid && link.way == way; });
+    if (found != links.end()) {
+        close(found->socket);
+        links.erase(found);
+    }
+}
+
+Receiver& threadReceiver() {
+    return mine().receiver;
+}
+
+}  // namespace vcfg::bus

@@ -1,0 +1,37 @@
+// One thread's connection to one endpoint.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+#include "deadline.h"
+#include "packet.h"
+
+namespace vcfg::bus {
+
+// Requests and messages that nobody waits for go different ways: the latter's connection takes no answers, so that a
+// receiver's answer to them fails at once and can be sent to the sender's endpoint instead.
+enum class Way : uint8_t { Request, OneWay };
+
+struct Link {
+    uint8_t eid;
+    Way way;
+    int socket;
+    std::string path;
+    dev_t device;
+    ino_t inode;
+    int64_t checkedUs;
+};
+
+// The calling thread's link, as long as it can be trusted to lead to the endpoint's newest server; else null.
+Link* cachedLink(uint8_t eid, Way way);
+// Connects anew: null with *code set.
+Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code);
+void dropLink(uint8_t eid, Way way);
+
+// Takes the calling thread's packets.
+Receiver& threadReceiver();
+
+}  // namespace vcfg::bus

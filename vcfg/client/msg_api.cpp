@@ -1,0 +1,174 @@
+// The bus operations of <vcfg/msg.h>.
+#include <vcfg/msg.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <mutex>
+
+#include "bus_client.h"
+#include "client_log.h"
+#include "endpoint.h"
+#include "guarded.h"
+#include "run_dir.h"
+
+namespace vcfg {
+namespace {
+
+using bus::ConnectionId;
+using bus::MessagePtr;
+using bus::Server;
+
+// Endpoints live as long as the process: other threads may be using them at any moment.
+struct Endpoints {
+    std::array<std::atomic<Server*>, 256> servers{};
+    std::array<std::atomic<const std::string*>, 256> names{};
+    std::atomic<uint8_t> first{0};
+    std::mutex opening;
+};
+
+Endpoints& endpoints() {
+    static Endpoints& all = *new Endpoints;
+    return all;
+}
+
+thread_local uint8_t ownEid = 0;
+// Where the thread's last message came from, to tell requesters with equal ids apart.
+thread_local ConnectionId lastFrom = 0;
+
+Server* threadServer() {
+    return endpoints().servers[threadEid()].load(std::memory_order_acquire);
+}
+
+int registerEndpoint(uint8_t eid, const char* name) {
+    if (eid == 0) {
+        return VCFG_ERR_INVALID;
+    }
+    const int code = bus::checkRunDirectory();
+    if (code != VCFG_OK) {
+        return code;
+    }
+    if (name != nullptr) {
+        endpoints().names[eid].store(new std::string(name), std::memory_order_release);
+    }
+    uint8_t none = 0;
+    endpoints().first.compare_exchange_strong(none, eid);
+    ownEid = eid;
+    return VCFG_OK;
+}
+
+int openServer() {
+    const uint8_t eid = threadEid();
+    if (eid == 0) {
+        return VCFG_ERR_INVALID;
+    }
+    const std::lock_guard guard(endpoints().opening);
+    if (Server* server = threadServer(); server != nullptr) {
+        return server->reopen();
+    }
+    int code = VCFG_ERR_FAIL;
+    std::unique_ptr<Server> server = Server::open(eid, &code);
+    if (server != nullptr) {
+        endpoints().servers[eid].store(server.release(), std::memory_order_release);
+    }
+    return code;
+}
+
+int receiveMessage(vcfg_msg_t** message, uint32_t timeoutMs) {
+    Server* server = threadServer();
+    if (message == nullptr || server == nullptr) {
+        return VCFG_ERR_INVALID;
+    }
+    *message = nullptr;
+    const int limit = timeoutMs == 0 ? -1 : timeoutMs > INT_MAX ? INT_MAX : static_cast<int>(timeoutMs);
+    int code = VCFG_OK;
+    *message = server->wait(limit, &lastFrom, &code).release();
+    return *message != nullptr ? VCFG_OK : code;
+}
+
+int reply(const vcfg_msg_t& answer) {
+    const int code = answerRequester(answer);
+    if (code != VCFG_ERR_NO_PEER || answer.dstEid == 0) {
+        return code;
+    }
+    const int delivered = bus::deliverNow(answer);
+    return delivered == VCFG_DELIVERED ? VCFG_OK : delivered;
+}
+
+int exchange(vcfg_msg_t& message, vcfg_msg_t** answer, uint32_t timeoutMs) {
+    if (message.dstEid == 0) {
+        return VCFG_ERR_INVALID;
+    }
+    if (message.srcEid == 0) {
+        message.srcEid = threadEid();
+    }
+    const Deadline deadline = Deadline::ofCall(timeoutMs);
+    if (answer == nullptr) {
+        return bus::deliver(message, deadline);
+    }
+    if (message.requestId == 0) {
+        message.requestId = bus::freshRequestId();
+    }
+    MessagePtr received;
+    const int code = bus::call(message, deadline, &received);
+    *answer = received.release();
+    return code;
+}
+
+}  // namespace
+
+uint8_t threadEid() {
+    return ownEid != 0 ? ownEid : endpoints().first.load(std::memory_order_relaxed);
+}
+
+const char* daemonName() {
+    for (const uint8_t eid : {ownEid, endpoints().first.load(std::memory_order_relaxed)}) {
+        if (const std::string* name = endpoints().names[eid].load(std::memory_order_acquire); name != nullptr) {
+            return name->c_str();
+        }
+    }
+    return program_invocation_short_name;
+}
+
+int answerRequester(const vcfg_msg_t& answer) {
+    Server* own = threadServer();
+    ConnectionId to = own != nullptr ? own->requester(answer.dstEid, answer.requestId, lastFrom) : 0;
+    if (to != 0) {
+        return own->answer(to, answer);
+    }
+    for (auto& each : endpoints().servers) {
+        Server* server = each.load(std::memory_order_acquire);
+        if (server != nullptr && (to = server->requester(answer.dstEid, answer.requestId)) != 0) {
+            return server->answer(to, answer);
+        }
+    }
+    return VCFG_ERR_NO_PEER;
+}
+
+}  // namespace vcfg
+
+int vcfg_msg_eidInit(uint8_t eid, const char* name) {
+    return vcfg::guarded([=] { return vcfg::registerEndpoint(eid, name); });
+}
+
+int vcfg_msg_serverInit(void) {
+    return vcfg::guarded([] { return vcfg::openServer(); });
+}
+
+int vcfg_msg_serverRecv(vcfg_msg_t** msg, uint32_t timeoutMs) {
+    return vcfg::guarded([=] { return vcfg::receiveMessage(msg, timeoutMs); });
+}
+
+int vcfg_msg_serverSend(vcfg_msg_t* msg) {
+    const vcfg::bus::MessagePtr own(msg);
+    return vcfg::guarded([&] { return own == nullptr ? VCFG_ERR_INVALID : vcfg::reply(*own); });
+}
+
+int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t timeoutMs) {
+    const vcfg::bus::MessagePtr own(msg);
+    if (reply != nullptr) {
+        *reply = nullptr;
+    }
+    return vcfg::guarded([&] { return own == nullptr ? VCFG_ERR_INVALID : vcfg::exchange(*own, reply, timeoutMs); });
+}

@@ -1,0 +1,140 @@
+#include "print.h"
+
+#include <endian.h>
+#include <json-c/json.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace vcfgctl {
+namespace {
+
+namespace model = vcfg::model;
+
+std::string hex(const void* bytes, size_t count) {
+    std::string text;
+    char digits[3];
+    for (size_t i = 0; i < count; ++i) {
+        snprintf(digits, sizeof digits, "%02x", static_cast<const unsigned char*>(bytes)[i]);
+        text.append(digits);
+    }
+    return text;
+}
+
+// The envelope as it lies on the wire.
+std::string headerHex(const vcfg_msg_t& message) {
+    vcfg_msg_t wire = message;
+    wire.type = htole32(message.type);
+    wire.oid = htole32(message.oid);
+    wire.length = htole16(message.length);
+    wire.requestId = htole32(message.requestId);
+    wire.statCode = htole32(message.statCode);
+    return hex(&wire, VCFG_MSG_HEADER_SIZE);
+}
+
+std::string iidText(const objIndex& iid) {
+    std::string text = std::to_string(iid.level) + ":";
+    for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i)
+        text.append(i > 0 ? "." : "").append(std::to_string(iid.idx[i]));
+    return text;
+}
+
+// The bytes of a well-formed UTF-8 character at the start of `text`; 0 when there is none.
+size_t characterLength(std::string_view text) {
+    const unsigned char first = static_cast<unsigned char>(text[0]);
+    const size_t length = first < 0x80 ? 1 : first >= 0xC2 && first < 0xE0 ? 2 : (first & 0xF0) == 0xE0 ? 3
+                                         : first >= 0xF0 && first < 0xF5 ? 4 : 0;
+    if (length == 0 || length > text.size())
+        return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80)
+            return 0;
+    }
+    return length;
+}
+
+}  // namespace
+
+std::string oneLine(std::string_view text) {
+    std::string line;
+    for (const char c : text) {
+        if (c == '\n') {
+            line.append("\\n");
+        } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+            char escaped[5];
+            snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+            line.append(escaped);
+        } else {
+            line.push_back(c);
+        }
+    }
+    return line;
+}
+
+// Bytes from outside need not be UTF-8, which JSON must be: what is none shows as U+FFFD.
+json_object* jsonText(std::string_view text) {
+    std::string clean;
+    while (!text.empty()) {
+        const size_t length = characterLength(text);
+        clean.append(length > 0 ? text.substr(0, length) : std::string_view("\xEF\xBF\xBD"));
+        text.remove_prefix(length > 0 ? length : 1);
+    }
+    return json_object_new_string_len(clean.data(), static_cast<int>(clean.size()));
+}
+
+json_object* jsonValue(const model::Parameter& parameter, const void* record) {
+    const std::string text = valueText(parameter, record);
+    switch (parameter.kind) {
+        case model::Kind::Bool:
+            return json_object_new_boolean(text == "true");
+        case model::Kind::Int:
+        case model::Kind::Uint:
+        case model::Kind::Long:
+            return json_object_new_int64(strtoll(text.c_str(), nullptr, 10));
+        case model::Kind::Ulong:
+            return json_object_new_uint64(strtoull(text.c_str(), nullptr, 10));
+        default:
+            return jsonText(text);
+    }
+}
+
+void printJsonLine(json_object* object) {
+    puts(json_object_to_json_string_ext(object, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE));
+    fflush(stdout);
+    json_object_put(object);
+}
+
+void printParameter(const std::string& objectPath, const model::Parameter& parameter, const void* record, bool json) {
+    const std::string path = objectPath + "." + parameter.name;
+    if (!json) {
+        printf("%s=%s\n", path.c_str(), oneLine(valueText(parameter, record)).c_str());
+        return;
+    }
+    json_object* line = json_object_new_object();
+    json_object_object_add(line, "path", jsonText(path));
+    json_object_object_add(line, "value", jsonValue(parameter, record));
+    printJsonLine(line);
+}
+
+void printMessage(const vcfg_msg_t& message) {
+    const char* payload = vcfg_msg_text(&message);
+    json_object* line = json_object_new_object();
+    const auto number = [line](const char* name, uint32_t value) {
+        json_object_object_add(line, name, json_object_new_int64(value));
+    };
+    number("type", message.type);
+    number("srcEid", message.srcEid);
+    number("dstEid", message.dstEid);
+    number("oid", message.oid);
+    number("requestId", message.requestId);
+    number("statCode", message.statCode);
+    json_object_object_add(line, "objIid", jsonText(iidText(message.objIid)));
+    number("length", message.length);
+    json_object_object_add(line, "payload", jsonText({payload, strnlen(payload, message.length)}));
+    json_object_object_add(line, "payloadHex", jsonText(hex(payload, message.length)));
+    json_object_object_add(line, "headerHex", jsonText(headerHex(message)));
+    printJsonLine(line);
+}
+
+}  // namespace vcfgctl

@@ -1,0 +1,30 @@
+// What vcfgctl prints: plain lines, or JSON lines.
+#pragma once
+
+#include <vcfg/msg.h>
+
+#include <string>
+#include <string_view>
+
+#include "model/describe.h"
+
+struct json_object;
+
+namespace vcfgctl {
+
+// Text with control characters escaped, so that one value is one line.
+std::string oneLine(std::string_view text);
+
+json_object* jsonText(std::string_view text);
+// A boolean or number as such, everything else as text.
+json_object* jsonValue(const vcfg::model::Parameter& parameter, const void* record);
+// Prints the object on a line of its own at once, and frees it.
+void printJsonLine(json_object* object);
+
+// "path=value", or {"path":...,"value":...}.
+void printParameter(const std::string& objectPath, const vcfg::model::Parameter& parameter, const void* record,
+                    bool json);
+// The JSON line of a message.
+void printMessage(const vcfg_msg_t& message);
+
+}  // namespace vcfgctl

@@ -1,0 +1,124 @@
+// The table of verbs, and their help.
+#include "verb.h"
+
+namespace vcfgctl {
+namespace {
+
+const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
+const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
+const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
+const option kSendOptions[] = {
+    {"to", required_argument, nullptr, 0},         {"type", required_argument, nullptr, 0},
+    {"from", required_argument, nullptr, 0},       {"request-id", required_argument, nullptr, 0},
+    {"oid", required_argument, nullptr, 0},        {"iid", required_argument, nullptr, 0},
+    {"payload", required_argument, nullptr, 0},    {"payload-file", required_argument, nullptr, 0},
+    {"reply", no_argument, nullptr, 0},            {"timeout", required_argument, nullptr, 0}};
+const option kServeOptions[] = {{"reply", required_argument, nullptr, 0},
+                                {"count", required_argument, nullptr, 0},
+                                {"timeout", required_argument, nullptr, 0}};
+
+const char kGetHelp[] =
+    "Prints parameters, a path=value line each.\n"
+    "\n"
+    "  IP.Interface.1.Status     one parameter\n"
+    "  IP.Interface.*.Status     that of every instance\n"
+    "  IP.Interface.1.           all that is below, '.' alone is the whole model\n"
+    "\n"
+    "  --refresh  lets the owner of each object bring its values up to date first\n"
+    "  --json     {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
+    "\n"
+    "Control characters in a value are printed as \\n and \\xNN; --json has the exact value.\n"
+    "A path that does not exist is a failure; a '*' that stands for no instance is not.\n";
+
+const char kSetHelp[] =
+    "Writes parameters, read-only ones too: vcfgctl acts as a daemon does.\n"
+    "All values for one object are one write, which takes effect whole or not at all.\n"
+    "Every value is checked before the first write.\n"
+    "\n"
+    "  vcfgctl set IP.Interface.1.Enable=true IP.Interface.1.Status=Up\n"
+    "\n"
+    "Booleans are true or false (1 or 0), numbers decimal; any text may be empty.\n"
+    "\n"
+    "  --no-apply  into the data model only; nothing is reconfigured\n"
+    "  --wait      returns when the change is applied; a failed apply is a failure,\n"
+    "              the values stay written\n";
+
+const char kAddHelp[] =
+    "Adds an instance to a table and prints its path.\n"
+    "\n"
+    "  vcfgctl add IP.Interface\n"
+    "  vcfgctl add IP.Interface.1.IPv4Address\n"
+    "\n"
+    "  --json  {\"path\":...}\n";
+
+const char kDelHelp[] =
+    "Deletes an instance of a table, and what is below it.\n"
+    "\n"
+    "  vcfgctl del IP.Interface.1.IPv4Address.2\n";
+
+const char kDumpHelp[] =
+    "Prints the whole model as JSON, as vcmd keeps it in its file: every instance, and of its\n"
+    "parameters those that differ from a new instance's. 'vcmd --defaults FILE' starts from it.\n"
+    "\n"
+    "  --json  on one line\n";
+
+const char kWatchHelp[] =
+    "Prints a line per change as it happens: seconds since boot, path, old and new value, and who.\n"
+    "Without a path all changes; paths as for get, and an instance's own path for its coming and\n"
+    "going, which shows as '- -> \"\"' and '\"\" -> -'.\n"
+    "\n"
+    "  --count N     ends after N changes; fewer in the time given are a failure\n"
+    "  --timeout MS  ends after so many milliseconds (0, the default: without limit)\n"
+    "  --json        {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
+
+const char kSendHelp[] =
+    "Sends one message.\n"
+    "\n"
+    "  --to EID             endpoint to send to\n"
+    "  --type N             message type; bit 31 (0x80000000) says that no answer is expected\n"
+    "  --from EID           endpoint that it comes from (250)\n"
+    "  --request-id N       the sender's handle, which a reply carries back\n"
+    "  --oid N              object id (0)\n"
+    "  --iid 1.2            instance numbers, outermost first (none)\n"
+    "  --payload TEXT       payload; its terminating NUL is sent and counted in the length\n"
+    "  --payload-file FILE  payload: the bytes of a file as they are, - for standard input\n"
+    "  --reply              waits for the reply and prints its type, statCode and payload\n"
+    "  --timeout MS         gives up after so many milliseconds (10000; 0: never)\n"
+    "  --json               the reply as a JSON line\n"
+    "\n"
+    "Numbers are decimal or 0x. Without a payload the length is 0. A statCode other than 0 in the\n"
+    "reply is no failure of the sending.\n"
+    "\n"
+    "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show' --reply\n";
+
+const char kServeHelp[] =
+    "Is endpoint EID: prints a JSON line per message, and answers those that wait for an answer.\n"
+    "Who expects an answer (bit 31 of the type is clear) without waiting gets it as a message.\n"
+    "An answer has the message's type, request id and instance.\n"
+    "\n"
+    "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text)\n"
+    "  --count N                ends after N messages; fewer in the time given are a failure\n"
+    "  --timeout MS             ends after so many milliseconds (0, the default: without limit)\n"
+    "\n"
+    "The socket eid-EID in the run directory appears when it is ready.\n";
+
+const Verb kVerbs[] = {
+    {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet},
+    {"set", "[--no-apply | --wait] PATH=VALUE...", "writes parameters", kSetHelp, kSetOptions, runSet},
+    {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd},
+    {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel},
+    {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
+    {"watch", "[--count N] [--timeout MS] [--json] [PATH...]", "prints changes as they happen", kWatchHelp,
+     kWatchOptions, runWatch},
+    {"send",
+     "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
+     "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
+     "sends one message", kSendHelp, kSendOptions, runSend},
+    {"serve", "EID [--reply STATCODE[:TEXT]] [--count N] [--timeout MS]", "is an endpoint, and prints what it receives",
+     kServeHelp, kServeOptions, runServe}};
+
+}  // namespace
+
+std::span<const Verb> verbs() { return kVerbs; }
+
+}  // namespace vcfgctl
