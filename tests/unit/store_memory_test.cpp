@@ -64,6 +64,12 @@ void* operator new(size_t size) {
 void* operator new[](size_t size) {
     return operator new(size);
 }
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }

@@ -47,6 +47,7 @@ class EndpointServer final : public Server {
 
     int start();
     int reopen() override;
+    bool isCurrent() const override;
     int pollFd() const override { return epoll_; }
     MessagePtr receive(ConnectionId* from) override;
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
@@ -57,7 +58,6 @@ class EndpointServer final : public Server {
   private:
     int listenAt(const std::string& path);
     bool watch(int socket, ConnectionId id);
-    bool isCurrent() const;
     void enqueue(const Ready& ready);
     MessagePtr nextReady(ConnectionId* from);
     MessagePtr takeFrom(Connection& connection, ConnectionId* from);

@@ -27,30 +27,27 @@ void takeSignals(Vcmd& vcmd, int fd) {
 
 void lookAtRunDirectory(Vcmd& vcmd) {
     lookForDaemon(vcmd.announcer);
-    if (socketFile(VCFG_EID_VCMD) == vcmd.socket)
-        return;
-    if (!(socketFile(VCFG_EID_VCMD) == SocketFile{})) {
+    if (!vcmd.server->isCurrent()) {
         VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
         vcmd.stop = true;
     }
 }
 
-int sooner(int left, int right) { return left < 0 ? right : right < 0 || left < right ? left : right; }
+int sooner(int left, int right) {
+    return left < 0 ? right : right < 0 || left < right ? left : right;
+}
 
 }  // namespace
 
 void run(Vcmd& vcmd) {
     const Fd signals = openSignals();
-    lookForDaemon(vcmd.announcer);
+    lookAtRunDirectory(vcmd);
     bool more = true;
     std::vector<pollfd> fds;
     while (!vcmd.stop) {
-        fds = {{vcmd.server->pollFd(), POLLIN, 0},
-               {signals.get(), POLLIN, 0},
-               {vcmd.announcer.watch.get(), POLLIN, 0}};
+        fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
         pollHooks(vcmd.hooks, fds);
-        poll(fds.data(), fds.size(),
-             more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
+        poll(fds.data(), fds.size(), more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
         if (fds[1].revents != 0)
             takeSignals(vcmd, signals.get());
         if (fds[2].revents != 0)

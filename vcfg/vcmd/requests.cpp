@@ -19,7 +19,9 @@ struct Batch {
     size_t jobs = 0;
 };
 
-bool expectsAnswer(const vcfg_msg_t& message) { return (message.type & VCFG_MSG_NO_REPLY) == 0; }
+bool expectsAnswer(const vcfg_msg_t& message) {
+    return (message.type & VCFG_MSG_NO_REPLY) == 0;
+}
 
 void serveWatch(Vcmd& vcmd, Staged& staged) {
     const std::string_view payload = staged.request.payload();
