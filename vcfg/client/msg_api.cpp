@@ -64,14 +64,13 @@ int openServer() {
         return VCFG_ERR_INVALID;
     }
     const std::lock_guard guard(endpoints().opening);
-    if (Server* server = threadServer(); server != nullptr) {
-        return server->reopen();
+    std::unique_ptr<Server> inherited(threadServer());
+    if (inherited != nullptr && inherited->isOwn()) {
+        return inherited.release()->reopen();
     }
     int code = VCFG_ERR_FAIL;
     std::unique_ptr<Server> server = Server::open(eid, &code);
-    if (server != nullptr) {
-        endpoints().servers[eid].store(server.release(), std::memory_order_release);
-    }
+    endpoints().servers[eid].store(server.release(), std::memory_order_release);
     return code;
 }
 

@@ -1,0 +1,14 @@
+# The bus and front-end contract over real sockets and processes. Included by tests/CMakeLists.txt.
+include(GoogleTest)
+file(GLOB bus_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/bus_*_test.cpp)
+add_executable(contract_bus ${bus_sources} ${CMAKE_CURRENT_LIST_DIR}/bus_world.cpp)
+target_include_directories(contract_bus PRIVATE ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(contract_bus PRIVATE house vcfg_client GTest::gtest_main)
+gtest_discover_tests(contract_bus PROPERTIES LABELS contract TIMEOUT 60)
+
+# The example of docs/bus.md, taken out of the text, built and run.
+if(NOT TARN_SANITIZE)
+  add_test(NAME contract_bus.ExampleDaemonOfTheDocumentationWorks
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/bus_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
+  set_tests_properties(contract_bus.ExampleDaemonOfTheDocumentationWorks PROPERTIES LABELS contract TIMEOUT 60)
+endif()
