@@ -8,6 +8,7 @@ gtest_discover_tests(contract_bus PROPERTIES LABELS contract TIMEOUT 60)
 
 # The example of docs/bus.md, taken out of the text, built and run.
 if(NOT TARN_SANITIZE)
+  add_dependencies(contract_bus vcfg)
   add_test(NAME contract_bus.ExampleDaemonOfTheDocumentationWorks
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/bus_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
   set_tests_properties(contract_bus.ExampleDaemonOfTheDocumentationWorks PROPERTIES LABELS contract TIMEOUT 60)

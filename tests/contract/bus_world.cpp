@@ -84,6 +84,7 @@ bool within(uint32_t milliseconds, const std::function<bool()>& condition) {
 BusWorld::BusWorld() {
     char name[] = "/tmp/bus-test-XXXXXX";
     directory = mkdtemp(name);
+    usleep(2000);  // so that no connection of an earlier test is trusted unseen any more
     setenv("VCFG_RUN_DIR", directory.c_str(), 1);
     collector_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const sockaddr_un address = addressOf(directory + "/vlog");
