@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "client/bus_client.h"
+#include "print.h"
 #include "verb.h"
 
 namespace vcfgctl {
@@ -14,29 +14,48 @@ namespace model = vcfg::model;
 namespace wire = vcfg::wire;
 using vcfg::bus::MessagePtr;
 
-std::string text(std::string_view text) { return std::string(text.substr(0, text.find('\0'))); }
+wire::Request readRequest(bool refresh) {
+    return refresh ? wire::kGet : wire::kGetStored;
+}
 
-wire::Request readRequest(bool refresh) { return refresh ? wire::kGet : wire::kGetStored; }
-
-uint32_t patience(bool refresh) { return refresh ? kWithoutLimit : kPatience; }
+uint32_t patience(bool refresh) {
+    return refresh ? kWithoutLimit : kPatience;
+}
 
 // False, reported, when the answer's record is not of this model.
-bool isRecordOf(const model::Object& object, const Answer& answer) {
-    if (answer.record.size() == object.size)
+bool isRecordOf(const model::Object& object, const vcfg::Answer& answer) {
+    if (answer.body.size() == object.size)
         return true;
     refuse("vcmd has another data model: its record of " + std::string(object.pattern) + " has " +
-           std::to_string(answer.record.size()) + " bytes, not " + std::to_string(object.size));
+           std::to_string(answer.body.size()) + " bytes, not " + std::to_string(object.size));
     return false;
+}
+
+// The instances that there are instead, as far as they fit a line.
+std::string existing(const model::Object& object) {
+    constexpr unsigned kMost = 8;
+    std::string text;
+    objIndex iid{};
+    for (unsigned listed = 0; listed <= kMost; ++listed) {
+        const vcfg::Answer answer = ask(wire::kNextStored, object.oid, iid);
+        if (answer.code != VCFG_OK)
+            break;
+        iid = answer.iid;
+        text.append(listed == 0 ? "" : ", ").append(listed == kMost ? "..." : model::path(object, iid));
+    }
+    return text.empty() ? "; there is none yet" : "; there is " + text;
 }
 
 int takeOne(const Selection& selection, const objIndex& iid, bool refresh, const TakeRecord& take) {
     const model::Object& object = *selection.object;
-    const Answer answer = ask(readRequest(refresh), object.oid, iid, {}, patience(refresh));
-    if (!answer.came || answer.code != VCFG_OK)
+    const vcfg::Answer answer = ask(readRequest(refresh), object.oid, iid, {}, patience(refresh));
+    if (answer.code == VCFG_ERR_NOT_FOUND)
+        return refuse(model::path(object, iid) + ": no such instance" + existing(object));
+    if (answer.code != VCFG_OK)
         return reportFailure(answer, model::path(object, iid));
     if (!isRecordOf(object, answer))
         return kRefused;
-    take(iid, answer.record.data());
+    take(iid, answer.body.data());
     return kDone;
 }
 
@@ -52,32 +71,9 @@ MessagePtr newMessage(uint32_t type, std::string_view payload) {
     return message;
 }
 
-Answer ask(wire::Request request, uint32_t oid, const objIndex& iid, std::string_view payload, uint32_t timeoutMs) {
-    Answer answer;
-    answer.code = VCFG_ERR_FAIL;
-    MessagePtr message = payload.size() > VCFG_MSG_PAYLOAD_MAX ? nullptr : newMessage(request, payload);
-    if (message == nullptr)
-        return answer;
-    message->oid = oid;
-    message->srcEid = kOwnEid;
-    message->dstEid = VCFG_EID_VCMD;
-    message->requestId = vcfg::bus::freshRequestId();
-    message->objIid = iid;
-    vcfg_msg_t* reply = nullptr;
-    answer.code = vcfg_msg_sendAndGetReply(message.release(), &reply, timeoutMs);
-    const MessagePtr owned(reply);
-    if (answer.code != VCFG_OK || reply == nullptr)
-        return answer;
-    answer.came = true;
-    answer.code = static_cast<int>(reply->statCode);
-    answer.iid = reply->objIid;
-    const std::string_view bytes(vcfg_msg_text(reply), reply->length);
-    if (answer.code != VCFG_OK)
-        answer.why = text(bytes);
-    else
-        answer.record.assign(reinterpret_cast<const std::byte*>(bytes.data()),
-                             reinterpret_cast<const std::byte*>(bytes.data()) + bytes.size());
-    return answer;
+vcfg::Answer ask(wire::Request request, uint32_t oid, const objIndex& iid, std::string_view payload,
+                 uint32_t timeoutMs) {
+    return vcfg::request(request, oid, iid, payload, vcfg::Deadline::ofCall(timeoutMs));
 }
 
 int joinBus(const std::string& runDir, uint8_t eid) {
@@ -104,12 +100,11 @@ int reportBusFailure(int code, unsigned eid) {
     }
 }
 
-int reportFailure(const Answer& answer, const std::string& subject) {
-    if (!answer.came)
+int reportFailure(const vcfg::Answer& answer, const std::string& subject) {
+    if (answer.code == VCFG_ERR_NO_PEER || answer.code == VCFG_ERR_TIMEOUT || answer.code == VCFG_ERR_RIGHTS)
         return reportBusFailure(answer.code, VCFG_EID_VCMD);
-    const std::string why = !answer.why.empty()                    ? answer.why
-                            : answer.code == VCFG_ERR_NOT_FOUND ? "does not exist"
-                                                                : "refused with code " + std::to_string(answer.code);
+    const std::string why =
+        answer.body.empty() ? "refused with code " + std::to_string(answer.code) : oneLine(answer.body);
     return refuse(why.starts_with(subject) ? why : subject + ": " + why);
 }
 
@@ -119,17 +114,17 @@ int forEach(const Selection& selection, bool refresh, const TakeRecord& take) {
         return takeOne(selection, iid, refresh, take);
     iid = {};
     for (;;) {
-        const Answer answer = ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {},
-                                  patience(refresh));
-        if (answer.came && answer.code == VCFG_ERR_NOT_FOUND)
+        const vcfg::Answer answer =
+            ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {}, patience(refresh));
+        if (answer.code == VCFG_ERR_NOT_FOUND)
             return kDone;
-        if (!answer.came || answer.code != VCFG_OK)
+        if (answer.code != VCFG_OK)
             return reportFailure(answer, selection.object->pattern);
         if (!isRecordOf(*selection.object, answer))
             return kRefused;
         iid = answer.iid;
         if (selection.fits(iid))
-            take(iid, answer.record.data());
+            take(iid, answer.body.data());
     }
 }
 

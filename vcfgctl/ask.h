@@ -1,13 +1,12 @@
 // Requests to vcmd.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "client/bus_server.h"
+#include "client/fe_client.h"
 #include "client/fe_wire.h"
 #include "select.h"
 
@@ -22,25 +21,19 @@ inline constexpr uint32_t kWithoutLimit = 0;
 // A message with room for the payload and a NUL behind it; null when memory is short.
 vcfg::bus::MessagePtr newMessage(uint32_t type, std::string_view payload);
 
-struct Answer {
-    bool came = false;  // else `code` is the bus's
-    int code = 0;
-    std::string why;
-    objIndex iid{};
-    std::vector<std::byte> record;
-};
-Answer ask(vcfg::wire::Request request, uint32_t oid, const objIndex& iid, std::string_view payload = {},
-           uint32_t timeoutMs = kPatience);
+// `timeoutMs` 0 waits as long as vcmd is there.
+vcfg::Answer ask(vcfg::wire::Request request, uint32_t oid, const objIndex& iid, std::string_view payload = {},
+                 uint32_t timeoutMs = kPatience);
 
 // Registers vcfgctl on the bus; an exit status, reported when it is not kDone.
 int joinBus(const std::string& runDir, uint8_t eid = kOwnEid);
 // Reports a failed answer that concerns `subject`; the result is the exit status.
-int reportFailure(const Answer& answer, const std::string& subject);
+int reportFailure(const vcfg::Answer& answer, const std::string& subject);
 // The same for a code of the bus, of a message to `eid`.
 int reportBusFailure(int code, unsigned eid);
 
 // Calls `take` for every instance that the selection stands for, in order. An exit status, reported when not kDone.
-using TakeRecord = std::function<void(const objIndex& iid, const std::byte* record)>;
+using TakeRecord = std::function<void(const objIndex& iid, const void* record)>;
 int forEach(const Selection& selection, bool refresh, const TakeRecord& take);
 
 }  // namespace vcfgctl

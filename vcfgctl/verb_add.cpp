@@ -18,13 +18,14 @@ int runAdd(const Call& call) {
     const std::optional<model::ResolvedTable> table = model::resolveTable(path);
     if (!table) {
         const std::optional<model::Resolved> where = model::resolve(path);
-        return refuse(path + ": " + (where ? "is no table; a table's path ends before the instance number" : suggestion(path)));
+        return refuse(path + ": " +
+                      (where ? "is no table; a table's path ends before the instance number" : suggestion(path)));
     }
     const int status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
-    if (!answer.came || answer.code != VCFG_OK)
+    const vcfg::Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
+    if (answer.code != VCFG_OK)
         return reportFailure(answer, path);
     const std::string added = model::path(*table->object, answer.iid);
     if (!call.json) {

@@ -21,8 +21,8 @@ int runDel(const Call& call) {
     const int status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const Answer answer = ask(vcfg::wire::kDelete, where->object->oid, where->iid);
-    return answer.came && answer.code == VCFG_OK ? kDone : reportFailure(answer, path);
+    const vcfg::Answer answer = ask(vcfg::wire::kDelete, where->object->oid, where->iid);
+    return answer.code == VCFG_OK ? kDone : reportFailure(answer, path);
 }
 
 }  // namespace vcfgctl

@@ -12,7 +12,7 @@ namespace {
 namespace model = vcfg::model;
 
 // What differs from a new instance's values, as vcmd keeps it in its file.
-json_object* changedValues(const model::Object& object, const std::byte* record) {
+json_object* changedValues(const model::Object& object, const void* record) {
     std::vector<std::byte> fresh(object.size);
     setDefaults(object, fresh.data());
     json_object* values = json_object_new_object();
@@ -33,7 +33,7 @@ int runDump(const Call& call) {
     for (const model::Object& object : model::objects()) {
         if (status != kDone)
             break;
-        status = forEach({&object, {}, nullptr}, false, [&](const objIndex& iid, const std::byte* record) {
+        status = forEach({&object, {}, nullptr}, false, [&](const objIndex& iid, const void* record) {
             json_object* values = changedValues(object, record);
             if (object.isTable || json_object_object_length(values) > 0)
                 json_object_object_add(objects, path(object, iid).c_str(), values);

@@ -6,7 +6,7 @@ namespace vcfgctl {
 namespace {
 
 int print(const Selection& selection, const Call& call) {
-    return forEach(selection, call.option("refresh") != nullptr, [&](const objIndex& iid, const std::byte* record) {
+    return forEach(selection, call.option("refresh") != nullptr, [&](const objIndex& iid, const void* record) {
         const std::string path = vcfg::model::path(*selection.object, iid);
         for (const vcfg::model::Parameter& parameter : selection.object->parameters) {
             if (selection.parameter == nullptr || selection.parameter == &parameter)

@@ -1,5 +1,4 @@
 #include <climits>
-#include <ctime>
 
 #include "ask.h"
 #include "client/bus_client.h"
@@ -19,12 +18,6 @@ struct Service {
     uint64_t count = 0;      // 0: without end
     uint64_t timeoutMs = 0;  // of all of it; 0: without limit
 };
-
-int64_t nowMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
 
 int takeOptions(const Call& call, Service& service) {
     if (call.operands.size() != 1 || !parseNumber(call.operands.front(), 255, &service.eid) || service.eid == 0)
@@ -60,21 +53,13 @@ void answer(bus::Server& server, bus::ConnectionId from, const vcfg_msg_t& messa
         bus::deliverNow(*reply);
 }
 
-// For wait(): -1 is without limit.
-int timeLeft(const Service& service, int64_t startMs) {
-    if (service.timeoutMs == 0)
-        return -1;
-    const int64_t left = startMs + static_cast<int64_t>(service.timeoutMs) - nowMs();
-    return left > 0 ? static_cast<int>(left) : 0;
-}
-
 int receive(bus::Server& server, const Service& service) {
-    const int64_t start = nowMs();
+    const vcfg::Deadline deadline = vcfg::Deadline::ofCall(static_cast<uint32_t>(service.timeoutMs));
     uint64_t received = 0;
     while (service.count == 0 || received < service.count) {
         bus::ConnectionId from = 0;
         int code = VCFG_OK;
-        const MessagePtr message = server.wait(timeLeft(service, start), &from, &code);
+        const MessagePtr message = server.wait(deadline.remainingMs(), &from, &code);
         if (message != nullptr) {
             printMessage(*message);
             answer(server, from, *message, service);

@@ -1,4 +1,5 @@
 #include <json-c/json.h>
+#include <vcfg/fe.h>
 
 #include <cstring>
 #include <optional>
@@ -28,7 +29,7 @@ struct Write {
 std::string refusal(const model::Parameter& parameter, const std::string& value, const std::string& why) {
     const std::string takes = std::string(parameter.name) + " takes ";
     const std::string accepted = why.starts_with(takes) ? why.substr(takes.size()) : why;
-    if (parameter.kind == model::Kind::Enum)
+    if (accepted.starts_with("one of "))
         return "\"" + oneLine(value) + "\" is not " + accepted;
     return "\"" + oneLine(value) + "\" is refused; it takes " + accepted;
 }
@@ -49,7 +50,8 @@ Write& writeFor(const model::Resolved& where, std::vector<Write>& writes) {
             return write;
         }
     }
-    writes.push_back({where.object, where.iid, {}, model::path(*where.object, where.iid) + "." + where.parameter->name});
+    writes.push_back(
+        {where.object, where.iid, {}, model::path(*where.object, where.iid) + "." + where.parameter->name});
     writes.back().values.reset(json_object_new_object());
     return writes.back();
 }
@@ -81,8 +83,8 @@ int send(const Write& write, uint32_t requestType) {
     payload.append(json_object_to_json_string_ext(write.values.get(), JSON_C_TO_STRING_PLAIN));
     payload.push_back('\0');
     const uint32_t limit = requestType == wire::kWriteAndWait ? kWithoutLimit : kPatience;
-    const Answer answer = ask(wire::kWrite, write.object->oid, write.iid, payload, limit);
-    return answer.came && answer.code == VCFG_OK ? kDone : reportFailure(answer, write.subject);
+    const vcfg::Answer answer = ask(wire::kWrite, write.object->oid, write.iid, payload, limit);
+    return answer.code == VCFG_OK ? kDone : reportFailure(answer, write.subject);
 }
 
 }  // namespace

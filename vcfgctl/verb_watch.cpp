@@ -43,13 +43,13 @@ std::string valueOf(json_object* change, const char* name) {
     return value == nullptr ? "-" : "\"" + oneLine(json_object_get_string(value)) + "\"";
 }
 
-void printChange(const vcfg_msg_t& message, bool json) {
+void printChange(const std::string& line, bool json) {
     if (json) {
-        puts(vcfg_msg_text(&message));
+        puts(line.c_str());
         fflush(stdout);
         return;
     }
-    const std::unique_ptr<json_object, FreeJson> change(json_tokener_parse(vcfg_msg_text(&message)));
+    const std::unique_ptr<json_object, FreeJson> change(json_tokener_parse(line.c_str()));
     json_object* time = nullptr;
     json_object* path = nullptr;
     json_object* by = nullptr;
@@ -63,22 +63,33 @@ void printChange(const vcfg_msg_t& message, bool json) {
     fflush(stdout);
 }
 
+// One line per change; `most` of them, 0 for all. The number printed.
+uint64_t printChanges(const vcfg_msg_t& message, uint64_t most, bool json) {
+    std::string_view lines = vcfg_msg_text(&message);
+    uint64_t printed = 0;
+    while (!lines.empty() && (most == 0 || printed < most)) {
+        const size_t end = lines.find('\n');
+        printChange(std::string(lines.substr(0, end)), json);
+        lines.remove_prefix(end == lines.npos ? lines.size() : end + 1);
+        ++printed;
+    }
+    return printed;
+}
+
 int follow(const Call& call, const Watch& watch) {
-    const bus::Deadline deadline = watch.timeoutMs == 0 ? bus::Deadline::never()
-                                                        : bus::Deadline::in(static_cast<uint32_t>(watch.timeoutMs));
+    const vcfg::Deadline deadline = vcfg::Deadline::ofCall(static_cast<uint32_t>(watch.timeoutMs));
     uint64_t seen = 0;
     while (watch.count == 0 || seen < watch.count) {
         bus::MessagePtr message;
         const int code = bus::nextFrom(VCFG_EID_VCMD, deadline, &message);
         if (code == VCFG_ERR_TIMEOUT)
-            return watch.count == 0 ? kDone : refuse("the time is up; " + std::to_string(seen) + " of " +
-                                                     std::to_string(watch.count) + " changes have come");
+            return watch.count == 0 ? kDone
+                                    : refuse("the time is up; " + std::to_string(seen) + " of " +
+                                             std::to_string(watch.count) + " changes have come");
         if (code != VCFG_OK)
             return nobodyAnswers("vcmd has closed the watch, or has ended");
-        if (message->type != vcfg::wire::kChange)
-            continue;
-        printChange(*message, call.json);
-        ++seen;
+        if (message->type == vcfg::wire::kChange)
+            seen += printChanges(*message, watch.count == 0 ? 0 : watch.count - seen, call.json);
     }
     return kDone;
 }
@@ -92,8 +103,9 @@ int runWatch(const Call& call) {
         status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
-    if (!answer.came || answer.code != VCFG_OK)
+    const vcfg::Answer answer =
+        ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
+    if (answer.code != VCFG_OK)
         return reportFailure(answer, "watch");
     return follow(call, watch);
 }

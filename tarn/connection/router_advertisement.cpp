@@ -44,8 +44,9 @@ bool acceptsAdvertisements(const std::string& device) {
         logs::print("%s: get sysCmd fail \n", kHandler);
         return true;
     }
+    const std::string_view number = *content;
     int value = 1;
-    std::from_chars(content->data(), content->data() + content->size(), value);
+    std::from_chars(number.data(), number.data() + number.size(), value);
     return value != 0;
 }
 

@@ -1,5 +1,8 @@
 #include "core/shell.h"
 
+#include <vcfg/os.h>
+
+#include "core/log.h"
 #include "core/os.h"
 
 namespace shell_detail {
@@ -49,10 +52,30 @@ std::string fill(std::string_view format, const std::string* words, size_t count
 
 }  // namespace shell_detail
 
+namespace {
+
+constexpr uint32_t kSlowMs = 2000;
+
+// A command that hangs holds up its caller: its name and duration have to be found in the log.
+void noteDuration(const std::string& command, uint32_t start) {
+    const uint32_t took = vos_mtime_get() - start;
+    if (took >= kSlowMs) {
+        VLOG(VLOG_WARNING, "command \"%s\" took %u ms", command.c_str(), took);
+    }
+}
+
+}  // namespace
+
 int run(const std::string& command) {
-    return os::runCommand(command);
+    const uint32_t start = vos_mtime_get();
+    const int result = os::runCommand(command);
+    noteDuration(command, start);
+    return result;
 }
 
 std::optional<std::string> shellFirstLine(const std::string& command, size_t limit) {
-    return os::firstLineOf(command, limit);
+    const uint32_t start = vos_mtime_get();
+    auto line = os::firstLineOf(command, limit);
+    noteDuration(command, start);
+    return line;
 }

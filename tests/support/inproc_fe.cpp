@@ -24,6 +24,9 @@ struct World {
     Store store;
     std::map<std::pair<Operation, std::string>, Fault> faults;
     std::vector<std::string> nullRecords;
+    std::map<std::string, std::string> reports;
+    std::map<std::string, int> owners;  // what their apply answers
+    std::vector<std::string> applied;
     std::vector<std::string> writes;
     unsigned calls = 0;
 };
@@ -77,7 +80,25 @@ int note(int code, const char* verb, uint32_t oid, const objIndex& iid, const st
     return code;
 }
 
-int read(uint32_t oid, objIndex* iid, void** record) {
+// Puts what the owner reports into the store.
+void refresh(uint32_t oid, const objIndex& iid) {
+    const auto report = world.reports.find(patternOf(oid));
+    if (report != world.reports.end()) {
+        world.store.write(oid, iid, vcfg::store::parseObject(report->second, nullptr).get(), nullptr);
+    }
+}
+
+// Hands what was written to its owner.
+int apply(int code, const char* action, uint32_t oid, const objIndex& iid) {
+    const auto owner = world.owners.find(patternOf(oid));
+    if (code != VCFG_OK || owner == world.owners.end()) {
+        return code;
+    }
+    world.applied.push_back(std::string(action) + " " + path(*vcfg::model::find(oid), iid));
+    return owner->second;
+}
+
+int readOne(uint32_t oid, objIndex* iid, void** record, bool refreshed) {
     const std::lock_guard lock(mutex);
     if (iid == nullptr || record == nullptr) {
         return VCFG_ERR_INVALID;
@@ -85,12 +106,15 @@ int read(uint32_t oid, objIndex* iid, void** record) {
     if (const int code = enter(Operation::Get, oid); code != VCFG_OK) {
         return code;
     }
+    if (refreshed) {
+        refresh(oid, *iid);
+    }
     const void* stored = nullptr;
     const int code = world.store.get(oid, *iid, &stored);
     return handOut(oid, code, stored, record);
 }
 
-int readNext(uint32_t oid, const objIndex& parent, objIndex* iid, void** record) {
+int readNext(uint32_t oid, const objIndex& parent, objIndex* iid, void** record, bool refreshed) {
     const std::lock_guard lock(mutex);
     if (iid == nullptr || record == nullptr) {
         return VCFG_ERR_INVALID;
@@ -100,6 +124,9 @@ int readNext(uint32_t oid, const objIndex& parent, objIndex* iid, void** record)
     }
     const void* stored = nullptr;
     const int code = world.store.nextChild(oid, parent, iid, &stored);
+    if (code == VCFG_OK && refreshed) {
+        refresh(oid, *iid);
+    }
     return handOut(oid, code, stored, record);
 }
 
@@ -113,17 +140,27 @@ int writeRecord(Operation operation, const char* verb, uint32_t oid, const objIn
         return code;
     }
     const auto* bytes = static_cast<const std::byte*>(record);
-    return note(world.store.set(oid, *iid, {bytes, object->size}, nullptr), verb, oid, *iid);
+    const int code = note(world.store.set(oid, *iid, {bytes, object->size}, nullptr), verb, oid, *iid);
+    if (operation == Operation::SetNoApply) {
+        return code;
+    }
+    const int applied = apply(code, "set", oid, *iid);
+    return operation == Operation::SetAndWait ? applied : code;
 }
 
-int writeParameters(uint32_t oid, const objIndex* iid, json_object* json, const std::string& text) {
+int writeParameters(uint32_t oid, const objIndex* iid, json_object* json, uint32_t requestType,
+                    const std::string& text) {
     if (iid == nullptr || json == nullptr) {
         return VCFG_ERR_INVALID;
     }
     if (const int code = enter(Operation::Write, oid); code != VCFG_OK) {
         return code;
     }
-    return note(world.store.write(oid, *iid, json, nullptr), "write", oid, *iid, " " + text);
+    const int code = note(world.store.write(oid, *iid, json, nullptr), "write", oid, *iid, " " + text);
+    if (requestType != VCFG_FE_WRITE_NO_APPLY) {
+        apply(code, "set", oid, *iid);
+    }
+    return code;
 }
 
 // Makes the instances that are missing on the way to `iid`; the reason when that cannot be.
@@ -210,6 +247,26 @@ void nullRecord(const std::string& pattern) {
     world.nullRecords.push_back(pattern);
 }
 
+void ownerReports(const std::string& pattern, const std::string& json) {
+    const std::lock_guard lock(mutex);
+    world.reports[pattern] = json;
+}
+
+void ownerApplies(const std::string& pattern) {
+    const std::lock_guard lock(mutex);
+    world.owners[pattern] = VCFG_OK;
+}
+
+void ownerRefuses(const std::string& pattern) {
+    const std::lock_guard lock(mutex);
+    world.owners[pattern] = VCFG_ERR_FAIL;
+}
+
+std::vector<std::string> applied() {
+    const std::lock_guard lock(mutex);
+    return world.applied;
+}
+
 std::vector<std::string> writes() {
     const std::lock_guard lock(mutex);
     return world.writes;
@@ -228,23 +285,23 @@ unsigned calls() {
 }  // namespace inproc
 
 int vcfgFeObjStructGet(uint32_t oid, objIndex* iid, void** record) {
-    return read(oid, iid, record);
+    return readOne(oid, iid, record, true);
 }
 
 int vcfgFeObjStructGetWithoutUpdate(uint32_t oid, objIndex* iid, void** record) {
-    return read(oid, iid, record);
+    return readOne(oid, iid, record, false);
 }
 
 int vcfgFeObjStructGetNext(uint32_t oid, objIndex* iid, void** record) {
-    return readNext(oid, {}, iid, record);
+    return readNext(oid, {}, iid, record, true);
 }
 
 int vcfgFeObjStructGetNextWithoutUpdate(uint32_t oid, objIndex* iid, void** record) {
-    return readNext(oid, {}, iid, record);
+    return readNext(oid, {}, iid, record, false);
 }
 
 int vcfgFeSubInStructGetNext(uint32_t oid, const objIndex* parent, objIndex* iid, void** record) {
-    return parent != nullptr ? readNext(oid, *parent, iid, record) : VCFG_ERR_INVALID;
+    return parent != nullptr ? readNext(oid, *parent, iid, record, true) : VCFG_ERR_INVALID;
 }
 
 int vcfgFeObjStructSet(uint32_t oid, const objIndex* iid, const void* record, void*) {
@@ -268,7 +325,8 @@ int vcfgFeObjStructAdd(uint32_t oid, objIndex* iid, void*) {
         return code;
     }
     const int code = world.store.add(oid, iid, nullptr);
-    return note(code, "add", oid, *iid);
+    apply(note(code, "add", oid, *iid), "add", oid, *iid);
+    return code;
 }
 
 int vcfgFeObjStructDel(uint32_t oid, const objIndex* iid, void*) {
@@ -279,19 +337,22 @@ int vcfgFeObjStructDel(uint32_t oid, const objIndex* iid, void*) {
     if (const int code = enter(Operation::Delete, oid); code != VCFG_OK) {
         return code;
     }
-    return note(world.store.remove(oid, *iid, nullptr), "delete", oid, *iid);
+    const int code = note(world.store.remove(oid, *iid, nullptr), "delete", oid, *iid);
+    apply(code, "del", oid, *iid);
+    return code;
 }
 
-int vcfgFeObjWrite(uint32_t oid, const objIndex* iid, const char* json, uint32_t, void*) {
+int vcfgFeObjWrite(uint32_t oid, const objIndex* iid, const char* json, uint32_t requestType, void*) {
     const std::lock_guard lock(mutex);
     const std::string text = json != nullptr ? json : "";
-    return writeParameters(oid, iid, vcfg::store::parseObject(text, nullptr).get(), text);
+    return writeParameters(oid, iid, vcfg::store::parseObject(text, nullptr).get(), requestType, text);
 }
 
-int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object* json, uint32_t, uint32_t, void*) {
+int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object* json, uint32_t, uint32_t requestType,
+                                  void*) {
     const std::lock_guard lock(mutex);
     const char* text = json_object_to_json_string_ext(json, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
-    return writeParameters(oid, iid, json, text);
+    return writeParameters(oid, iid, json, requestType, text);
 }
 
 int vcfgFeDebugCfgObjInit(const char* daemon) {

@@ -25,7 +25,15 @@ void fail(Operation operation, const std::string& pattern, int times = 1, int co
 // The next read of that object succeeds with a null record.
 void nullRecord(const std::string& pattern);
 
-// One line per write that reached the store, in order: "set IP.Interface.1", "publish ...", "setAndWait ...", "add
+// The owner of an object ("IP.Interface.{i}"): the parameters that it reports at every refresh, as a JSON object; and
+// whether it applies what it is handed, or fails to.
+void ownerReports(const std::string& pattern, const std::string& json);
+void ownerApplies(const std::string& pattern);
+void ownerRefuses(const std::string& pattern);
+// What those owners were handed, in order: "set IP.Interface.1", "add ...", "del ...".
+std::vector<std::string> applied();
+
+// One line per write that took effect, in order: "set IP.Interface.1", "publish ...", "setAndWait ...", "add
 // ...", "delete ...", "write ... {json}".
 std::vector<std::string> writes();
 void forgetWrites();

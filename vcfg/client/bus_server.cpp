@@ -48,6 +48,7 @@ class EndpointServer final : public Server {
     int start();
     bool isOwn() const override { return process_ == getpid(); }
     int reopen() override;
+    bool isCurrent() const override;
     int pollFd() const override { return epoll_; }
     MessagePtr receive(ConnectionId* from) override;
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
@@ -58,7 +59,6 @@ class EndpointServer final : public Server {
   private:
     int listenAt(const std::string& path);
     bool watch(int socket, ConnectionId id);
-    bool isCurrent() const;
     void enqueue(const Ready& ready);
     MessagePtr nextReady(ConnectionId* from);
     MessagePtr takeFrom(Connection& connection, ConnectionId* from);

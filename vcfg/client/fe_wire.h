@@ -26,7 +26,7 @@ enum Request : uint32_t {
     kWrite = 0x00F0000B,       // payload: WriteHeader, then a NUL-terminated JSON object -> -
     kWatch = 0x00F0000C,       // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
     kPing = 0x00F0000D,        // -                            -> -, when all that came before has been handled
-    kChange = 0x00F0000E,      // from vcmd: payload is a JSON object {t_mono_us, path, old, new, by}
+    kChange = 0x00F0000E,      // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
     kDebugConfig = 0x00F0000F  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
 };
 

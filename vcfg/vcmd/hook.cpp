@@ -1,16 +1,15 @@
 #include "hook.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <vector>
 
 namespace vcfg::vcmd {
@@ -18,6 +17,8 @@ namespace {
 
 constexpr size_t kMaxOutput = 64 * 1024;
 constexpr size_t kMaxComplaint = 200;
+// A hook that complains without end must not keep vcmd from everything else.
+constexpr unsigned kMostComplaintsAtOnce = 16;
 constexpr int kCannotExecute = 126;
 
 // The input as a file: the hook may read it when and as far as it likes, and nobody has to feed it.
@@ -92,6 +93,13 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     _exit(kCannotExecute);
 }
 
+// A program that others can write would let them act with vcmd's rights.
+bool isOurs(const std::string& program) {
+    struct stat status {};
+    return stat(program.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           (status.st_uid == 0 || status.st_uid == geteuid()) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
 bool fail(HookRun& run, const char* what) {
     run.failure = std::string(what) + ": " + strerror(errno);
     return false;
@@ -111,9 +119,12 @@ void takeComplaint(HookRun& run, const char* bytes, size_t count) {
 
 void readComplaints(HookRun& run) {
     char buffer[4096];
-    ssize_t count;
-    while ((count = recv(run.complaints.get(), buffer, sizeof buffer, MSG_DONTWAIT)) > 0)
+    for (unsigned turn = 0; turn < kMostComplaintsAtOnce; ++turn) {
+        const ssize_t count = recv(run.complaints.get(), buffer, sizeof buffer, MSG_DONTWAIT);
+        if (count < 0)
+            return;
         takeComplaint(run, buffer, static_cast<size_t>(count));
+    }
 }
 
 void readOutput(HookRun& run) {
@@ -138,15 +149,13 @@ std::string describeStatus(int status, const std::string& complaint) {
 
 }  // namespace
 
-int64_t monotonicMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
-
-bool startHook(HookCall call, int64_t limitMs, HookRun& run) {
+bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
     run.call = std::move(call);
-    run.deadlineMs = monotonicMs() + limitMs;
+    run.deadline = Deadline::in(limitMs);
+    if (!isOurs(run.call.program)) {
+        run.failure = "is not run: it must be a file that only root or vcmd's own user can write";
+        return false;
+    }
     const Fd input = inputFile(run.call.input);
     Fd output;
     Fd complaints;
@@ -169,12 +178,12 @@ bool startHook(HookCall call, int64_t limitMs, HookRun& run) {
     return true;
 }
 
-void tendHook(HookRun& run, int64_t nowMs) {
+void tendHook(HookRun& run) {
     readComplaints(run);
     readOutput(run);
     if (!run.failure.empty())
         return;
-    if (nowMs >= run.deadlineMs)
+    if (run.deadline.passed())
         run.failure = "was killed, its time was up";
     else if (run.text.size() > kMaxOutput)
         run.failure = "was killed, it wrote more than " + std::to_string(kMaxOutput) + " bytes";

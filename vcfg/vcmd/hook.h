@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "client/deadline.h"
 #include "fd.h"
 
 namespace vcfg::vcmd {
@@ -23,19 +24,17 @@ struct HookRun {
     HookCall call;
     pid_t pid = -1;
     Fd output;
-    Fd complaints;             // its standard error
-    std::string text;          // of the output
-    std::string complaint;     // what it complained of last
-    int64_t deadlineMs = 0;
-    std::string failure;       // why it failed; empty while nothing has
+    Fd complaints;          // its standard error
+    std::string text;       // of the output
+    std::string complaint;  // what it complained of last
+    Deadline deadline = Deadline::never();
+    std::string failure;  // why it failed; empty while nothing has
 };
 
-int64_t monotonicMs();
-
 // Starts the hook; false with run.failure set when that is impossible.
-bool startHook(HookCall call, int64_t limitMs, HookRun& run);
+bool startHook(HookCall call, uint32_t limitMs, HookRun& run);
 // Takes what the hook has written, and kills it when its time is up or its output too long.
-void tendHook(HookRun& run, int64_t nowMs);
+void tendHook(HookRun& run);
 // True once the hook has ended; run.text and run.failure are complete then.
 bool reapHook(HookRun& run);
 // Ends the hook, and what it started, at once.

@@ -1,0 +1,108 @@
+#include "hooks.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace vcfg::vcmd {
+namespace {
+
+constexpr size_t kMostRefreshing = 32;
+
+std::deque<HookJob>& waiting(Hooks& hooks, HookKind kind) {
+    return kind == HookKind::Apply ? hooks.apply : hooks.refresh;
+}
+
+size_t countRunning(const Hooks& hooks, HookKind kind) {
+    return static_cast<size_t>(std::count_if(hooks.running.begin(), hooks.running.end(),
+                                             [kind](const auto& one) { return one->job.kind == kind; }));
+}
+
+// False when the hook could not be started; its job is over then.
+bool start(Hooks& hooks, HookJob job) {
+    auto running = std::make_unique<Hooks::Running>();
+    running->job = std::move(job);
+    const bool started = startHook(running->job.call, hooks.limitMs, running->run);
+    if (started)
+        hooks.running.push_back(std::move(running));
+    else
+        running->job.done(running->run);
+    return started;
+}
+
+bool startWaiting(Hooks& hooks) {
+    bool ended = false;
+    for (const HookKind kind : {HookKind::Apply, HookKind::Refresh}) {
+        const size_t most = kind == HookKind::Apply ? 1 : kMostRefreshing;
+        std::deque<HookJob>& jobs = waiting(hooks, kind);
+        while (!jobs.empty() && countRunning(hooks, kind) < most) {
+            HookJob job = std::move(jobs.front());
+            jobs.pop_front();
+            ended = !start(hooks, std::move(job)) || ended;
+        }
+    }
+    return ended;
+}
+
+bool finishEnded(Hooks& hooks) {
+    std::vector<std::unique_ptr<Hooks::Running>> ended;
+    for (auto& one : hooks.running) {
+        tendHook(one->run);
+        if (reapHook(one->run))
+            ended.push_back(std::move(one));
+    }
+    std::erase(hooks.running, nullptr);
+    for (const auto& one : ended)
+        one->job.done(one->run);
+    return !ended.empty();
+}
+
+}  // namespace
+
+std::string hookProgram(const Hooks& hooks, HookKind kind, const model::Object& object) {
+    std::string program = hooks.directory + (kind == HookKind::Apply ? "/apply/" : "/refresh/") + object.pattern;
+    return access(program.c_str(), F_OK) == 0 ? program : std::string();
+}
+
+size_t hookRoom(const Hooks& hooks, HookKind kind) {
+    const size_t used = (kind == HookKind::Apply ? hooks.apply : hooks.refresh).size();
+    return used < kMostWaitingHooks ? kMostWaitingHooks - used : 0;
+}
+
+void queueHook(Hooks& hooks, HookJob job) {
+    waiting(hooks, job.kind).push_back(std::move(job));
+}
+
+void pollHooks(const Hooks& hooks, std::vector<pollfd>& fds) {
+    for (const auto& one : hooks.running) {
+        fds.push_back({one->run.complaints.get(), POLLIN, 0});
+        if (one->run.output)
+            fds.push_back({one->run.output.get(), POLLIN, 0});
+    }
+}
+
+int hookTimeout(const Hooks& hooks) {
+    int timeout = -1;
+    for (const auto& one : hooks.running) {
+        // One that has been killed is reaped when the signal of its end comes.
+        const int left = one->run.failure.empty() ? one->run.deadline.remainingMs() : -1;
+        if (left >= 0 && (timeout < 0 || left < timeout))
+            timeout = left;
+    }
+    return timeout;
+}
+
+void tendHooks(Hooks& hooks) {
+    bool more = true;
+    while (more) {
+        more = finishEnded(hooks);
+        more = startWaiting(hooks) || more;
+    }
+}
+
+void killHooks(Hooks& hooks) {
+    for (const auto& one : hooks.running)
+        killHook(one->run);
+}
+
+}  // namespace vcfg::vcmd

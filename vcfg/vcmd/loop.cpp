@@ -1,0 +1,67 @@
+#include <sys/signalfd.h>
+
+#include <csignal>
+
+#include "vcmd.h"
+#include "vlog.h"
+
+namespace vcfg::vcmd {
+namespace {
+
+Fd openSignals() {
+    sigset_t wanted;
+    sigemptyset(&wanted);
+    sigaddset(&wanted, SIGCHLD);
+    sigaddset(&wanted, SIGTERM);
+    sigaddset(&wanted, SIGINT);
+    sigprocmask(SIG_BLOCK, &wanted, nullptr);
+    return Fd(signalfd(-1, &wanted, SFD_NONBLOCK | SFD_CLOEXEC));
+}
+
+// An ended hook is found by tendHooks; only the request to end matters here.
+void takeSignals(Vcmd& vcmd, int fd) {
+    signalfd_siginfo signal{};
+    while (read(fd, &signal, sizeof signal) == sizeof signal)
+        vcmd.stop = vcmd.stop || signal.ssi_signo != SIGCHLD;
+}
+
+void lookAtRunDirectory(Vcmd& vcmd) {
+    lookForDaemon(vcmd.announcer);
+    if (!vcmd.server->isCurrent()) {
+        VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
+        vcmd.stop = true;
+    }
+}
+
+int sooner(int left, int right) {
+    return left < 0 ? right : right < 0 || left < right ? left : right;
+}
+
+}  // namespace
+
+void run(Vcmd& vcmd) {
+    const Fd signals = openSignals();
+    lookAtRunDirectory(vcmd);
+    bool more = true;
+    std::vector<pollfd> fds;
+    while (!vcmd.stop) {
+        fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
+        pollHooks(vcmd.hooks, fds);
+        poll(fds.data(), fds.size(), more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
+        if (fds[1].revents != 0)
+            takeSignals(vcmd, signals.get());
+        if (fds[2].revents != 0)
+            lookAtRunDirectory(vcmd);
+        announce(vcmd.announcer);
+        tendHooks(vcmd.hooks);
+        more = serveRequests(vcmd);
+        tendHooks(vcmd.hooks);
+        tellWatchers(vcmd.watchers, *vcmd.server);
+    }
+    killHooks(vcmd.hooks);
+    std::string why;
+    if (!saveModel(vcmd, &why))
+        VCMD_LOG(VLOG_ERROR, "the model cannot be saved: %s", why.c_str());
+}
+
+}  // namespace vcfg::vcmd

@@ -1,0 +1,21 @@
+// vcmd's command line and environment.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vcfg::vcmd {
+
+struct Options {
+    bool foreground = false;
+    std::string runDir;
+    std::string dataDir;
+    std::string hookDir;
+    std::string defaults;
+    uint32_t hookLimitMs = 30000;
+};
+
+// True to go on; else the process ends with `status`, everything said.
+bool parseOptions(int argc, char** argv, Options& options, int& status);
+
+}  // namespace vcfg::vcmd

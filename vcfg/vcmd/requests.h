@@ -1,0 +1,44 @@
+// How one front-end request goes: it is served on the model in memory, the model is saved, and only then is it
+// answered.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "vcmd.h"
+
+namespace vcfg::vcmd {
+
+struct Request {
+    bus::MessagePtr message;
+    bus::ConnectionId from = 0;
+
+    std::string_view payload() const { return {vcfg_msg_text(message.get()), message->length}; }
+};
+
+struct Staged {
+    Request request;
+    bus::MessagePtr answer;      // null when a hook's end answers, or nothing does
+    bool reads = false;          // the answer shows the model
+    bool wrote = false;          // must be saved before it is answered
+    std::function<void()> undo;  // takes the write back
+    std::vector<HookJob> jobs;   // to be run once the write is saved
+};
+
+// Each serves the requests of its kind; false for all others.
+bool serveRead(Vcmd& vcmd, Staged& staged);
+// `spokenFor` hooks of writes that are not saved yet will need room too.
+bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor);
+
+// Sets the answer, and logs what should never have been asked.
+void refuse(Staged& staged, int code, const std::string& why);
+void confirm(Staged& staged, const objIndex& iid = {}, std::span<const std::byte> record = {});
+
+// Runs an answer's last steps from a hook's end, where nothing is staged.
+void answerNow(Vcmd& vcmd, Staged& staged);
+
+// What a hook's failure looks like in the log and in answers.
+std::string hookFailure(const HookRun& run);
+
+}  // namespace vcfg::vcmd

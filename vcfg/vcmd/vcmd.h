@@ -1,0 +1,40 @@
+// What the configuration daemon holds. One thread does everything; nothing in it waits but for the disk.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "announce.h"
+#include "client/bus_server.h"
+#include "hooks.h"
+#include "options.h"
+#include "store/store.h"
+#include "watchers.h"
+
+namespace vcfg::vcmd {
+
+struct Vcmd {
+    Options options;
+    std::string file;  // the model's
+    Fd dataLock;       // held as long as the file is ours
+    store::Store store;
+    uint32_t savedRevision = 0;  // of the store, when it was as the file is
+    std::string writer;          // who changes the store now, for the watchers
+    std::unique_ptr<bus::Server> server;
+    Hooks hooks;
+    Watchers watchers;
+    Announcer announcer;
+    bool stop = false;
+};
+
+// Opens and loads everything. False with the reason on standard error.
+bool setUp(Vcmd& vcmd);
+// Serves until the process is told to end, or another one has taken the endpoint over.
+void run(Vcmd& vcmd);
+
+// Answers all requests that are ready; true when there may be more of them.
+bool serveRequests(Vcmd& vcmd);
+// Saves the model if it has changed. False with the reason in `why`.
+bool saveModel(Vcmd& vcmd, std::string* why);
+
+}  // namespace vcfg::vcmd
