@@ -33,7 +33,7 @@ Message newMessage(uint32_t type, const std::string& payload, uint8_t to, uint32
     message->srcEid = kClient;
     message->requestId = requestId;
     message->length = static_cast<uint16_t>(payload.size());
-    memcpy(vcfg_msg_payload(message.get()), payload.data(), payload.size());
+    payload.copy(vcfg_msg_payload(message.get()), payload.size());
     return message;
 }
 
