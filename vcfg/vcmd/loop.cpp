@@ -1,7 +1,9 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <utility>
 
+#include "debug_level.h"
 #include "vcmd.h"
 #include "vlog.h"
 
@@ -33,6 +35,12 @@ void lookAtRunDirectory(Vcmd& vcmd) {
     }
 }
 
+void tellNews(Vcmd& vcmd) {
+    tellWatchers(vcmd.watchers, *vcmd.server);
+    if (std::exchange(vcmd.levelsChanged, false))
+        tellDebugLevels(vcmd.store);
+}
+
 int sooner(int left, int right) {
     return left < 0 ? right : right < 0 || left < right ? left : right;
 }
@@ -56,7 +64,7 @@ void run(Vcmd& vcmd) {
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
         tendHooks(vcmd.hooks);
-        tellWatchers(vcmd.watchers, *vcmd.server);
+        tellNews(vcmd);
     }
     killHooks(vcmd.hooks);
     std::string why;
