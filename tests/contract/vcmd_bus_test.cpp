@@ -113,6 +113,11 @@ TEST_F(VcmdOnTheBus, TheDaemonsCompletionNoticeIsAnswered) {
     free(reply);
 }
 
+TEST_F(VcmdOnTheBus, ARemovedSocketIsMadeAnew) {
+    std::filesystem::remove(vcmd.path("run/eid-1"));
+    EXPECT_TRUE(eventually([&] { return vcmd.answers(); })) << vcmd.log();
+}
+
 TEST_F(VcmdOnTheBus, AChangedLogLevelIsToldToTheDaemon) {
     const auto daemon = serve(VCFG_EID_TARN);
     ASSERT_NE(received(*daemon), nullptr);
