@@ -57,35 +57,35 @@ constexpr objIndex kFirst = {1, {1, 0, 0, 0, 0, 0}};
 
 }  // namespace
 
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
     void* memory = allocate(size);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
-void* operator new[](size_t size) {
+[[gnu::noinline]] void* operator new[](size_t size) {
     return operator new(size);
 }
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
 }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return allocate(size);
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory, size_t) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory, size_t) noexcept {
     std::free(memory);
 }
 

@@ -1,7 +1,5 @@
 #include "message.h"
 
-#include <cstring>
-
 #include "client/fe_wire.h"
 
 namespace vcfg::vcmd {
