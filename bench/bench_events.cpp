@@ -32,7 +32,8 @@ Cost measure(Gateway& gw, const std::function<void(int)>& prepare, const std::fu
         const unsigned before = inproc::calls();
         const auto start = std::chrono::steady_clock::now();
         event(round);
-        cost.microseconds += std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
+        cost.microseconds +=
+            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
         cost.roundTrips += inproc::calls() - before + static_cast<double>(gw.requests().size());
         cost.processes += static_cast<double>(gw.commands().size());
     }

@@ -14,9 +14,13 @@ namespace model = vcfg::model;
 namespace wire = vcfg::wire;
 using vcfg::bus::MessagePtr;
 
-wire::Request readRequest(bool refresh) { return refresh ? wire::kGet : wire::kGetStored; }
+wire::Request readRequest(bool refresh) {
+    return refresh ? wire::kGet : wire::kGetStored;
+}
 
-uint32_t patience(bool refresh) { return refresh ? kWithoutLimit : kPatience; }
+uint32_t patience(bool refresh) {
+    return refresh ? kWithoutLimit : kPatience;
+}
 
 // False, reported, when the answer's record is not of this model.
 bool isRecordOf(const model::Object& object, const vcfg::Answer& answer) {
@@ -110,8 +114,8 @@ int forEach(const Selection& selection, bool refresh, const TakeRecord& take) {
         return takeOne(selection, iid, refresh, take);
     iid = {};
     for (;;) {
-        const vcfg::Answer answer = ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {},
-                                  patience(refresh));
+        const vcfg::Answer answer =
+            ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {}, patience(refresh));
         if (answer.code == VCFG_ERR_NOT_FOUND)
             return kDone;
         if (answer.code != VCFG_OK)

@@ -28,23 +28,27 @@ struct Command {
 };
 
 void printHelp() {
-    puts("Usage: vcfgctl [--run-dir DIR] [--json] VERB [ARGUMENT...]\n"
-         "\n"
-         "Reads and writes the device's data model, and sends and receives messages on its bus.\n");
+    puts(
+        "Usage: vcfgctl [--run-dir DIR] [--json] VERB [ARGUMENT...]\n"
+        "\n"
+        "Reads and writes the device's data model, and sends and receives messages on its bus.\n");
     for (const Verb& verb : verbs())
         printf("  %-8s%s\n", verb.name, verb.summary);
-    puts("\n"
-         "Options, before or after the verb:\n"
-         "  --run-dir DIR  the bus's directory (else VCFG_RUN_DIR, else /run/vcfg)\n"
-         "  --json         JSON lines instead of text, on every verb that prints something\n"
-         "  --help         this text, or with a verb the verb's\n"
-         "  --version      the version\n"
-         "\n"
-         "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 nobody answers.\n"
-         "'vcfgctl VERB --help' explains a verb.");
+    puts(
+        "\n"
+        "Options, before or after the verb:\n"
+        "  --run-dir DIR  the bus's directory (else VCFG_RUN_DIR, else /run/vcfg)\n"
+        "  --json         JSON lines instead of text, on every verb that prints something\n"
+        "  --help         this text, or with a verb the verb's\n"
+        "  --version      the version\n"
+        "\n"
+        "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 nobody answers.\n"
+        "'vcfgctl VERB --help' explains a verb.");
 }
 
-void printHelp(const Verb& verb) { printf("Usage: vcfgctl %s %s\n\n%s", verb.name, verb.synopsis, verb.help); }
+void printHelp(const Verb& verb) {
+    printf("Usage: vcfgctl %s %s\n\n%s", verb.name, verb.synopsis, verb.help);
+}
 
 int wrong(const std::string& why) {
     fprintf(stderr, "vcfgctl: %s; see 'vcfgctl --help'\n", why.c_str());
@@ -59,8 +63,8 @@ const Verb* findVerb(const char* name) {
     return nullptr;
 }
 
-// The verb is the first argument that is no option; its own options are unknown until it is known, but all of them stand
-// behind it.
+// The verb is the first argument that is no option; its own options are unknown until it is known, but all of them
+// stand behind it.
 int findVerbIndex(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "--run-dir") == 0)

@@ -43,8 +43,11 @@ std::string iidText(const objIndex& iid) {
 // The bytes of a well-formed UTF-8 character at the start of `text`; 0 when there is none.
 size_t characterLength(std::string_view text) {
     const unsigned char first = static_cast<unsigned char>(text[0]);
-    const size_t length = first < 0x80 ? 1 : first >= 0xC2 && first < 0xE0 ? 2 : (first & 0xF0) == 0xE0 ? 3
-                                         : first >= 0xF0 && first < 0xF5 ? 4 : 0;
+    const size_t length = first < 0x80                    ? 1
+                          : first >= 0xC2 && first < 0xE0 ? 2
+                          : (first & 0xF0) == 0xE0        ? 3
+                          : first >= 0xF0 && first < 0xF5 ? 4
+                                                          : 0;
     if (length == 0 || length > text.size())
         return 0;
     for (size_t i = 1; i < length; ++i) {

@@ -85,8 +85,7 @@ Neighbours neighbours(const Parts& parts) {
 
 bool alike(std::string_view name, std::string_view wanted) {
     const auto same = [](char left, char right) { return (left | 0x20) == (right | 0x20); };
-    return !wanted.empty() &&
-           std::search(name.begin(), name.end(), wanted.begin(), wanted.end(), same) != name.end();
+    return !wanted.empty() && std::search(name.begin(), name.end(), wanted.begin(), wanted.end(), same) != name.end();
 }
 
 }  // namespace

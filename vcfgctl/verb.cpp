@@ -48,7 +48,8 @@ bool numberOption(const Call& call, const char* name, uint64_t most, uint64_t* n
     const std::string* text = call.option(name);
     if (text == nullptr || parseNumber(*text, most, number))
         return true;
-    wrongUsage(call, "--" + std::string(name) + " takes a number up to " + std::to_string(most) + ", not \"" + *text + "\"");
+    wrongUsage(call,
+               "--" + std::string(name) + " takes a number up to " + std::to_string(most) + ", not \"" + *text + "\"");
     return false;
 }
 

@@ -18,7 +18,8 @@ int runAdd(const Call& call) {
     const std::optional<model::ResolvedTable> table = model::resolveTable(path);
     if (!table) {
         const std::optional<model::Resolved> where = model::resolve(path);
-        return refuse(path + ": " + (where ? "is no table; a table's path ends before the instance number" : suggestion(path)));
+        return refuse(path + ": " +
+                      (where ? "is no table; a table's path ends before the instance number" : suggestion(path)));
     }
     const int status = joinBus(call.runDir);
     if (status != kDone)

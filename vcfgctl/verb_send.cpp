@@ -84,7 +84,8 @@ int takeOptions(const Call& call, Request& request) {
         return wrongUsage(call, "endpoints are 1 to 255");
     const std::string* iid = call.option("iid");
     if (iid != nullptr && !parseIid(*iid, &request.iid))
-        return wrongUsage(call, "--iid takes up to six instance numbers with dots between, not \"" + oneLine(*iid) + "\"");
+        return wrongUsage(call,
+                          "--iid takes up to six instance numbers with dots between, not \"" + oneLine(*iid) + "\"");
     return takePayload(call, request);
 }
 

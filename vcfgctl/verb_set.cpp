@@ -50,7 +50,8 @@ Write& writeFor(const model::Resolved& where, std::vector<Write>& writes) {
             return write;
         }
     }
-    writes.push_back({where.object, where.iid, {}, model::path(*where.object, where.iid) + "." + where.parameter->name});
+    writes.push_back(
+        {where.object, where.iid, {}, model::path(*where.object, where.iid) + "." + where.parameter->name});
     writes.back().values.reset(json_object_new_object());
     return writes.back();
 }

@@ -83,8 +83,9 @@ int follow(const Call& call, const Watch& watch) {
         bus::MessagePtr message;
         const int code = bus::nextFrom(VCFG_EID_VCMD, deadline, &message);
         if (code == VCFG_ERR_TIMEOUT)
-            return watch.count == 0 ? kDone : refuse("the time is up; " + std::to_string(seen) + " of " +
-                                                     std::to_string(watch.count) + " changes have come");
+            return watch.count == 0 ? kDone
+                                    : refuse("the time is up; " + std::to_string(seen) + " of " +
+                                             std::to_string(watch.count) + " changes have come");
         if (code != VCFG_OK)
             return nobodyAnswers("vcmd has closed the watch, or has ended");
         if (message->type == vcfg::wire::kChange)
@@ -102,7 +103,8 @@ int runWatch(const Call& call) {
         status = joinBus(call.runDir);
     if (status != kDone)
         return status;
-    const vcfg::Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
+    const vcfg::Answer answer =
+        ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
     if (answer.code != VCFG_OK)
         return reportFailure(answer, "watch");
     return follow(call, watch);

@@ -8,11 +8,11 @@ const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
 const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
 const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
 const option kSendOptions[] = {
-    {"to", required_argument, nullptr, 0},         {"type", required_argument, nullptr, 0},
-    {"from", required_argument, nullptr, 0},       {"request-id", required_argument, nullptr, 0},
-    {"oid", required_argument, nullptr, 0},        {"iid", required_argument, nullptr, 0},
-    {"payload", required_argument, nullptr, 0},    {"payload-file", required_argument, nullptr, 0},
-    {"reply", no_argument, nullptr, 0},            {"timeout", required_argument, nullptr, 0}};
+    {"to", required_argument, nullptr, 0},      {"type", required_argument, nullptr, 0},
+    {"from", required_argument, nullptr, 0},    {"request-id", required_argument, nullptr, 0},
+    {"oid", required_argument, nullptr, 0},     {"iid", required_argument, nullptr, 0},
+    {"payload", required_argument, nullptr, 0}, {"payload-file", required_argument, nullptr, 0},
+    {"reply", no_argument, nullptr, 0},         {"timeout", required_argument, nullptr, 0}};
 const option kServeOptions[] = {{"reply", required_argument, nullptr, 0},
                                 {"count", required_argument, nullptr, 0},
                                 {"timeout", required_argument, nullptr, 0}};
@@ -119,6 +119,8 @@ const Verb kVerbs[] = {
 
 }  // namespace
 
-std::span<const Verb> verbs() { return kVerbs; }
+std::span<const Verb> verbs() {
+    return kVerbs;
+}
 
 }  // namespace vcfgctl

@@ -217,3 +217,14 @@ TEST_F(FeRefresh, GetNextWithoutUpdateDoesNotAskTheOwner) {
     objIndex iid{};
     EXPECT_EQ(readNext<IpInterface>(&iid, vcfgFeObjStructGetNextWithoutUpdate)->Status, "Down");
 }
+
+TEST_F(FeRefresh, GetNextBelowAParentAsksTheOwnerFirst) {
+    add<IpInterface>();
+    add<IpInterfaceIpv4Address>(at(1));
+    ownerReports("IP.Interface.{i}.IPv4Address.{i}", R"({"Status":"Enabled"})");
+    const objIndex parent = at(1);
+    objIndex iid{};
+    void* record = nullptr;
+    ASSERT_EQ(vcfgFeSubInStructGetNext(RDM_OID_IP_IFACE_V4_ADDR, &parent, &iid, &record), 0);
+    EXPECT_EQ(Owned<IpInterfaceIpv4Address>(static_cast<IpInterfaceIpv4Address*>(record))->Status, "Enabled");
+}

@@ -108,7 +108,8 @@ void startWorld() {
         }
         _exit(127);
     }
-    ASSERT_EQ(vcfg_msg_eidInit(kOwnEid, "contract"), VCFG_OK);
+    static const int registered = vcfg_msg_eidInit(kOwnEid, "contract");
+    ASSERT_EQ(registered, VCFG_OK);
     ASSERT_TRUE(eventually(answers)) << "vcmd does not answer";
 }
 

@@ -149,6 +149,13 @@ TEST_F(PppIpv4Up, UnreadableLayerObjectEndsTheEvent) {
     EXPECT_TRUE(gw.writes().empty());
 }
 
+TEST_F(PppIpv4Up, NullLayerObjectIsToldAndEndsTheEvent) {
+    inproc::nullRecord("PPP.Interface.{i}.IPCP");
+    EXPECT_EQ(processPppdMsg(kIpv4Up), VCFG_ERR_FAIL);
+    EXPECT_TRUE(gw.loggedContaining("Free NULL pointer. tarn_connection "));
+    EXPECT_TRUE(gw.writes().empty());
+}
+
 TEST_F(PppIpv4Up, RefusedLayerObjectEndsTheEvent) {
     gw.refuseWrite(Operation::Set, "PPP.Interface.{i}.IPCP");
     EXPECT_EQ(processPppdMsg(kIpv4Up), VCFG_ERR_FAIL);

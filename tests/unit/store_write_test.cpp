@@ -71,6 +71,13 @@ TEST_F(StoreWrite, AnInstanceThatDoesNotExistIsNotMade) {
     EXPECT_EQ(why, "no such instance");
 }
 
+TEST_F(StoreWrite, AnIdOfAnotherLevelIsRefused) {
+    const auto bytes = std::as_bytes(std::span(&record, 1));
+    EXPECT_EQ(store.set(RDM_OID_IP_IFACE, objIndex{}, bytes, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(store.set(RDM_OID_IP_IFACE, objIndex{2, {1, 1, 0, 0, 0, 0}}, bytes, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(why, "IP.Interface.{i} takes instance numbers: 1");
+}
+
 TEST_F(StoreWrite, CountersInARecordAreNotLookedAt) {
     record.IPv4AddressNumberOfEntries = 77;
     ASSERT_EQ(set(), VCFG_OK);
@@ -112,8 +119,7 @@ TEST_F(StoreWrite, JsonTakesNumbersAndBooleansAsText) {
 }
 
 TEST_F(StoreWrite, JsonIsWrittenWholeOrNotAtAll) {
-    EXPECT_EQ(write(store, "IP.Interface.1", R"({"Enable":true,"Nonsense":1})"),
-              "IP.Interface.{i} has no parameter Nonsense");
+    EXPECT_EQ(write(store, "IP.Interface.1", R"({"Enable":true,"Nonsense":1})"), "there is no parameter Nonsense");
     EXPECT_EQ(write(store, "IP.Interface.1", R"({"Enable":true,"LastChange":"soon"})"),
               "LastChange takes a number from 0 to 4294967295");
     EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "false");

@@ -15,7 +15,6 @@ using Signals = std::vector<std::pair<pid_t, int>>;
 
 constexpr const char* kPidFile = "/var/run/udhcpc-wan.pid";
 constexpr pid_t kClient = 321;
-constexpr pid_t kDaemon = 4711;
 constexpr Sender kPage{VCFG_EID_VHTTPD, 4242};
 
 class WanCommandLease : public testing::Test {
@@ -86,7 +85,7 @@ TEST_F(WanCommandLease, UnreadableClientIsAnsweredAtOnce) {
     EXPECT_EQ(tarnWanIpRenew(instanceId({9}), false, kPage.eid, 1), VCFG_ERR_FAIL);
 }
 
-TEST_F(WanCommandLease, ClientOfNoInterfaceIsAskedByItsProcess) {
+TEST_F(WanCommandDualStack, ClientOfNoInterfaceIsAskedByItsProcess) {
     for (const char* path : {"", "IP.Interface.0", "IP.Interface.256", "IP.Interface.-3", "IP.Interface.99999999999",
                              "IP.Interface.3.IPv4Address.1", "IP.Interface.77"}) {
         gw.forget();

@@ -19,7 +19,7 @@ bus::MessagePtr toMessage(uint32_t type, uint32_t oid, const objIndex& iid, std:
         message->requestId = bus::freshRequestId();
         message->objIid = iid;
         message->length = static_cast<uint16_t>(payload.size());
-        memcpy(vcfg_msg_payload(message.get()), payload.data(), payload.size());
+        payload.copy(vcfg_msg_payload(message.get()), payload.size());
     }
     return message;
 }

@@ -135,7 +135,7 @@ bool setJson(const Object& object, void* record, json_object* json, std::string*
     json_object_object_foreach(json, name, value) {
         const Parameter* parameter = find(object, name);
         if (parameter == nullptr) {
-            return refuse(why, std::string(object.pattern) + " has no parameter " + name);
+            return refuse(why, std::string("there is no parameter ") + name);
         }
         if (parameter->countedOid != RDM_OID_NONE) {
             return refuse(why, std::string(name) + " is counted and takes no value");

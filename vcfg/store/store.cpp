@@ -79,6 +79,16 @@ Store::Found Store::locate(uint32_t oid, const objIndex& iid) const {
     return {VCFG_OK, object, key, at->second.get()};
 }
 
+// Why there is no record.
+std::string Store::missing(const Found& found) {
+    if (found.object == nullptr) {
+        return "no such object";
+    }
+    return found.code == VCFG_ERR_INVALID
+               ? std::string(found.object->pattern) + " takes instance numbers: " + std::to_string(found.object->depth)
+               : "no such instance";
+}
+
 int Store::get(uint32_t oid, const objIndex& iid, const void** record) const {
     const Found found = locate(oid, iid);
     *record = found.record;
@@ -113,7 +123,7 @@ int Store::set(uint32_t oid, const objIndex& iid, std::span<const std::byte> rec
     return guarded([&] {
         const Found found = locate(oid, iid);
         if (found.record == nullptr) {
-            return refuse(found.code, why, "no such instance");
+            return refuse(found.code, why, missing(found));
         }
         if (record.size() != found.object->size) {
             return refuse(VCFG_ERR_INVALID, why,
@@ -138,7 +148,7 @@ int Store::write(uint32_t oid, const objIndex& iid, json_object* parameters, std
     return guarded([&] {
         const Found found = locate(oid, iid);
         if (found.record == nullptr) {
-            return refuse(found.code, why, "no such instance");
+            return refuse(found.code, why, missing(found));
         }
         const Record staged = copyOf(found.record, found.object->size);
         if (!setJson(*found.object, staged.get(), parameters, why)) {
@@ -245,7 +255,7 @@ int Store::remove(uint32_t oid, const objIndex& iid, std::string* why) {
     return guarded([&] {
         const Found found = locate(oid, iid);
         if (found.record == nullptr || !found.object->isTable) {
-            return found.record == nullptr ? refuse(found.code, why, "no such instance")
+            return found.record == nullptr ? refuse(found.code, why, missing(found))
                                            : refuse(VCFG_ERR_INVALID, why, "takes an instance of a table");
         }
         std::vector<Change> changes;

@@ -108,6 +108,7 @@ class Store {
     };
 
     Found locate(uint32_t oid, const objIndex& iid) const;
+    static std::string missing(const Found& found);
     void insert(const model::Object& object, Key key);
     void erase(const model::Object& object, Key key);
     void count(const model::Object& object, Key key, int difference, std::vector<Change>* changes);

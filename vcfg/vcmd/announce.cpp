@@ -5,6 +5,7 @@
 #include <vcfg/msg_types.h>
 
 #include "client/bus_client.h"
+#include "client/link.h"
 #include "client/run_dir.h"
 #include "message.h"
 #include "vlog.h"
@@ -26,7 +27,8 @@ SocketFile socketFile(uint8_t eid) {
 
 bool openAnnouncer(Announcer& announcer, const std::string& runDir) {
     announcer.watch = Fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    return announcer.watch && inotify_add_watch(announcer.watch.get(), runDir.c_str(), IN_CREATE | IN_MOVED_TO) >= 0;
+    return announcer.watch &&
+           inotify_add_watch(announcer.watch.get(), runDir.c_str(), IN_CREATE | IN_MOVED_TO | IN_DELETE) >= 0;
 }
 
 void lookForDaemon(Announcer& announcer) {
@@ -45,6 +47,8 @@ void lookForDaemon(Announcer& announcer) {
 void announce(Announcer& announcer) {
     if (!announcer.due || !announcer.nextTry.passed())
         return;
+    // A connection to the endpoint's former server could still be trusted for a moment.
+    bus::dropLink(VCFG_EID_TARN, bus::Way::OneWay);
     const bus::MessagePtr message = newMessage(VCFG_MSG_INIT_DATAMODEL_FIN, VCFG_EID_TARN);
     const int code = message != nullptr ? bus::deliverNow(*message) : VCFG_ERR_FAIL;
     announcer.due = code != VCFG_OK && code != VCFG_DELIVERED && ++announcer.tries < kMostTries;

@@ -24,11 +24,11 @@ struct HookRun {
     HookCall call;
     pid_t pid = -1;
     Fd output;
-    Fd complaints;             // its standard error
-    std::string text;          // of the output
-    std::string complaint;     // what it complained of last
+    Fd complaints;          // its standard error
+    std::string text;       // of the output
+    std::string complaint;  // what it complained of last
     Deadline deadline = Deadline::never();
-    std::string failure;       // why it failed; empty while nothing has
+    std::string failure;  // why it failed; empty while nothing has
 };
 
 // Starts the hook; false with run.failure set when that is impossible.

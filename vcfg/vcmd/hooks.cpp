@@ -69,7 +69,9 @@ size_t hookRoom(const Hooks& hooks, HookKind kind) {
     return used < kMostWaitingHooks ? kMostWaitingHooks - used : 0;
 }
 
-void queueHook(Hooks& hooks, HookJob job) { waiting(hooks, job.kind).push_back(std::move(job)); }
+void queueHook(Hooks& hooks, HookJob job) {
+    waiting(hooks, job.kind).push_back(std::move(job));
+}
 
 void pollHooks(const Hooks& hooks, std::vector<pollfd>& fds) {
     for (const auto& one : hooks.running) {

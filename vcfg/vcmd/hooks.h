@@ -1,5 +1,5 @@
-// The hooks that run and those that wait for their turn. Apply hooks run one after the other, in the order of the writes;
-// refresh hooks run at once, as long as there are not too many.
+// The hooks that run and those that wait for their turn. Apply hooks run one after the other, in the order of the
+// writes; refresh hooks run at once, as long as there are not too many.
 #pragma once
 
 #include <poll.h>

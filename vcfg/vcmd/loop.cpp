@@ -1,7 +1,9 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <utility>
 
+#include "debug_level.h"
 #include "vcmd.h"
 #include "vlog.h"
 
@@ -27,30 +29,38 @@ void takeSignals(Vcmd& vcmd, int fd) {
 
 void lookAtRunDirectory(Vcmd& vcmd) {
     lookForDaemon(vcmd.announcer);
-    if (socketFile(VCFG_EID_VCMD) == vcmd.socket)
+    if (vcmd.server->isCurrent())
         return;
-    if (!(socketFile(VCFG_EID_VCMD) == SocketFile{})) {
-        VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
-        vcmd.stop = true;
+    if (socketFile(VCFG_EID_VCMD) == SocketFile{}) {
+        VCMD_LOG(VLOG_WARNING, "the socket of endpoint %d has been removed; it is made anew", VCFG_EID_VCMD);
+        vcmd.server->reopen();
+        return;
     }
+    VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
+    vcmd.stop = true;
 }
 
-int sooner(int left, int right) { return left < 0 ? right : right < 0 || left < right ? left : right; }
+void tellNews(Vcmd& vcmd) {
+    tellWatchers(vcmd.watchers, *vcmd.server);
+    if (std::exchange(vcmd.levelsChanged, false))
+        tellDebugLevels(vcmd.store);
+}
+
+int sooner(int left, int right) {
+    return left < 0 ? right : right < 0 || left < right ? left : right;
+}
 
 }  // namespace
 
 void run(Vcmd& vcmd) {
     const Fd signals = openSignals();
-    lookForDaemon(vcmd.announcer);
+    lookAtRunDirectory(vcmd);
     bool more = true;
     std::vector<pollfd> fds;
     while (!vcmd.stop) {
-        fds = {{vcmd.server->pollFd(), POLLIN, 0},
-               {signals.get(), POLLIN, 0},
-               {vcmd.announcer.watch.get(), POLLIN, 0}};
+        fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
         pollHooks(vcmd.hooks, fds);
-        poll(fds.data(), fds.size(),
-             more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
+        poll(fds.data(), fds.size(), more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
         if (fds[1].revents != 0)
             takeSignals(vcmd, signals.get());
         if (fds[2].revents != 0)
@@ -59,7 +69,7 @@ void run(Vcmd& vcmd) {
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
         tendHooks(vcmd.hooks);
-        tellWatchers(vcmd.watchers, *vcmd.server);
+        tellNews(vcmd);
     }
     killHooks(vcmd.hooks);
     std::string why;

@@ -1,22 +1,21 @@
 #include "message.h"
 
-#include <cstring>
-
 #include "client/fe_wire.h"
 
 namespace vcfg::vcmd {
 
 bus::MessagePtr newMessage(uint32_t type, uint8_t dstEid, std::string_view payload, bool terminated) {
     const size_t length = payload.size() + (terminated ? 1 : 0);
-    bus::MessagePtr message(
-        length <= VCFG_MSG_PAYLOAD_MAX ? static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + length + 1)) : nullptr);
+    bus::MessagePtr message(length <= VCFG_MSG_PAYLOAD_MAX
+                                ? static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + length + 1))
+                                : nullptr);
     if (message == nullptr)
         return nullptr;
     message->type = type;
     message->srcEid = VCFG_EID_VCMD;
     message->dstEid = dstEid;
     message->length = static_cast<uint16_t>(length);
-    memcpy(vcfg_msg_payload(message.get()), payload.data(), payload.size());
+    payload.copy(vcfg_msg_payload(message.get()), payload.size());
     return message;
 }
 

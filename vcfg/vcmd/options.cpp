@@ -16,28 +16,33 @@ namespace {
 constexpr int kWrongUsage = 2;
 constexpr long kLongestHook = 3600;
 
-const option kOptions[] = {{"foreground", no_argument, nullptr, 'f'},      {"run-dir", required_argument, nullptr, 'r'},
-                           {"data-dir", required_argument, nullptr, 'd'},  {"hook-dir", required_argument, nullptr, 'k'},
-                           {"defaults", required_argument, nullptr, 'm'},  {"hook-timeout", required_argument, nullptr, 't'},
-                           {"help", no_argument, nullptr, 'h'},            {"version", no_argument, nullptr, 'v'},
+const option kOptions[] = {{"foreground", no_argument, nullptr, 'f'},
+                           {"run-dir", required_argument, nullptr, 'r'},
+                           {"data-dir", required_argument, nullptr, 'd'},
+                           {"hook-dir", required_argument, nullptr, 'k'},
+                           {"defaults", required_argument, nullptr, 'm'},
+                           {"hook-timeout", required_argument, nullptr, 't'},
+                           {"help", no_argument, nullptr, 'h'},
+                           {"version", no_argument, nullptr, 'v'},
                            {nullptr, 0, nullptr, 0}};
 
 void printHelp() {
-    puts("Usage: vcmd [OPTION...]\n"
-         "\n"
-         "Keeps the device's data model, and serves it on the bus as endpoint 1.\n"
-         "\n"
-         "  --foreground            stay in the foreground, log to standard error\n"
-         "  --run-dir DIR           the bus's directory (VCFG_RUN_DIR, /run/vcfg)\n"
-         "  --data-dir DIR          where vcfg_config.json is kept (VCFG_DATA_DIR, /data)\n"
-         "  --hook-dir DIR          apply/ and refresh/ hooks (VCFG_HOOK_DIR, /etc/vcfg/hooks)\n"
-         "  --defaults FILE         the model to begin with when there is no vcfg_config.json yet\n"
-         "  --hook-timeout SECONDS  a hook that runs longer is killed (30)\n"
-         "  --help                  this text\n"
-         "  --version               the version\n"
-         "\n"
-         "Without --foreground it detaches: the command ends with 0 once the model is served,\n"
-         "with 1 and a line on standard error when it cannot be.");
+    puts(
+        "Usage: vcmd [OPTION...]\n"
+        "\n"
+        "Keeps the device's data model, and serves it on the bus as endpoint 1.\n"
+        "\n"
+        "  --foreground            stay in the foreground, log to standard error\n"
+        "  --run-dir DIR           the bus's directory (VCFG_RUN_DIR, /run/vcfg)\n"
+        "  --data-dir DIR          where vcfg_config.json is kept (VCFG_DATA_DIR, /data)\n"
+        "  --hook-dir DIR          apply/ and refresh/ hooks (VCFG_HOOK_DIR, /etc/vcfg/hooks)\n"
+        "  --defaults FILE         the model to begin with when there is no vcfg_config.json yet\n"
+        "  --hook-timeout SECONDS  a hook that runs longer is killed (30)\n"
+        "  --help                  this text\n"
+        "  --version               the version\n"
+        "\n"
+        "Without --foreground it detaches: the command ends with 0 once the model is served,\n"
+        "with 1 and a line on standard error when it cannot be.");
 }
 
 std::string fromEnvironment(const char* name, const char* otherwise) {

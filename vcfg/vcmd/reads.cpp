@@ -14,9 +14,13 @@ struct Target {
     const void* record = nullptr;
 };
 
-bool isRead(uint32_t type) { return type >= wire::kGet && type <= wire::kNextChild; }
+bool isRead(uint32_t type) {
+    return type >= wire::kGet && type <= wire::kNextChild;
+}
 
-bool isRefreshed(uint32_t type) { return type == wire::kGet || type == wire::kNext || type == wire::kNextChild; }
+bool isRefreshed(uint32_t type) {
+    return type == wire::kGet || type == wire::kNext || type == wire::kNextChild;
+}
 
 std::span<const std::byte> bytes(const Target& target) {
     return {static_cast<const std::byte*>(target.record), target.object->size};
@@ -35,8 +39,9 @@ int find(Vcmd& vcmd, const Request& request, Target& target, std::string& why) {
         why = "the request's payload has not the size it should have";
         return VCFG_ERR_INVALID;
     }
-    why = (target.iid.level == target.object->depth ? model::path(*target.object, target.iid) : target.object->pattern) +
-          std::string(": no such instance");
+    why =
+        (target.iid.level == target.object->depth ? model::path(*target.object, target.iid) : target.object->pattern) +
+        std::string(": no such instance");
     int code;
     if (ofChild) {
         objIndex parent;

@@ -19,7 +19,9 @@ struct Batch {
     size_t jobs = 0;
 };
 
-bool expectsAnswer(const vcfg_msg_t& message) { return (message.type & VCFG_MSG_NO_REPLY) == 0; }
+bool expectsAnswer(const vcfg_msg_t& message) {
+    return (message.type & VCFG_MSG_NO_REPLY) == 0;
+}
 
 void serveWatch(Vcmd& vcmd, Staged& staged) {
     const std::string_view payload = staged.request.payload();
@@ -43,11 +45,9 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     if (message.type == wire::kWatch)
         serveWatch(vcmd, staged);
-    else if (message.type == wire::kPing)
-        confirm(staged);
     else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN)
         confirmStartUp(staged);
-    else if (voUtilHandleRecvdMsgDebugCfg(&message) == 0)
+    else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0)
         confirm(staged);
     else
         refuse(staged, VCFG_ERR_INVALID, "no such request");

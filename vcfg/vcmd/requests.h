@@ -1,4 +1,5 @@
-// How one front-end request goes: it is served on the model in memory, the model is saved, and only then is it answered.
+// How one front-end request goes: it is served on the model in memory, the model is saved, and only then is it
+// answered.
 #pragma once
 
 #include <functional>

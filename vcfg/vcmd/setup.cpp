@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "debug_level.h"
 #include "store/persist.h"
 #include "vcmd.h"
 #include "vlog.h"
@@ -31,6 +32,8 @@ bool lockData(Vcmd& vcmd) {
         return fail("the data directory " + directory + " cannot be opened: " + strerror(errno));
     const Deadline deadline = Deadline::in(kPredecessorMs);
     while (flock(vcmd.dataLock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (!vcmd.server->isCurrent())
+            return fail("another vcmd has taken the endpoint over");
         if (errno != EWOULDBLOCK || deadline.passed())
             return fail("the data directory " + directory + " is in use by another vcmd");
         usleep(5000);
@@ -72,16 +75,18 @@ bool loadModel(Vcmd& vcmd) {
     return true;
 }
 
+// The run directory is watched before the endpoint is opened, so that no successor goes unseen.
 bool openEndpoint(Vcmd& vcmd) {
+    const std::string& directory = vcmd.options.runDir;
     int code = vcfg_msg_eidInit(VCFG_EID_VCMD, "vcmd");
+    if (code == VCFG_OK && !openAnnouncer(vcmd.announcer, directory))
+        return fail("the run directory " + directory + " cannot be watched: " + strerror(errno));
     if (code == VCFG_OK)
         vcmd.server = bus::Server::open(VCFG_EID_VCMD, &code);
-    if (vcmd.server == nullptr)
-        return fail(code == VCFG_ERR_RIGHTS ? "the run directory " + vcmd.options.runDir + " belongs to somebody else"
-                                            : "endpoint 1 cannot be opened in " + vcmd.options.runDir);
-    vcmd.socket = socketFile(VCFG_EID_VCMD);
-    return openAnnouncer(vcmd.announcer, vcmd.options.runDir) ||
-           fail("the run directory " + vcmd.options.runDir + " cannot be watched: " + strerror(errno));
+    if (vcmd.server != nullptr)
+        return true;
+    return fail(code == VCFG_ERR_RIGHTS ? "the run directory " + directory + " belongs to somebody else"
+                                        : "endpoint 1 cannot be opened in " + directory);
 }
 
 }  // namespace
@@ -91,7 +96,10 @@ bool setUp(Vcmd& vcmd) {
         return false;
     vcmd.hooks.directory = vcmd.options.hookDir;
     vcmd.hooks.limitMs = vcmd.options.hookLimitMs;
-    vcmd.store.watch([&vcmd](const store::Change& change) { noteChange(vcmd.watchers, change, vcmd.writer); });
+    vcmd.store.watch([&vcmd](const store::Change& change) {
+        noteChange(vcmd.watchers, change, vcmd.writer);
+        vcmd.levelsChanged = vcmd.levelsChanged || isDebugLevel(change.path);
+    });
     return true;
 }
 

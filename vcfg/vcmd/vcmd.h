@@ -15,16 +15,16 @@ namespace vcfg::vcmd {
 
 struct Vcmd {
     Options options;
-    std::string file;              // the model's
-    Fd dataLock;                   // held as long as the file is ours
+    std::string file;  // the model's
+    Fd dataLock;       // held as long as the file is ours
     store::Store store;
-    uint32_t savedRevision = 0;    // of the store, when it was as the file is
-    std::string writer;            // who changes the store now, for the watchers
+    uint32_t savedRevision = 0;  // of the store, when it was as the file is
+    std::string writer;          // who changes the store now, for the watchers
     std::unique_ptr<bus::Server> server;
-    SocketFile socket;             // of our endpoint
     Hooks hooks;
     Watchers watchers;
     Announcer announcer;
+    bool levelsChanged = true;  // the daemons are to be told their log levels
     bool stop = false;
 };
 

@@ -32,7 +32,8 @@ Bytes stored(const Vcmd& vcmd, const model::Object& object, const objIndex& iid)
 
 std::string hookInput(const model::Object& object, const void* record, const void* previous) {
     const store::JsonPtr json = store::recordJson(object, record);
-    json_object* before = previous != nullptr ? store::recordJson(object, previous).release() : json_object_new_object();
+    json_object* before =
+        previous != nullptr ? store::recordJson(object, previous).release() : json_object_new_object();
     json_object_object_add(json.get(), "previous", before);
     return json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PLAIN);
 }
@@ -84,8 +85,8 @@ void write(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor,
     confirm(staged);
     if (!program.empty()) {
         const Bytes after = stored(vcmd, object, iid);
-        staged.jobs.push_back(applyJob(program, "set", model::path(object, iid),
-                                       hookInput(object, after.data(), before.data())));
+        staged.jobs.push_back(
+            applyJob(program, "set", model::path(object, iid), hookInput(object, after.data(), before.data())));
         if (apply == Apply::Wait)
             answerWhenApplied(vcmd, staged, staged.jobs.back());
     }
@@ -132,8 +133,7 @@ void writeJson(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     const vcfg_msg_t& message = *staged.request.message;
     write(vcmd, staged, apply, spokenFor, [&](const model::Object&, std::string* why) {
         const store::JsonPtr values = store::parseObject(payload, why);
-        return values == nullptr ? VCFG_ERR_INVALID
-                                 : vcmd.store.write(message.oid, message.objIid, values.get(), why);
+        return values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(message.oid, message.objIid, values.get(), why);
     });
 }
 
@@ -235,7 +235,7 @@ bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
         writeJson(vcmd, staged, spokenFor);
     else
         writeRecord(vcmd, staged,
-                    message.type == wire::kSet       ? Apply::Later
+                    message.type == wire::kSet          ? Apply::Later
                     : message.type == wire::kSetAndWait ? Apply::Wait
                                                         : Apply::None,
                     spokenFor);

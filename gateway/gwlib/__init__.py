@@ -1,0 +1,1 @@
+"""The virtual gateway: builds its world, boots it, and talks to what runs inside."""

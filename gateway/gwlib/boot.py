@@ -1,0 +1,128 @@
+"""Booting a gateway and ending it."""
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+from . import isp, logs, net, services
+from .errors import GatewayError
+from .state import REPOSITORY, ROOMS, inside_number
+from .waiting import until
+
+DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
+START_UP_SECONDS = 30
+FINISHED = "System: System init finished"
+CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its notice
+
+
+def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
+    """Boots; `before_clients` is called when the daemon is ready and no lease has been asked for yet."""
+    with state.alone():
+        _up(state, config, fresh, say, before_clients)
+
+
+def _up(state, config, fresh, say, before_clients):
+    if state.world() is not None:
+        raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
+    state.prepare(fresh or config is not None)
+    if config is not None or not state.model.exists():
+        _install_model(state, config or DEFAULTS)
+    try:
+        _build_world(state)
+        net.lay_cables(state)
+        isp.start(state)
+        services.start_logd(state)
+        services.start_vcmd(state)
+        if config is not None:
+            _check_taken(state, config)
+        services.start_linesim(state)
+        services.start_linkd(state)
+        services.start_tarn(state)
+        _await_completion(state)
+        say(f"the gateway runs (state in {state.directory})")
+        before_clients()
+        services.start_dhcpc(state)
+    except BaseException:
+        _down(state)
+        raise
+
+
+def down(state):
+    """Ends the world's first process, and with it everything inside. True when there was one."""
+    if not state.directory.is_dir():
+        return False
+    with state.alone():
+        return _down(state)
+
+
+def _down(state):
+    world = state.world()
+    if world is not None:
+        os.kill(world, signal.SIGKILL)
+        if not until(lambda: state.world() is None, 10):
+            raise GatewayError(f"process {world} does not end")
+    state.forget_processes()
+    shutil.rmtree(state.directory / "rooms", ignore_errors=True)
+    return world is not None
+
+
+def _install_model(state, source):
+    try:
+        with open(source, encoding="utf-8") as file:
+            model = json.load(file)
+    except (OSError, ValueError) as problem:
+        raise GatewayError(f"{source} is no configuration: {problem}") from None
+    if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
+        raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
+    state.model.write_text(json.dumps(model), encoding="utf-8")
+
+
+def _check_taken(state, source):
+    """A configuration that vcmd does not take ends the boot; what it leaves out is told."""
+    time.sleep(logs.SETTLE_SECONDS)
+    for line in logs.lines(state, everybody=True):
+        if line["daemon"] == "vcmd" and line["level"] <= logs.ERROR:
+            raise GatewayError(f"{source} is not taken: {line['text']}")
+        if line["daemon"] == "vcmd" and line["level"] == logs.WARNING:
+            print(f"gw: {source}: {line['text']}", file=sys.stderr)
+
+
+def _build_world(state):
+    programs = state.build / "bin"
+    for name in ("tarn", "vcmd", "vcfgctl"):
+        if not (programs / name).exists():
+            raise GatewayError(f"{programs / name} is not built; script/build release builds it")
+    words = [state.program("gw-world"), state.directory]
+    for room in ROOMS:
+        words += ["--room", room]
+        if room == "gateway":
+            words += ["--layer", state.build / "gateway" / "root", "--bind", programs, "/usr/lib/tarn/bin",
+                      "--bind", state.build / "lib", "/usr/lib/tarn/lib",
+                      "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
+        if room == "isp":
+            words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
+    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        reasons = [line for line in done.stderr.splitlines() if line.startswith("gw-world: ")]
+        raise GatewayError(reasons[0].removeprefix("gw-world: ") if reasons else "the world could not be built")
+
+
+def _await_completion(state):
+    """Until the daemon says that start-up has finished, its first look at the links included."""
+    def said(text):
+        return any(text in line["text"] for line in logs.lines(state))
+
+    if not until(lambda: said(FINISHED), START_UP_SECONDS):
+        raise GatewayError(f'start-up did not complete in {START_UP_SECONDS} s: no "{FINISHED}" in the log')
+    if not until(lambda: said(CONFIRMED), START_UP_SECONDS):
+        raise GatewayError(f"start-up did not complete in {START_UP_SECONDS} s: no notice reached vcmd")
+
+
+def status(state):
+    """{service: [numbers inside]} of a running gateway."""
+    state.room("gateway")
+    return {name: [inside_number(number) for number in services.running(state, program)]
+            for name, program in services.PROGRAMS.items()}

@@ -1,0 +1,64 @@
+"""Running programs in the rooms of the world."""
+import os
+import subprocess
+
+from .errors import GatewayError
+
+PATH = "/usr/lib/gateway/bin:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin:/userfs/bin"
+KEPT = ("TERM", "LANG", "LC_ALL", "COLUMNS", "LINES")
+
+
+def environment(extra=None):
+    """What a program inside starts with: nothing of the caller's but how its terminal looks."""
+    kept = {name: os.environ[name] for name in KEPT if name in os.environ}
+    return {"PATH": PATH, "HOME": "/root", "VCFG_RUN_DIR": "/run/vcfg", **kept, **(extra or {})}
+
+
+def entering(state, room, command):
+    first = state.room(room)
+    user = ["-U", "--preserve-credentials"] if os.geteuid() != 0 else []
+    return ["nsenter", "-t", str(first), *user, "-m", "-p", "-n", "-i", "-u", "--", *map(str, command)]
+
+
+def replace_by(state, command):
+    """Becomes the command inside the gateway: standard streams and exit status are its own."""
+    words = entering(state, "gateway", command)
+    os.execvpe(words[0], words, environment())
+
+
+def run(state, *command, room="gateway", text=None, timeout=60):
+    """The finished process; nothing is raised when it failed."""
+    return subprocess.run(entering(state, room, command), env=environment(), input=text, text=True, errors="replace",
+                          capture_output=True, timeout=timeout, check=False)
+
+
+def must(state, *command, room="gateway", text=None):
+    """What the command printed."""
+    done = run(state, *command, room=room, text=text)
+    if done.returncode != 0:
+        said = (done.stderr or done.stdout).strip().splitlines()
+        raise GatewayError(f"{room}: {' '.join(map(str, command))}: {said[-1] if said else f'status {done.returncode}'}")
+    return done.stdout
+
+
+def spawn(state, name, *command, collect=False, extra=None, room="gateway"):
+    """Starts a service in the background."""
+    words = ["/usr/lib/gateway/gw-spawn", *(["--collect"] if collect else []), name, *command]
+    done = subprocess.run(entering(state, room, words), env=environment(extra), capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise GatewayError(f"{name} does not start: {done.stderr.strip()}")
+
+
+def hand_over(state, room, device, process):
+    """Moves a network device of the room into the network of a process (numbered as on the host)."""
+    user = ["-U", "--preserve-credentials"] if os.geteuid() != 0 else []
+    words = ["nsenter", "-t", str(state.room(room)), *user, "-n", "--",
+             "ip", "link", "set", device, "netns", str(process)]
+    done = subprocess.run(words, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise GatewayError(f"cannot connect {device}: {done.stderr.strip()}")
+
+
+def feed(state, command, data):
+    """Runs the command with these bytes on standard input; its exit status."""
+    return subprocess.run(entering(state, "gateway", command), env=environment(), input=data, check=False).returncode

@@ -1,0 +1,162 @@
+"""A road through the gateway, shown while it is travelled: what comes in, what the daemon does about it, and what the
+data model says then. Whoever writes a road asks for things, waits for outcomes and checks them; the view keeps up."""
+import json
+import subprocess
+import sys
+import threading
+import time
+
+from . import inside, logs
+
+COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "ok": "32", "FAIL": "31;1", "title": "1"}
+
+
+class Tail:
+    """The whole lines that a file has grown by."""
+
+    def __init__(self, path):
+        self.file = open(path, encoding="utf-8", errors="backslashreplace")
+        self.rest = ""
+
+    def new(self):
+        self.rest += self.file.read()
+        *whole, self.rest = self.rest.split("\n")
+        return [json.loads(line) for line in whole]
+
+
+class Watch:
+    """The changes of the data model, from now on."""
+
+    def __init__(self, state):
+        words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
+        self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
+                                        stdin=subprocess.DEVNULL)
+        self.lines = []
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.append(json.loads(line))
+
+    def new(self):
+        lines, self.lines = self.lines, []
+        return lines
+
+    def end(self):
+        self.process.kill()
+        self.process.wait()
+
+
+def lease_event(text):
+    """The DHCP client's payload for people."""
+    try:
+        event = json.loads(text)
+    except ValueError:
+        return text
+    if not event.get("addressAssigned"):
+        return f"no lease any more  ({text})"
+    words = [f"lease {event.get('ip')} mask {event.get('subnet')}", f"router {event.get('router')}",
+             f"DNS {event.get('dns')}", *(f"route {route}" for route in classless_routes(event.get("opt121", "")))]
+    return ", ".join(words)
+
+
+def classless_routes(option):
+    """"10.9.0.0/16 via 203.0.113.1" for each route of the option's hexadecimal text."""
+    data = bytes.fromhex(option)[2:]
+    while data:
+        width, octets = data[0], (data[0] + 7) // 8
+        network = ".".join(map(str, data[1 : 1 + octets].ljust(4, b"\0")))
+        gateway = ".".join(map(str, data[1 + octets : 5 + octets]))
+        yield f"{network}/{width} via {gateway}"
+        data = data[5 + octets :]
+
+
+class Road:
+    def __init__(self, title):
+        self.colour = sys.stdout.isatty()
+        self.begin = time.monotonic()
+        self.checks = 0
+        self.failures = []
+        self.sources = []
+        self.paint("title", title)
+
+    def paint(self, kind, text):
+        print(f"\033[{COLOURS[kind]}m{text}\033[0m" if self.colour else text, flush=True)
+
+    def line(self, kind, text, at=None):
+        seconds = (at if at is not None else time.monotonic()) - self.begin
+        self.paint(kind, f"{seconds:8.3f}  {kind:5}  {text}")
+
+    def watch(self, state):
+        """From here on, everything that happens in the gateway is shown."""
+        self.sources = [(Tail(state.log), self._of_log), (Tail(state.journal), self._of_journal),
+                        (Watch(state), self._of_model)]
+        self.show()
+
+    def show(self):
+        """What has happened since it was last asked, in order."""
+        seen = []
+        for source, describe in self.sources:
+            for line in source.new():
+                described = describe(line)
+                if described is not None:
+                    seen.append((line["t_mono_us"] / 1e6, *described))
+        for at, kind, text in sorted(seen, key=lambda line: line[0]):
+            self.line(kind, text, at)
+
+    def _of_log(self, line):
+        if line["daemon"] != "tarn":
+            return None
+        text = line["text"].replace("\n", " ")
+        if line["channel"] == "syslog" and text.startswith("DHCPC Option "):
+            return "in", "from the DHCP client: " + lease_event(text.removeprefix("DHCPC Option "))
+        if line["channel"] == "vlog" and line["level"] >= 7:
+            return None
+        return "tarn", f"{text}  ({line['channel']})"
+
+    def _of_journal(self, line):
+        effect = f"  -> {line['effect']}" if line["effect"] else ""
+        return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
+
+    def _of_model(self, line):
+        path, old, new = line["path"], line.get("old"), line.get("new")
+        if old is None:
+            return "model", f"{path} is new" if not new else f"{path} = {new}"
+        if new is None:
+            return "model", f"{path} is gone"
+        return "model", f"{path}: {old or '(empty)'} -> {new or '(empty)'}"
+
+    def title(self, text):
+        self.show()
+        self.paint("title", f"\n{text}")
+
+    def until(self, what, condition, seconds=15):
+        """Waits for the outcome with the view going on; an outcome that does not come is a failed check."""
+        end = time.monotonic() + seconds
+        while not (good := condition()) and time.monotonic() < end:
+            self.show()
+            time.sleep(0.05)
+        time.sleep(0.1)  # for the eye: what belongs to the outcome is shown before it
+        self.show()
+        return self.check(what, good)
+
+    def check(self, what, good):
+        self.checks += 1
+        if not good:
+            self.failures.append(what)
+        self.line("ok" if good else "FAIL", what)
+        return good
+
+    def summary(self):
+        """Exit status."""
+        for source, _ in self.sources:
+            if isinstance(source, Watch):
+                source.end()
+        seconds = time.monotonic() - self.begin
+        if self.failures:
+            self.paint("FAIL", f"\n{len(self.failures)} of {self.checks} checks failed in {seconds:.1f} s:")
+            for failure in self.failures:
+                self.paint("FAIL", f"  {failure}")
+            return 1
+        self.paint("ok", f"\nall {self.checks} checks as expected, in {seconds:.1f} s")
+        return 0

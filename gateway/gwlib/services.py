@@ -1,0 +1,90 @@
+"""What runs inside the gateway, and how each of it is started and stopped."""
+import pathlib
+
+from . import inside
+from .errors import GatewayError
+from .net import WAN
+from .state import inside_number, processes
+from .waiting import until
+
+PRELOAD = "/usr/lib/gateway/libkmonitor.so"
+READY_SECONDS = 10
+
+
+def running(state, name):
+    """Numbers (of the host) of the gateway's processes of that name."""
+    return [number for number, comm in processes(state.room("gateway")).items() if comm == name]
+
+
+def start_logd(state):
+    inside.must(state, "mkdir", "-p", "-m", "0700", "/run/vcfg")
+    inside.spawn(state, "logd", "/usr/lib/gateway/gw-logd", "/run/vcfg/vlog", "/dev/log", "/run/gateway/output",
+                 "/var/log/gateway/log.jsonl")
+    _await(state, "the log collector", "/run/gateway/output")
+
+
+def start_vcmd(state):
+    inside.spawn(state, "vcmd", "vcmd")
+    _await(state, "vcmd", "/run/vcfg/eid-1", process="vcmd")
+
+
+def start_tarn(state):
+    """The daemon as it is shipped: it forks, leaves its caller and closes its standard input by itself."""
+    inside.spawn(state, "tarn", "tarn", collect=True, extra={"LD_PRELOAD": PRELOAD})
+    _await(state, "tarn", "/run/vcfg/eid-2", process="tarn")
+
+
+def start_dhcpc(state):
+    """One real DHCP client on the WAN port; nothing of an environment is left for its hook."""
+    inside.spawn(state, f"dhcpc-{WAN}", "env", "-i", f"PATH={inside.PATH}", "VCFG_RUN_DIR=/run/vcfg",
+                 "udhcpc", "-f", "-i", WAN, "-p", f"/var/run/udhcpc-{WAN}.pid",
+                 "-s", "/usr/share/udhcpc/gateway.script", "-O", "121", "-O", "212", "-t", "4", "-T", "1", "-A", "2")
+
+
+def start_linesim(state):
+    """The DSL, optical and cellular lines, without a signal until someone gives them one."""
+    inside.spawn(state, "linesim", "gw-linesim", "serve")
+    if not until(lambda: inside.run(state, "gw-linesim", "state").returncode == 0, READY_SECONDS):
+        raise GatewayError(f"the line simulator did not come up; see {state.log_directory}/linesim.txt")
+
+
+def start_linkd(state):
+    """What the platform's kernel does: it tells the registered process which port found or lost its link."""
+    inside.spawn(state, "linkd", "gw-linkd")
+
+
+STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "linesim": start_linesim, "linkd": start_linkd, "tarn": start_tarn,
+            "dhcpc": start_dhcpc}
+PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "linesim": "gw-linesim", "linkd": "gw-linkd", "tarn": "tarn",
+            "dhcpc": "udhcpc"}
+
+
+def start(state, name):
+    if running(state, PROGRAMS[name]):
+        raise GatewayError(f"{name} runs already")
+    STARTERS[name](state)
+
+
+def stop(state, name):
+    numbers = running(state, PROGRAMS[name])
+    if not numbers:
+        raise GatewayError(f"{name} does not run")
+    inside.must(state, "kill", "-KILL" if name != "dhcpc" else "-TERM", *(inside_number(number) for number in numbers))
+    if not until(lambda: not running(state, PROGRAMS[name]), READY_SECONDS):
+        raise GatewayError(f"{name} does not end")
+
+
+def _await(state, what, socket, process=None):
+    """Until the service's socket is there; its death ends the wait at once."""
+    root = pathlib.Path(f"/proc/{state.room('gateway')}/root")
+    deaths = 0
+
+    def ready():
+        nonlocal deaths
+        if (root / socket.lstrip("/")).is_socket():
+            return "ready"
+        deaths = deaths + 1 if process and not running(state, process) else 0
+        return "dead" if deaths > 10 else None
+
+    if until(ready, READY_SECONDS) != "ready":
+        raise GatewayError(f"{what} did not come up; see gw log --all and {state.log_directory}")

@@ -1,0 +1,77 @@
+#include "network.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <bit>
+#include <cstring>
+
+namespace {
+
+int runIp(const std::vector<std::string>& words, bool quiet) {
+    std::vector<char*> arguments{const_cast<char*>("ip")};
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (quiet) {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    pid_t child = 0;
+    char path[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+    char* const environment[] = {path, nullptr};
+    const int problem = posix_spawnp(&child, "ip", &actions, nullptr, arguments.data(), environment);
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    return problem != 0 || waitpid(child, &status, 0) < 0 ? -1 : status;
+}
+
+}  // namespace
+
+bool ip(const std::vector<std::string>& words) {
+    return runIp(words, false) == 0;
+}
+
+void ipQuietly(const std::vector<std::string>& words) {
+    runIp(words, true);
+}
+
+bool isAddress(const std::string& text) {
+    in_addr address{};
+    return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+bool isDevice(const std::string& text) {
+    constexpr size_t kLongest = 15;
+    return !text.empty() && text.size() <= kLongest && text[0] != '-' &&
+           text.find_first_of("/ \t\n") == std::string::npos;
+}
+
+std::optional<unsigned> maskWidth(const std::string& mask) {
+    in_addr address{};
+    if (inet_pton(AF_INET, mask.c_str(), &address) != 1) {
+        return std::nullopt;
+    }
+    const uint32_t bits = ntohl(address.s_addr);
+    const auto width = static_cast<unsigned>(std::countl_one(bits));
+    return static_cast<unsigned>(std::popcount(bits)) == width ? std::optional(width) : std::nullopt;
+}
+
+std::vector<std::string> listed(std::string_view text) {
+    constexpr std::string_view kBetween = ", \t";
+    std::vector<std::string> parts;
+    while (true) {
+        const size_t begin = text.find_first_not_of(kBetween);
+        if (begin == std::string_view::npos) {
+            return parts;
+        }
+        text.remove_prefix(begin);
+        parts.emplace_back(text.substr(0, text.find_first_of(kBetween)));
+        text.remove_prefix(parts.back().size());
+    }
+}

@@ -1,0 +1,386 @@
+"""vcfgctl against a real vcmd: what it prints, and its exit status (0 done, 1 refused, 2 wrong usage, 3 nobody answers)."""
+import json
+import os
+import select
+import subprocess
+import time
+
+import pytest
+
+VCMD = os.environ["VCMD"]
+VCFGCTL = os.environ["VCFGCTL"]
+PATIENCE = 20
+
+
+def wait_for(condition):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        assert time.monotonic() < end, "it does not happen in time"
+        time.sleep(0.005)
+
+
+class Bus:
+    def __init__(self, directory):
+        self.home = directory
+        for name in ("run", "data", "hooks/apply", "hooks/refresh"):
+            (directory / name).mkdir(parents=True, mode=0o700)
+        (directory / "run").chmod(0o700)
+        self.environment = {
+            "PATH": os.environ["PATH"],
+            "VCFG_RUN_DIR": str(directory / "run"),
+            "VCFG_DATA_DIR": str(directory / "data"),
+            "VCFG_HOOK_DIR": str(directory / "hooks"),
+        }
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"):
+            if name in os.environ:
+                self.environment[name] = os.environ[name]
+        self.processes = []
+
+    def start(self, *arguments, **more):
+        process = subprocess.Popen(arguments, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   text=True, **more)
+        self.processes.append(process)
+        return process
+
+    def start_vcmd(self):
+        self.vcmd = self.start(VCMD, "--foreground")
+        wait_for(lambda: self.run("get", "IP.IPv4Enable").returncode == 0)
+
+    def run(self, *arguments, **more):
+        return subprocess.run([VCFGCTL, *arguments], env=self.environment, capture_output=True, text=True,
+                              timeout=PATIENCE, **more)
+
+    def ok(self, *arguments):
+        result = self.run(*arguments)
+        assert (result.returncode, result.stderr) == (0, ""), result
+        return result.stdout
+
+    def fails(self, status, *arguments):
+        """The one line on standard error."""
+        result = self.run(*arguments)
+        assert result.returncode == status, result
+        assert result.stdout == "" and result.stderr.count("\n") == 1, result
+        assert result.stderr.startswith("vcfgctl: "), result
+        return result.stderr
+
+    def serve(self, *arguments):
+        process = self.start(VCFGCTL, "serve", *arguments)
+        wait_for(lambda: (self.home / "run" / f"eid-{arguments[0]}").is_socket())
+        return process
+
+    def hook(self, kind, pattern, script):
+        path = self.home / "hooks" / kind / pattern
+        path.write_text("#!/bin/sh\n" + script + "\n")
+        path.chmod(0o700)
+
+    def end(self):
+        for process in self.processes:
+            process.terminate()
+            process.communicate()
+
+
+@pytest.fixture
+def quiet_bus(tmp_path):
+    bus = Bus(tmp_path)
+    yield bus
+    bus.end()
+
+
+@pytest.fixture
+def bus(quiet_bus):
+    quiet_bus.start_vcmd()
+    return quiet_bus
+
+
+def lines(text):
+    return [json.loads(line) for line in text.splitlines()]
+
+
+# get
+
+def test_get_prints_path_and_value(bus):
+    bus.ok("add", "IP.Interface")
+    assert bus.ok("get", "IP.Interface.1.Status", "IP.Interface.1.Enable") == \
+        "IP.Interface.1.Status=Down\nIP.Interface.1.Enable=false\n"
+
+
+def test_get_star_stands_for_any_instance(bus):
+    bus.ok("add", "IP.Interface")
+    bus.ok("add", "IP.Interface")
+    bus.ok("add", "IP.Interface.2.IPv4Address")
+    assert bus.ok("get", "IP.Interface.*.Type") == "IP.Interface.1.Type=Normal\nIP.Interface.2.Type=Normal\n"
+    assert bus.ok("get", "IP.Interface.*.IPv4Address.*.Status") == "IP.Interface.2.IPv4Address.1.Status=Disabled\n"
+    assert bus.ok("get", "IP.Interface.1.IPv4Address.*.Status") == ""
+
+
+def test_get_trailing_dot_is_the_subtree(bus):
+    bus.ok("add", "PPP.Interface")
+    printed = bus.ok("get", "PPP.Interface.1.")
+    assert "PPP.Interface.1.Enable=false\n" in printed and "PPP.Interface.1.PPPoE.X_VORAN_SessionID=\n" in printed
+    assert all(line.startswith("PPP.Interface.1.") for line in printed.splitlines())
+    assert printed in bus.ok("get", "PPP.")
+    assert "IP.IPv4Enable=false\n" in bus.ok("get", ".")
+
+
+def test_get_json_lines_are_typed(bus):
+    bus.ok("add", "IP.Interface")
+    printed = lines(bus.ok("--json", "get", "IP.Interface.1.Status", "IP.Interface.1.Enable", "IP.Interface.1.LastChange"))
+    assert printed == [{"path": "IP.Interface.1.Status", "value": "Down"},
+                       {"path": "IP.Interface.1.Enable", "value": False},
+                       {"path": "IP.Interface.1.LastChange", "value": 0}]
+
+
+def test_get_keeps_one_value_on_one_line(bus):
+    bus.ok("add", "IP.Interface")
+    bus.ok("set", "IP.Interface.1.Alias=two\nlines\x01")
+    assert bus.ok("get", "IP.Interface.1.Alias") == "IP.Interface.1.Alias=two\\nlines\\x01\n"
+    assert lines(bus.ok("get", "IP.Interface.1.Alias", "--json"))[0]["value"] == "two\nlines\x01"
+
+
+def test_get_refresh_asks_the_owner_first(bus):
+    bus.ok("add", "IP.Interface")
+    bus.hook("refresh", "IP.Interface.{i}", "echo '{\"Status\":\"Up\"}'")
+    assert bus.ok("get", "IP.Interface.1.Status") == "IP.Interface.1.Status=Down\n"
+    assert bus.ok("get", "--refresh", "IP.Interface.1.Status") == "IP.Interface.1.Status=Up\n"
+    assert bus.ok("get", "IP.Interface.1.Status") == "IP.Interface.1.Status=Up\n"
+
+
+@pytest.mark.parametrize("path, says", [
+    ("IP.Interface.1.Status", "there is none yet"),
+    ("IP.Interface.1.Stat", "Status"),
+    ("IP.Interface.0.Status", "an instance number"),
+    ("IP.Interfaces.1.Status", "Interface."),
+    ("IP", '"IP."'),
+    ("Colour.", "IP."),
+    ("", "IP."),
+])
+def test_get_says_what_exists_instead(bus, path, says):
+    assert says in bus.fails(1, "get", path)
+
+
+def test_get_names_the_instances_that_there_are(bus):
+    bus.ok("add", "IP.Interface")
+    assert "there is IP.Interface.1" in bus.fails(1, "get", "IP.Interface.7.")
+
+
+# set
+
+def test_set_writes_read_only_parameters_too(bus):
+    bus.ok("add", "IP.Interface")
+    assert bus.ok("set", "IP.Interface.1.Status=Up", "IP.Interface.1.Enable=1") == ""
+    assert bus.ok("get", "IP.Interface.1.Status", "IP.Interface.1.Enable") == \
+        "IP.Interface.1.Status=Up\nIP.Interface.1.Enable=true\n"
+
+
+def test_set_keeps_everything_behind_the_first_equals_sign(bus):
+    bus.ok("add", "IP.Interface")
+    bus.ok("set", "IP.Interface.1.Alias=a=b \"c\"")
+    assert bus.ok("get", "IP.Interface.1.Alias") == "IP.Interface.1.Alias=a=b \"c\"\n"
+    bus.ok("set", "IP.Interface.1.Alias=")
+    assert bus.ok("get", "IP.Interface.1.Alias") == "IP.Interface.1.Alias=\n"
+
+
+@pytest.mark.parametrize("assignment, says", [
+    ("IP.Interface.1.Status=Foo", 'IP.Interface.1.Status: "Foo" is not one of Up,Down,'),
+    ("IP.Interface.1.Enable=maybe", "true or false"),
+    ("IP.Interface.1.MaxMTUSize=-1", "0 to 4294967295"),
+    ("IP.Interface.1.X_VORAN_IfName=" + 17 * "x", "at most 16 characters"),
+    ("IP.Interface.1.IPv4AddressNumberOfEntries=3", "counted"),
+    ("IP.Interface.1.Colour=red", "there is no such path"),
+    ("IP.Interface.*.Enable=true", "'*' is for reading"),
+    ("IP.Interface.9.Enable=true", "no such instance"),
+    ("IP.Interface.1.=true", "IP.Interface.1."),
+])
+def test_set_says_what_would_be_accepted(bus, assignment, says):
+    bus.ok("add", "IP.Interface")
+    assert says in bus.fails(1, "set", assignment)
+
+
+def test_set_writes_an_object_whole_or_not_at_all(bus):
+    bus.ok("add", "IP.Interface")
+    bus.fails(1, "set", "IP.Interface.1.Alias=new", "IP.Interface.1.Status=Foo")
+    assert bus.ok("get", "IP.Interface.1.Alias") == "IP.Interface.1.Alias=\n"
+
+
+def test_set_makes_one_write_per_object(bus):
+    bus.ok("add", "IP.Interface")
+    bus.hook("apply", "IP.Interface.{i}", f"echo $2 >>{bus.home}/applied")
+    bus.ok("set", "--wait", "IP.Interface.1.Alias=a", "IP.IPv4Enable=true", "IP.Interface.1.Name=b")
+    assert (bus.home / "applied").read_text() == "IP.Interface.1\n"
+
+
+def test_set_wait_returns_when_it_is_applied_and_says_when_that_failed(bus):
+    bus.ok("add", "IP.Interface")
+    bus.hook("apply", "IP.Interface.{i}", "sleep 0.1; echo no such device >&2; exit 1")
+    assert "no such device" in bus.fails(1, "set", "--wait", "IP.Interface.1.Alias=a")
+    assert bus.ok("get", "IP.Interface.1.Alias") == "IP.Interface.1.Alias=a\n"
+    bus.ok("set", "IP.Interface.1.Alias=b")
+
+
+def test_set_no_apply_runs_no_hook(bus):
+    bus.ok("add", "IP.Interface")
+    bus.hook("apply", "IP.Interface.{i}", f"echo $1 >>{bus.home}/applied")
+    bus.ok("set", "--no-apply", "IP.Interface.1.Alias=a")
+    bus.ok("set", "--wait", "IP.Interface.1.Alias=b")
+    assert (bus.home / "applied").read_text() == "set\n"
+
+
+# add, del, dump
+
+def test_add_prints_the_new_path(bus):
+    assert bus.ok("add", "IP.Interface") == "IP.Interface.1\n"
+    assert bus.ok("add", "IP.Interface.") == "IP.Interface.2\n"
+    assert lines(bus.ok("add", "IP.Interface.2.IPv4Address", "--json")) == [{"path": "IP.Interface.2.IPv4Address.1"}]
+
+
+def test_add_takes_only_tables(bus):
+    assert "table" in bus.fails(1, "add", "DNS.Client")
+    assert "table" in bus.fails(1, "add", "IP.Interface.1")
+    assert "no such parent" in bus.fails(1, "add", "IP.Interface.1.IPv4Address")
+
+
+def test_del_removes_what_is_below_too(bus):
+    bus.ok("add", "IP.Interface")
+    bus.ok("add", "IP.Interface.1.IPv4Address")
+    assert bus.ok("del", "IP.Interface.1") == ""
+    assert bus.ok("get", "IP.Interface.*.IPv4Address.*.Status") == ""
+    assert "no such instance" in bus.fails(1, "del", "IP.Interface.1")
+    assert "instance" in bus.fails(1, "del", "IP.Interface.1.Status")
+    assert "instance" in bus.fails(1, "del", "DNS.Client")
+
+
+def test_dump_is_what_vcmd_keeps_and_starts_from(bus):
+    bus.ok("add", "PPP.Interface")
+    bus.ok("set", "PPP.Interface.1.PPPoE.X_VORAN_SessionID=17", "PPP.Interface.1.Enable=true")
+    dumped = json.loads(bus.ok("dump"))
+    assert dumped == json.loads((bus.home / "data" / "vcfg_config.json").read_text())
+    assert dumped["objects"]["PPP.Interface.1"] == {"Enable": True}
+    assert len(bus.ok("dump", "--json").splitlines()) == 1
+
+
+# watch
+
+def test_watch_prints_a_line_per_change(bus):
+    bus.ok("add", "IP.Interface")
+    watch = bus.start(VCFGCTL, "watch", "IP.Interface.*.Status", "--count", "2", "--json")
+    states = iter(1000 * ["Up", "Down"])
+    wait_for(lambda: bus.ok("set", f"IP.Interface.1.Status={next(states)}") == "" and watch.poll() is not None)
+    printed = lines(watch.stdout.read())
+    assert [sorted(line) for line in printed] == 2 * [["by", "new", "old", "path", "t_mono_us"]]
+    assert {line["path"] for line in printed} == {"IP.Interface.1.Status"}
+    assert printed[0]["new"] == printed[1]["old"] and printed[0]["by"] == "eid 250"
+
+
+def test_watch_gives_up_when_nothing_happens(bus):
+    assert "0 of 1" in bus.fails(1, "watch", "--count", "1", "--timeout", "50")
+    assert bus.ok("watch", "--timeout", "50") == ""
+
+
+def test_watch_ends_with_vcmd(bus):
+    bus.ok("add", "IP.Interface")
+    watch = bus.start(VCFGCTL, "watch")
+    states = iter(1000 * ["Up", "Down"])
+    wait_for(lambda: bus.ok("set", f"IP.Interface.1.Status={next(states)}") == ""
+             and select.select([watch.stdout], [], [], 0)[0])
+    bus.vcmd.terminate()
+    assert watch.wait(PATIENCE) == 3
+
+
+# send, serve
+
+def test_serve_prints_what_send_sends(quiet_bus):
+    bus = quiet_bus
+    serve = bus.serve("15", "--count", "1")
+    bus.ok("send", "--to", "15", "--type", "0x80000102", "--from", "9", "--request-id", "0x11", "--oid", "5",
+           "--iid", "1.2", "--payload", "text")
+    assert serve.wait(PATIENCE) == 0
+    assert lines(serve.stdout.read()) == [{
+        "type": 0x80000102, "srcEid": 9, "dstEid": 15, "oid": 5, "requestId": 0x11, "statCode": 0, "objIid": "2:1.2",
+        "length": 5, "payload": "text", "payloadHex": b"text\0".hex(),
+        "headerHex": "02010080" "05000000" "090f" "0500" "11000000" "00000000" + 28 * "00" + "02010200000000" "00"}]
+
+
+def test_send_without_payload_has_length_0_and_a_file_goes_as_it_is(quiet_bus, tmp_path):
+    bus = quiet_bus
+    (tmp_path / "bytes").write_bytes(b"a\0b\xff")
+    serve = bus.serve("15", "--count", "2")
+    bus.ok("send", "--to", "15", "--type", "2147483649")
+    bus.ok("send", "--to", "15", "--type", "0x80000001", "--payload-file", str(tmp_path / "bytes"))
+    serve.wait(PATIENCE)
+    empty, full = lines(serve.stdout.read())
+    assert (empty["length"], empty["payload"], empty["payloadHex"], empty["objIid"]) == (0, "", "", "0:")
+    assert (full["length"], full["payload"], full["payloadHex"]) == (4, "a", "610062ff")
+
+
+def test_send_reply_prints_type_stat_code_and_payload(quiet_bus):
+    bus = quiet_bus
+    bus.serve("15", "--reply", "7:well done")
+    assert bus.ok("send", "--to", "15", "--type", "0x83", "--reply") == \
+        "type=0x00000083 statCode=7 payload=well done\n"
+    reply = lines(bus.ok("send", "--to", "15", "--type", "0x83", "--request-id", "9", "--reply", "--json"))[0]
+    assert (reply["srcEid"], reply["dstEid"], reply["requestId"], reply["statCode"], reply["length"]) == (15, 250, 9, 7, 10)
+
+
+def test_serve_answers_those_who_wait_though_the_type_says_otherwise(quiet_bus):
+    bus = quiet_bus
+    bus.serve("1")
+    assert "statCode=0" in bus.ok("send", "--to", "1", "--from", "2", "--type", "0x800000EB", "--reply")
+
+
+def test_serve_answers_who_does_not_wait_with_a_message(quiet_bus):
+    bus = quiet_bus
+    bus.serve("15", "--reply", "3:later")
+    asker = bus.serve("9", "--count", "1")
+    bus.ok("send", "--to", "15", "--from", "9", "--type", "0x83")
+    assert asker.wait(PATIENCE) == 0
+    answer = lines(asker.stdout.read())[0]
+    assert (answer["srcEid"], answer["statCode"], answer["payload"]) == (15, 3, "later")
+
+
+def test_serve_fails_when_fewer_messages_come_in_time(quiet_bus):
+    assert "0 of 1" in quiet_bus.fails(1, "serve", "15", "--count", "1", "--timeout", "50")
+    assert quiet_bus.ok("serve", "15", "--timeout", "50") == ""
+
+
+# status and usage
+
+def test_nobody_answers_is_status_3(quiet_bus):
+    assert "vcmd" in quiet_bus.fails(3, "get", "IP.")
+    assert "endpoint 2" in quiet_bus.fails(3, "send", "--to", "2", "--type", "1", "--reply")
+    assert "/no/such" in quiet_bus.fails(3, "--run-dir", "/no/such", "get", "IP.")
+
+
+def test_no_answer_in_time_is_status_3(quiet_bus):
+    quiet_bus.start("python3", "-c", "import socket, os, time\n"
+                    "s = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)\n"
+                    "s.bind(os.environ['VCFG_RUN_DIR'] + '/eid-15'); s.listen(); time.sleep(60)")
+    wait_for(lambda: quiet_bus.run("send", "--to", "15", "--type", "1").returncode == 0)
+    assert "in time" in quiet_bus.fails(3, "send", "--to", "15", "--type", "1", "--reply", "--timeout", "50")
+
+
+@pytest.mark.parametrize("arguments", [
+    [], ["fly"], ["--fly"], ["get"], ["get", "--fly", "IP."], ["--run-dir"], ["set"], ["set", "IP.IPv4Enable"],
+    ["set", "--wait", "--no-apply", "IP.IPv4Enable=true"], ["add"], ["add", "a", "b"], ["del"], ["dump", "IP."],
+    ["send", "--to", "2"], ["send", "--type", "2"], ["send", "--to", "256", "--type", "1"],
+    ["send", "--to", "0", "--type", "1"], ["send", "--to", "2", "--type", "x"], ["send", "--to", "2", "--type", "0x100000000"],
+    ["send", "--to", "2", "--type", "1", "--iid", "1.2.3.4.5.6.7"], ["send", "--to", "2", "--type", "1", "--iid", "1."],
+    ["send", "--to", "2", "--type", "1", "--payload", "a", "--payload-file", "b"], ["send", "--to", "2", "--type", "1", "text"],
+    ["serve"], ["serve", "0"], ["serve", "15", "--reply", "x:y"], ["serve", "15", "--count", "-1"], ["watch", "--count", "x"],
+])
+def test_wrong_usage_is_status_2(quiet_bus, arguments):
+    assert "--help" in quiet_bus.fails(2, *arguments)
+
+
+def test_global_options_stand_before_or_after_the_verb(bus):
+    run_dir = bus.environment.pop("VCFG_RUN_DIR")
+    expected = '{"path":"IP.IPv4Enable","value":false}\n'
+    assert bus.ok("--run-dir", run_dir, "--json", "get", "IP.IPv4Enable") == expected
+    assert bus.ok("get", "IP.IPv4Enable", "--json", f"--run-dir={run_dir}") == expected
+
+
+def test_help_is_there_for_the_program_and_each_verb(quiet_bus):
+    overview = quiet_bus.ok("--help")
+    for verb in ("get", "set", "add", "del", "dump", "watch", "send", "serve"):
+        assert f"\n  {verb} " in overview
+        assert quiet_bus.ok(verb, "--help").startswith(f"Usage: vcfgctl {verb} ")
+    assert quiet_bus.ok("--version").startswith("vcfgctl ")

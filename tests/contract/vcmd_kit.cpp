@@ -1,0 +1,163 @@
+#include "vcmd_kit.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint8_t kOwnEid = 200;
+
+std::string content(const fs::path& path) {
+    std::ifstream input(path);
+    std::stringstream text;
+    text << input.rdbuf();
+    return text.str();
+}
+
+[[noreturn]] void become(const fs::path& log, const std::vector<std::string>& options, pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    dup2(output, STDERR_FILENO);
+    std::vector<std::string> arguments{"vcmd", "--foreground"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    if (getppid() == parent)
+        execv(VCMD_PATH, pointers.data());
+    _exit(127);
+}
+
+}  // namespace
+
+Vcmd::Vcmd(const std::string& base) {
+    std::string name = base + "/vcmd_test_XXXXXX";
+    home_ = mkdtemp(name.data());
+    for (const char* one : {"run", "data", "hooks", "hooks/apply", "hooks/refresh"}) {
+        fs::create_directory(home_ / one);
+        fs::permissions(home_ / one, fs::perms::owner_all);
+    }
+    setenv("VCFG_RUN_DIR", (home_ / "run").c_str(), 1);
+    setenv("VCFG_DATA_DIR", (home_ / "data").c_str(), 1);
+    setenv("VCFG_HOOK_DIR", (home_ / "hooks").c_str(), 1);
+    static const int registered = vcfg_msg_eidInit(kOwnEid, "test");
+    EXPECT_EQ(registered, VCFG_OK);
+}
+
+Vcmd::~Vcmd() {
+    if (pid_ > 0) {
+        EXPECT_EQ(stop(), 0) << "vcmd does not end well: " << log();
+    }
+    std::error_code ignored;
+    fs::remove_all(home_, ignored);
+}
+
+pid_t Vcmd::launch(const std::vector<std::string>& options) {
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0)
+        become(home_ / "log", options, parent);
+    return child;
+}
+
+void Vcmd::start(const std::vector<std::string>& options) {
+    pid_ = launch(options);
+    ASSERT_TRUE(eventually([this] { return answers(); })) << "vcmd does not answer: " << log();
+}
+
+int Vcmd::stop() {
+    ::kill(pid_, SIGTERM);
+    return await();
+}
+
+int Vcmd::await() {
+    int status = -1;
+    if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }))
+        kill9();
+    pid_ = -1;
+    return status;
+}
+
+void Vcmd::kill9() {
+    ::kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    pid_ = -1;
+}
+
+bool Vcmd::answers() const {
+    return ask(vcfg::wire::kPing).code == VCFG_OK;
+}
+
+std::string Vcmd::savedFile() const {
+    return content(data() / "vcfg_config.json");
+}
+
+std::string Vcmd::log() const {
+    return content(home_ / "log");
+}
+
+size_t Vcmd::logged(const std::string& part) const {
+    std::istringstream lines(log());
+    size_t count = 0;
+    for (std::string line; std::getline(lines, line);)
+        count += line.find(part) != std::string::npos ? 1 : 0;
+    return count;
+}
+
+// Appears complete and executable, or not at all.
+void Vcmd::hook(const std::string& kind, const std::string& pattern, const std::string& script) {
+    const fs::path fresh = home_ / "hook.new";
+    std::ofstream(fresh) << "#!/bin/sh\ncd '" << home_.string() << "' || exit 99\n" << script << "\n";
+    fs::permissions(fresh, fs::perms::owner_all);
+    fs::rename(fresh, home_ / "hooks" / kind / pattern);
+}
+
+std::string Vcmd::file(const std::string& name) const {
+    return content(home_ / name);
+}
+
+vcfg::Answer ask(uint32_t request, uint32_t oid, const objIndex& at, const std::string& payload, uint32_t timeoutMs) {
+    return vcfg::request(request, oid, at, payload, vcfg::Deadline::ofCall(timeoutMs));
+}
+
+std::string writeOf(const std::string& json, uint32_t requestType) {
+    return std::string(reinterpret_cast<const char*>(&requestType), sizeof requestType) + json + '\0';
+}
+
+int writeJson(uint32_t oid, const objIndex& at, const std::string& json, uint32_t requestType) {
+    return ask(vcfg::wire::kWrite, oid, at, writeOf(json, requestType)).code;
+}
+
+objIndex iid(std::initializer_list<uint8_t> numbers) {
+    objIndex made{};
+    for (const uint8_t number : numbers)
+        made.idx[made.level++] = number;
+    return made;
+}
+
+objIndex addInstance(uint32_t oid, const objIndex& parent) {
+    const vcfg::Answer answer = ask(vcfg::wire::kAdd, oid, parent);
+    EXPECT_EQ(answer.code, VCFG_OK) << answer.body;
+    return answer.iid;
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}

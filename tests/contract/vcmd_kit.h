@@ -1,0 +1,69 @@
+// A real vcmd in directories of its own, and this process on its bus as endpoint 200.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <vcfg/vcfg.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "client/fe_client.h"
+#include "client/fe_wire.h"
+
+class Vcmd {
+  public:
+    explicit Vcmd(const std::string& base = "/tmp");
+    ~Vcmd();
+    Vcmd(const Vcmd&) = delete;
+    Vcmd& operator=(const Vcmd&) = delete;
+
+    void start(const std::vector<std::string>& options = {});  // returns when it answers
+    pid_t launch(const std::vector<std::string>& options = {});
+    int stop();   // with SIGTERM; its wait status
+    int await();  // that it ends by itself; its wait status
+    void kill9();
+    bool answers() const;
+    pid_t pid() const { return pid_; }
+
+    // What it keeps, and what it says.
+    std::filesystem::path home() const { return home_; }
+    std::filesystem::path data() const { return home_ / "data"; }
+    std::string savedFile() const;
+    std::string log() const;
+    size_t logged(const std::string& part) const;  // lines that contain it
+
+    // A shell script as hook; `kind` is "apply" or "refresh".
+    void hook(const std::string& kind, const std::string& pattern, const std::string& script);
+    std::string file(const std::string& name) const;  // content of a file in home, empty when there is none
+    std::filesystem::path path(const std::string& name) const { return home_ / name; }
+
+  private:
+    std::filesystem::path home_;
+    pid_t pid_ = -1;
+};
+
+// One request to vcmd, as libvcfg makes it.
+vcfg::Answer ask(uint32_t request, uint32_t oid = 0, const objIndex& iid = {}, const std::string& payload = "",
+                 uint32_t timeoutMs = 20000);
+// kWrite's payload.
+std::string writeOf(const std::string& json, uint32_t requestType = VCFG_FE_WRITE_APPLY);
+int writeJson(uint32_t oid, const objIndex& iid, const std::string& json, uint32_t requestType = VCFG_FE_WRITE_APPLY);
+objIndex iid(std::initializer_list<uint8_t> numbers);
+objIndex addInstance(uint32_t oid, const objIndex& parent = {});
+
+template <class RecordType>
+RecordType record(const objIndex& at, uint32_t request = vcfg::wire::kGetStored) {
+    const vcfg::Answer answer = ask(request, vcfg::ObjectId<RecordType>::value, at);
+    EXPECT_EQ(answer.code, VCFG_OK) << answer.body;
+    RecordType found{};
+    if (answer.body.size() == sizeof found)
+        memcpy(&found, answer.body.data(), sizeof found);
+    else
+        ADD_FAILURE() << "a record of " << answer.body.size() << " bytes";
+    return found;
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit = std::chrono::seconds(20));

@@ -1,0 +1,109 @@
+"""A gateway that goes leaves nothing behind; two of them do not meet; a configuration outlives a power cycle."""
+import os
+import pathlib
+import signal
+import subprocess
+
+import pytest
+
+from support import Gateway, eventually
+
+
+def traces(directory):
+    """Processes (but dead ones nobody has collected yet) and mounts that have to do with the directory."""
+    found = []
+    for entry in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            state = pathlib.Path(f"/proc/{entry}/stat").read_text().rpartition(")")[2].split()[0]
+            words = pathlib.Path(f"/proc/{entry}/cmdline").read_bytes()
+        except OSError:
+            continue
+        if state != "Z" and str(directory).encode() in words and int(entry) != os.getpid():
+            found.append(words)
+    mounts = pathlib.Path("/proc/self/mounts").read_text()
+    return found + [line for line in mounts.splitlines() if str(directory) in line]
+
+
+def devices():
+    return set(subprocess.run(["ip", "-br", "link"], capture_output=True, text=True, check=True).stdout.splitlines())
+
+
+def members(first):
+    """Everything that lives in the network namespaces of the gateway's rooms."""
+    return [entry for entry in filter(str.isdigit, os.listdir("/proc")) if _network(entry) in first]
+
+
+def _network(entry):
+    try:
+        return os.readlink(f"/proc/{entry}/ns/net")
+    except OSError:
+        return None
+
+
+@pytest.fixture
+def booted(tmp_path):
+    gateway = Gateway(tmp_path / "state")
+    before = devices()
+    gateway.up()
+    yield gateway
+    gateway.down()
+    assert devices() == before
+
+
+def rooms(gateway):
+    return {_network((gateway.directory / f"{room}.pid").read_text()) for room in ("gateway", "isp", "lan")}
+
+
+def test_down_leaves_no_process_mount_or_network(booted):
+    networks = rooms(booted)
+    assert len(networks) == 3 and members(networks)
+    booted.down()
+    eventually(lambda: not members(networks))
+    assert traces(booted.directory) == []
+    assert not (booted.directory / "world.pid").exists()
+
+
+def test_death_of_its_first_process_ends_everything(booted):
+    networks = rooms(booted)
+    os.kill(int((booted.directory / "gateway.pid").read_text()), signal.SIGKILL)
+    eventually(lambda: not members(networks))
+    assert booted.gw("status").returncode == 3
+
+
+def test_boot_that_fails_leaves_nothing(tmp_path):
+    gateway = Gateway(tmp_path / "state")
+    (gateway.directory / "data" / "vcfg_config.json").mkdir(parents=True)  # no file that vcmd could read
+    done = gateway.gw("up")
+    assert done.returncode == 1 and len(done.stderr.splitlines()) == 1
+    eventually(lambda: traces(gateway.directory) == [])
+
+
+def test_two_gateways_run_beside_each_other(booted, tmp_path):
+    other = Gateway(tmp_path / "other")
+    other.up()
+    try:
+        other.inside("vcfgctl", "set", "DeviceInfo.ProvisioningCode=other")
+        assert booted.value("DeviceInfo.ProvisioningCode") == ""
+        for gateway in (booted, other):
+            gateway.wait("DHCPv4.Client.1.DHCPStatus=Bound")
+    finally:
+        other.down()
+    assert booted.gw("status").returncode == 0
+
+
+def test_configuration_outlives_a_power_cycle(booted):
+    booted.inside("vcfgctl", "set", "DeviceInfo.ProvisioningCode=kept")
+    booted.down()
+    booted.up()
+    assert booted.value("DeviceInfo.ProvisioningCode") == "kept"
+    booted.down()
+    booted.up("--fresh")
+    assert booted.value("DeviceInfo.ProvisioningCode") == ""
+
+
+def test_boot_with_a_configuration_of_ones_own(booted, tmp_path):
+    (tmp_path / "model.json").write_text('{"version": 1, "objects": {"DeviceInfo": {"ProvisioningCode": "mine"}}}')
+    booted.down()
+    booted.up("--config", tmp_path / "model.json")
+    assert booted.value("DeviceInfo.ProvisioningCode") == "mine"
+    assert booted.get("IP.Interface.*.Enable") == {}
