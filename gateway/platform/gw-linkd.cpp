@@ -48,7 +48,7 @@ bool isDslDevice(const std::string& name) {
 }
 
 std::string eventText(const std::string& name, bool up) {
-    const std::string text = name + (up ? ":up" : ":down");
+    std::string text = name + (up ? ":up" : ":down");
     if (isDslDevice(name))
         return text;
     return text + ":" + (up ? speedAndDuplex(name) : "0:H");

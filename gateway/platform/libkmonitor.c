@@ -10,9 +10,9 @@
 typedef int socket_call(int, int, int);
 
 __attribute__((visibility("default"))) int socket(int domain, int type, int protocol) {
-    static socket_call *next;
+    static socket_call* next;
     if (!next)
-        *(void **)&next = dlsym(RTLD_NEXT, "socket");
+        *(void**)&next = dlsym(RTLD_NEXT, "socket");
     if (!next) {
         errno = ENOSYS;
         return -1;

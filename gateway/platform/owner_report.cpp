@@ -15,6 +15,7 @@ constexpr const char* daemonEndpoint = "2";
 
 bool run(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);

@@ -78,7 +78,8 @@ class Namespace:
     def end(self):
         for program in [*self.programs, self.holder]:
             program.kill()
-            program.communicate()
+        for program in [*self.programs, self.holder]:
+            program.communicate(timeout=30)
 
 
 # The registered process, as the daemon does it: family 25, bound to its own process id. Appends what arrives in hex.

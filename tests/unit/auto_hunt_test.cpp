@@ -1,5 +1,6 @@
 #include "link/auto_hunt.h"
 
+#include "support/short_memory.h"
 #include "unit/wan_fixture.h"
 
 namespace {
@@ -38,6 +39,7 @@ class AutoHuntTest : public testing::Test {
 class AutoHuntVc : public AutoHuntTest {};
 class AutoHuntVlan : public AutoHuntTest, public testing::WithParamInterface<int32_t> {};
 class AutoHuntTrace : public AutoHuntTest {};
+class AutoHuntMemory : public AutoHuntTest {};
 class AutoHuntMatch : public AutoHuntTest {};
 
 TEST_F(AutoHuntVc, UpStartsTheHuntAndPends) {
@@ -204,6 +206,34 @@ TEST_P(AutoHuntVlan, StopThatCannotBeDeliveredEndsTheEvent) {
     EXPECT_TRUE(gw.logged("syslog", 3, "AutoHuntProcess: fail to send message to VLANAUTOHUNT with ret=0"));
 }
 INSTANTIATE_TEST_SUITE_P(PtmAndEthernet, AutoHuntVlan, testing::Values(kLinkDslPtm, kLinkEthernet));
+
+TEST_F(AutoHuntMemory, ShortageKeepsAHuntFromBeingStopped) {
+    gw.set("X_VORAN_VlanAutoHunt.Enable", "true");
+    wan.isVcAutoHuntRunnig = 1;
+    wan.isVlanAutoHuntRunnig = 1;
+    short_memory::leaveCallocs(0);
+    const int32_t vc = AutoHuntProcess(kLinkDslAtm, kDown);
+    const int32_t vlan = AutoHuntProcess(kLinkEthernet, kDown);
+    short_memory::leaveCallocs(-1);
+    EXPECT_EQ(vc, 1);
+    EXPECT_EQ(vlan, 1);
+    EXPECT_EQ(gw.count("fail to calloc memory, size = 56"), 2);
+    EXPECT_EQ(gw.count("memory insuffcient"), 2);
+    EXPECT_FALSE(gw.loggedContaining("fail to send message"));
+}
+
+TEST_F(AutoHuntMemory, ShortageStartsNoHunt) {
+    enableVcHunt();
+    enableVlanHunt();
+    short_memory::leaveCallocs(0);
+    const uint8_t vc = isVcAutoHuntEnable();
+    const uint8_t vlan = isVlanAutoHuntEnable();
+    short_memory::leaveCallocs(-1);
+    EXPECT_EQ(vc, 0);
+    EXPECT_EQ(vlan, 0);
+    EXPECT_TRUE(sent().empty());
+    EXPECT_TRUE(gw.logged("vlog", 3, "memory insuffcient"));
+}
 
 TEST_F(AutoHuntTrace, IsWrittenOnEntryAndBeforeGoingOn) {
     EXPECT_EQ(AutoHuntProcess(kLinkOptical, kUp), 0);

@@ -1,26 +1,12 @@
 // What the store does when memory is short, and what it costs when nothing grows.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
-#include <new>
 
+#include "short_memory.h"
 #include "store_support.h"
 
 namespace {
-
-// How many allocations of this thread still succeed; negative: all.
-thread_local int allocationsLeft = -1;
-thread_local size_t allocations = 0;
-
-void* allocate(size_t size) {
-    ++allocations;
-    if (allocationsLeft == 0) {
-        return nullptr;
-    }
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
-    return std::malloc(size);
-}
 
 std::string content(const Store& store) {
     const JsonPtr json = store.toJson();
@@ -31,9 +17,9 @@ std::string content(const Store& store) {
 void expectWholeOrNothing(Store& store, const std::function<int()>& operation) {
     const std::string before = content(store);
     for (int enough = 0; enough < 10000; ++enough) {
-        allocationsLeft = enough;
+        short_memory::leaveNews(enough);
         const int code = operation();
-        allocationsLeft = -1;
+        short_memory::leaveNews(-1);
         if (code == VCFG_OK) {
             EXPECT_GT(enough, 0);
             return;
@@ -56,38 +42,6 @@ class StoreMemory : public testing::Test {
 constexpr objIndex kFirst = {1, {1, 0, 0, 0, 0, 0}};
 
 }  // namespace
-
-void* operator new(size_t size) {
-    void* memory = allocate(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-void* operator new[](size_t size) {
-    return operator new(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, size_t) noexcept {
-    std::free(memory);
-}
 
 TEST_F(StoreMemory, AddingIsWholeOrNothing) {
     expectWholeOrNothing(store, [this] {
@@ -119,20 +73,20 @@ TEST_F(StoreMemory, LoadingIsWholeOrNothing) {
 }
 
 TEST_F(StoreMemory, ARefusalWithoutMemoryForItsReasonIsAFailure) {
-    allocationsLeft = 0;
+    short_memory::leaveNews(0);
     std::string why;
     objIndex iid{1, {1, 0, 0, 0, 0, 0}};
     const int code = store.add(RDM_OID_PPP_IFACE, &iid, &why);
-    allocationsLeft = -1;
+    short_memory::leaveNews(-1);
     EXPECT_EQ(code, VCFG_ERR_FAIL);
 }
 
 TEST_F(StoreMemory, ReadingAllocatesNothing) {
-    const size_t before = allocations;
+    const size_t before = short_memory::newsSoFar();
     objIndex iid{};
     const void* record = nullptr;
     EXPECT_EQ(store.next(RDM_OID_PPP_IFACE, &iid, &record), VCFG_OK);
     EXPECT_EQ(store.nextChild(RDM_OID_PPP_IFACE_IPCP, objIndex{}, &iid, &record), VCFG_ERR_NOT_FOUND);
     EXPECT_EQ(store.get(RDM_OID_PPP_IFACE, kFirst, &record), VCFG_OK);
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(short_memory::newsSoFar(), before);
 }

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "support/short_memory.h"
 #include "support/world.h"
 #include "unit/wan_fixture.h"
 
@@ -71,6 +72,17 @@ TEST_F(WanConnTask, ThreadThatCannotBeCreatedFails) {
     gw.refuseThreads();
     EXPECT_EQ(tarnWanConnUpdate("Ethernet.Interface.5", 1, kLinkEthernet), -5);
     EXPECT_TRUE(gw.logged("syslog", 3, "tarnWanConnUpdate : create pthread failed"));
+}
+
+TEST_F(WanConnTask, WithoutMemoryFailsWithItsLine) {
+    gw.forget();
+    short_memory::failOneNew(0);  // the record is the first thing that the call makes
+    const int32_t result = tarnWanConnUpdate("Ethernet.Interface.5", 1, kLinkEthernet);
+    short_memory::allNewsSucceed();
+    EXPECT_EQ(result, -5);
+    EXPECT_TRUE(gw.logged("syslog", 3, "tarnWanConnUpdate : allocate memory failed"));
+    gw.runThreads();
+    EXPECT_FALSE(gw.logged("vlog", 6, "thread starts"));
 }
 
 TEST_F(WanConnTask, WithoutRecordSaysSo) {

@@ -1,5 +1,7 @@
 // Who carries the WAN when several links are up: each rule of each WANPriority.
 
+#include "link/link_event.h"
+#include "support/short_memory.h"
 #include "unit/wan_fixture.h"
 
 namespace {
@@ -315,6 +317,16 @@ TEST_F(WanLinkDslRule, LinksThatCannotBeSetUpAnewEndTheEvent) {
     gw.look();
     EXPECT_TRUE(gw.logged("vlog", 3, "fail to send VCFG_MSG_INIT_WAN_LINK_INFO to TARN with ret = -62"));
     EXPECT_EQ(gw.count("updateWanLinkStatus: XTM Link link up LinkTypeisATM:1"), 0);
+}
+
+TEST_F(WanLinkDslRule, LinksAreNotSetUpAnewWhenMemoryIsShort) {
+    short_memory::leaveCallocs(0);
+    const int32_t result = WANAutoDetectEthStart();
+    short_memory::leaveCallocs(-1);
+    EXPECT_EQ(result, -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to calloc memory, size = 56"));
+    EXPECT_TRUE(gw.logged("vlog", 3, "memory insuffcient"));
+    EXPECT_TRUE(gw.requests().empty());
 }
 
 TEST_F(WanLinkDslRule, DslFirstDownEnablesTheEthernetWan) {

@@ -1,3 +1,6 @@
+#include <new>
+
+#include "support/short_memory.h"
 #include "unit/wan_fixture.h"
 
 namespace {
@@ -135,6 +138,37 @@ TEST(WanLinkTable, CutsALongInterfaceName) {
     gw.ethernetPort(5, std::string(64, 'e'), "Down");
     initWanLinkInfo();
     EXPECT_EQ(firstWanLink()->ifaceName.view(), std::string(64, 'e'));
+}
+
+// Fails one allocation after the other; true when one of them was that of an entry.
+bool runsOutOfMemoryForAnEntry(WanGateway& gw) {
+    for (int after = 0; after < 200; ++after) {
+        forgetWanLinks();
+        wan.wanLinkInfoInit = 0;
+        gw.forget();
+        short_memory::failOneNew(after);
+        int32_t result = 0;
+        try {
+            result = initWanLinkInfo();
+        } catch (const std::bad_alloc&) {
+            result = -1;
+        }
+        short_memory::allNewsSucceed();
+        if (result == -5) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(WanLinkTable, WithoutMemoryForAnEntryStaysIncomplete) {
+    WanGateway gw;
+    gw.dslLine(1, "NoSignal");
+    ASSERT_TRUE(runsOutOfMemoryForAnEntry(gw));
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to calloc memory, size = " + std::to_string(sizeof(WanLinkInfo))));
+    EXPECT_TRUE(gw.logged("vlog", 3, "memory insuffcient"));
+    EXPECT_EQ(firstWanLink(), nullptr);
+    EXPECT_EQ(wan.wanLinkInfoInit, 0);
 }
 
 TEST(WanLinkReset, OfOneTypeLeavesTheOthersUp) {

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr size_t longestRequest = 512 * 1024;
+constexpr size_t longestRequest = size_t{512} * 1024;
 
 // False when it is longer than any request, or cannot be read.
 bool readRequest(std::string& text) {

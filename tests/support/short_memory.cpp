@@ -1,0 +1,96 @@
+#include "short_memory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local int newsLeft = -1;
+thread_local int callocsLeft = -1;
+thread_local int oneFailsAfter = -1;
+thread_local size_t news = 0;
+
+bool take(int& left) {
+    if (left == 0) {
+        return false;
+    }
+    left -= left > 0 ? 1 : 0;
+    return true;
+}
+
+bool isTheOneToFail() {
+    return oneFailsAfter >= 0 && oneFailsAfter-- == 0;
+}
+
+void* allocate(size_t size) {
+    ++news;
+    return !isTheOneToFail() && take(newsLeft) ? std::malloc(size) : nullptr;
+}
+
+}  // namespace
+
+namespace short_memory {
+
+void leaveNews(int count) {
+    newsLeft = count;
+}
+
+void leaveCallocs(int count) {
+    callocsLeft = count;
+}
+
+void failOneNew(int after) {
+    oneFailsAfter = after;
+}
+
+void allNewsSucceed() {
+    newsLeft = -1;
+    oneFailsAfter = -1;
+}
+
+size_t newsSoFar() {
+    return news;
+}
+
+}  // namespace short_memory
+
+// The linker leads the program's calls of calloc here (--wrap).
+extern "C" {
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size) {
+    return take(callocsLeft) ? __real_calloc(count, size) : nullptr;
+}
+}
+
+void* operator new(size_t size) {
+    void* memory = allocate(size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void* operator new[](size_t size) {
+    return operator new(size);
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, size_t) noexcept {
+    std::free(memory);
+}

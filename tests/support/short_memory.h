@@ -1,0 +1,19 @@
+// Memory that runs out on the calling thread: for everything that is made with new, and for what is made with calloc.
+#pragma once
+
+#include <cstddef>
+
+namespace short_memory {
+
+// So many allocations of this thread still succeed, all after them fail; negative: none fails.
+void leaveNews(int count);
+void leaveCallocs(int count);
+
+// One allocation with new fails, the one after so many that succeed.
+void failOneNew(int after);
+void allNewsSucceed();
+
+// Allocations with new on this thread so far.
+size_t newsSoFar();
+
+}  // namespace short_memory
