@@ -10,7 +10,7 @@ from .waiting import until
 
 
 def verb_up(state, options):
-    boot.up(state, config=options.config, fresh=options.fresh)
+    boot.up(state, config=options.config, fresh=options.fresh, unplugged=options.unplugged)
 
 
 def verb_down(state, _options):
@@ -123,6 +123,7 @@ def parser():
     new = verb("up", verb_up, "boot; returns when start-up has completed")
     new.add_argument("--config", metavar="FILE", help="data model to boot with, in place of the kept one")
     new.add_argument("--fresh", action="store_true", help="boot with the factory defaults")
+    new.add_argument("--unplugged", action="append", default=[], metavar="IFNAME", help="boot with this port's cable out")
     verb("down", verb_down, "stop all of it, leaving nothing behind")
     new = verb("status", verb_status, "what runs")
     new.add_argument("--json", action="store_true")
