@@ -41,6 +41,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
             _check_taken(state, config)
         net.report_ports(state)
         services.start_linesim(state)
+        net.connect_lines(state)
         services.start_linkd(state)
         services.start_tarn(state)
         _await_completion(state)

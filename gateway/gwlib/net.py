@@ -20,13 +20,15 @@ class Cable(NamedTuple):
 
 
 CABLES = {
-    WAN: Cable("isp", "wan0", "02:00:00:00:00:05"),
-    SFP: Cable("isp", "sfp0", "02:00:00:00:00:06"),
+    WAN: Cable("isp", "eth5", "02:00:00:00:00:05"),
+    SFP: Cable("isp", "sfp6", "02:00:00:00:00:06"),
     LAN: Cable("lan", "lan0", "02:00:00:00:00:01"),
     "eth0.2": Cable("lan", "lan1", "02:00:00:00:00:02"),
     "eth0.3": Cable("lan", "lan2", "02:00:00:00:00:03"),
     "eth0.4": Cable("lan", "lan3", "02:00:00:00:00:04"),
 }
+ACCESS = "wan0"  # the provider's side of all its lines
+LINES = ("ptm0-far", "atm0-far")  # the line simulator's ends at the exchange
 PLUGGED = (WAN, LAN)  # at boot
 NEGOTIATION_SECONDS = 0.3
 
@@ -47,6 +49,9 @@ def lay_cables(state, unplugged=()):
     mine = ports(state)
     for room in ("isp", "lan"):
         _make_pairs(state, room, [name for name in mine if CABLES[name].room == room], gateway)
+    inside.must(state, "ip", "-batch", "-", room="isp", text="\n".join((
+        f"link add {ACCESS} type bridge",
+        *(f"link set {CABLES[name].far} master {ACCESS}" for name in mine if CABLES[name].room == "isp"))))
     for name in set(PLUGGED) - set(unplugged):
         plug(state, name, True)
     lan = [name for name in mine if CABLES[name].room == "lan"]
@@ -78,15 +83,32 @@ def plug(state, near, plugged):
     inside.must(state, "ip", "link", "set", cable.far, "up" if plugged else "down", room=cable.room)
 
 
+def connect_lines(state):
+    """Takes the DSL line's far ends to the provider's exchange, where the machine lets the simulator have devices."""
+    there = inside.run(state, "ip", "-o", "link").stdout
+    if not all(f" {line}: " in there for line in LINES):
+        return
+    inside.hand_over(state, "gateway", LINES, state.room("isp"))
+    inside.must(state, "ip", "-batch", "-", room="isp", text="\n".join(
+        f"link set {line} master {ACCESS} up" for line in LINES))
+
+
 def report_ports(state):
-    """What the ports' drivers do as they start: they tell the data model which ports have a link."""
+    """What the ports' drivers do as they start: they tell the data model which ports have a link, and so what lies on
+    the others has none."""
     linked = {link["ifname"] for link in json.loads(inside.must(state, "ip", "-json", "link"))
               if "LOWER_UP" in link["flags"]}
-    names = model.get(state, "Ethernet.Interface.*.Name")
-    told = [f"{path.removesuffix('Name')}Status={'Up' if name in linked else 'Down'}"
-            for path, name in names.items() if name in CABLES]
+    found = model.get(state, "Ethernet.Interface.*.Name", "Ethernet.Link.*.LowerLayers", "IP.Interface.*.LowerLayers")
+    names = {path.removesuffix(".Name"): name for path, name in found.items() if path.endswith(".Name")}
+    below = {path.removesuffix(".LowerLayers"): lower for path, lower in found.items() if path.endswith(".LowerLayers")}
+    told = {path: "Up" if name in linked else "Down" for path, name in names.items() if name in CABLES}
+    dead = [path for path, status in told.items() if status == "Down"]
+    for path in dead:
+        higher = [above for above, lower in below.items() if lower == path]
+        told.update({above: "LowerLayerDown" for above in higher})
+        dead += higher
     if told:
-        inside.must(state, "vcfgctl", "set", "--no-apply", *told)
+        inside.must(state, "vcfgctl", "set", "--no-apply", *(f"{path}.Status={status}" for path, status in told.items()))
 
 
 def await_links(state, unplugged=()):
