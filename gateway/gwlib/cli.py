@@ -3,7 +3,7 @@ import argparse
 import json
 import sys
 
-from . import boot, inside, isp, logs, model, net, services
+from . import boot, hunt, inside, isp, logs, model, net, services
 from .errors import DONE, GatewayError
 from .state import State
 from .waiting import until
@@ -51,6 +51,16 @@ def verb_line(state, options):
         if getattr(options, name, None) is not None:
             words += [f"--{name}", getattr(options, name)]
     inside.replace_by(state, words)
+
+
+def verb_hunt(state, options):
+    if options.action in hunt.MODES:
+        hunt.start(state, options.kind, options.action, options.finish_after)
+    elif options.action == "stop":
+        hunt.stop(state, options.kind)
+    else:
+        for message in hunt.received(state, options.kind):
+            print(json.dumps(message))
 
 
 def verb_journal(state, options):
@@ -140,9 +150,14 @@ def parser():
     new.add_argument("action", choices=("up", "down"))
     new.add_argument("--line", metavar="N")
     new.add_argument("--mode", choices=("atm", "ptm"))
-    for name in ("optical", "usb"):
-        new = verb(name, verb_line, f"bring the {name} link up or down")
-        new.add_argument("action", choices=("up", "down"))
+    new = verb("optical", verb_line, "bring the optical link up or down")
+    new.add_argument("action", choices=("up", "down"))
+    new = verb("usb", verb_line, "bring the cellular link up or down, or take the dongle away")
+    new.add_argument("action", choices=("up", "down", "absent"))
+    new = verb("hunt", verb_hunt, "start a hunting daemon that does as told, stop it, or show what it was sent")
+    new.add_argument("kind", choices=tuple(hunt.EIDS))
+    new.add_argument("action", choices=(*hunt.MODES, "stop", "received"))
+    new.add_argument("--finish-after", type=int, metavar="MS", help="report the end of a hunt after this time")
     new = verb("journal", verb_journal, "the platform commands that the daemon ran, and what they changed")
     new.add_argument("--json", action="store_true", help="JSON lines")
     new.add_argument("--since", type=int, metavar="MARK", help="only what came after that time (see gw mark)")
