@@ -169,10 +169,11 @@ class Links(Gateway):
     def _await_watch(self, watch, changes=None):
         """Until the watch has seen a change that is made now, and so all before it."""
         seen = []
-        number = str(time.monotonic_ns() % 10**9)
 
         def sees_it():
+            number = str(time.monotonic_ns() % 10**9)
             self.set(f"X_VORAN_SystemDebug.Interval={number}")
+            time.sleep(0.02)  # a change that comes later is seen at the next try
             seen.extend(watch.new())
             return any(line["path"].endswith("SystemDebug.Interval") and line["new"] == number for line in seen)
 

@@ -158,7 +158,7 @@ def test_event_that_is_not_to_be_mailed_keeps_its_status(gateway, event, line):
     assert gateway.count("mail not sent", mark) == 0
 
 
-@pytest.mark.parametrize("payload", ["", "{", "[]", '{"Event":7}', '{"Event":null}', "x" * 4000])
+@pytest.mark.parametrize("payload", ["", "{", "[]", '{"Event":7}', '{"Event":null}', "x" * 4000], ids=range(6))
 def test_payload_that_is_no_event_keeps_its_status(gateway, payload):
     mark = gateway.mark()
     gateway.tell(MAIL_EVENT, payload)

@@ -16,7 +16,8 @@
 
 namespace {
 
-constexpr uint32_t kTimeoutMs = 2000;
+// A daemon whose queue is full will look at the LED for what waits there, and may itself be waiting for this hook.
+constexpr uint32_t kPatienceMs = 100;
 
 struct Free {
     void operator()(void* memory) const { free(memory); }
@@ -110,7 +111,7 @@ void tellLed() {
     }
     message->type = VCFG_MSG_WAN_INTERNET_LED_UPDATE;
     message->dstEid = VCFG_EID_TARN;
-    vcfg_msg_sendAndGetReply(message, nullptr, kTimeoutMs);
+    vcfg_msg_sendAndGetReply(message, nullptr, kPatienceMs);
 }
 
 bool applyLink(const Change& change) {
@@ -119,12 +120,16 @@ bool applyLink(const Change& change) {
         return true;
     }
     bool followed = true;
+    bool any = false;
     objIndex iid{};
     while (const auto interface = next<IpInterface>(iid)) {
         if (interface->Enable != 0 && interface->LowerLayers == change.path.c_str()) {
             followed = follow(iid, *interface, up) && followed;
+            any = true;
         }
     }
-    tellLed();
+    if (any) {
+        tellLed();
+    }
     return followed;
 }
