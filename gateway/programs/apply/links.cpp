@@ -57,11 +57,31 @@ pid_t clientOn(const std::string& device) {
 bool startClient(const std::string& device) {
     const std::string pidFile = pidFileOf(device);
     const std::string name = "dhcpc-" + device;
-    const char* const words[] = {"/usr/lib/gateway/gw-spawn", name.c_str(), "env", "-i",
-                                 "PATH=/usr/lib/gateway/bin:/usr/sbin:/usr/bin:/sbin:/bin", "VCFG_RUN_DIR=/run/vcfg",
-                                 "udhcpc", "-f", "-i", device.c_str(), "-p", pidFile.c_str(), "-s",
-                                 "/usr/share/udhcpc/gateway.script", "-O", "121", "-O", "212", "-t", "4", "-T", "1", "-A",
-                                 "2", nullptr};
+    const char* const words[] = {"/usr/lib/gateway/gw-spawn",
+                                 name.c_str(),
+                                 "env",
+                                 "-i",
+                                 "PATH=/usr/lib/gateway/bin:/usr/sbin:/usr/bin:/sbin:/bin",
+                                 "VCFG_RUN_DIR=/run/vcfg",
+                                 "udhcpc",
+                                 "-f",
+                                 "-i",
+                                 device.c_str(),
+                                 "-p",
+                                 pidFile.c_str(),
+                                 "-s",
+                                 "/usr/share/udhcpc/gateway.script",
+                                 "-O",
+                                 "121",
+                                 "-O",
+                                 "212",
+                                 "-t",
+                                 "4",
+                                 "-T",
+                                 "1",
+                                 "-A",
+                                 "2",
+                                 nullptr};
     pid_t child = 0;
     int status = 0;
     return posix_spawn(&child, words[0], nullptr, nullptr, const_cast<char* const*>(words), environ) == 0 &&
