@@ -63,19 +63,21 @@ const char* linkStatus(DslLine::Phase phase) {
 
 // A line has one channel that takes the mode it carries, of its own number, or a channel for each mode.
 std::string channelOf(const DslLine& line) {
-    const std::string table = "DSL.Channel.";
-    const std::string linePath = "DSL.Line." + std::to_string(line.number);
-    const std::string mode = line.trainedAtm ? "ATM" : "PTM";
+    const std::string number = std::to_string(line.number);
+    const std::string below = "LowerLayers=DSL.Line." + number;
+    const std::string mode =
+        line.trainedAtm ? "LinkEncapsulationUsed=G.992.3_Annex_K_ATM" : "LinkEncapsulationUsed=G.992.3_Annex_K_PTM";
     const auto parameters = owner_report::read("'DSL.Channel.*.LowerLayers' 'DSL.Channel.*.LinkEncapsulationUsed'");
-    const auto says = [&parameters](const std::string& parameter) {
-        return std::find(parameters.begin(), parameters.end(), parameter) != parameters.end();
+    const auto says = [&parameters](std::string at, const std::string& parameter) {
+        at += parameter;
+        return std::find(parameters.begin(), parameters.end(), at) != parameters.end();
     };
     for (int channel = 1; channel <= mostChannels; ++channel) {
-        const std::string at = table + std::to_string(channel) + ".";
-        if (says(at + "LowerLayers=" + linePath) && says(at + "LinkEncapsulationUsed=G.992.3_Annex_K_" + mode))
+        std::string at = "DSL.Channel." + std::to_string(channel) + ".";
+        if (says(at, below) && says(at, mode))
             return at;
     }
-    return table + std::to_string(line.number) + ".";
+    return "DSL.Channel." + number + ".";
 }
 
 // A line that lost its link keeps saying what it carried; only a new link says otherwise.
