@@ -107,8 +107,12 @@ PrivateDbus::PrivateDbus(const std::string& directory) : address_("unix:path=" +
     fclose(file);
     const std::string option = "--config-file=" + configuration;
     const char* const arguments[] = {"dbus-daemon", "--nofork", "--nopidfile", option.c_str(), nullptr};
+    posix_spawn_file_actions_t quiet;  // it complains about limits that an ordinary user may not raise
+    posix_spawn_file_actions_init(&quiet);
+    posix_spawn_file_actions_addopen(&quiet, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     const int error =
-        posix_spawnp(&process_, arguments[0], nullptr, nullptr, const_cast<char* const*>(arguments), environ);
+        posix_spawnp(&process_, arguments[0], &quiet, nullptr, const_cast<char* const*>(arguments), environ);
+    posix_spawn_file_actions_destroy(&quiet);
     if (error != 0) {
         fail("dbus-daemon", error);
     }

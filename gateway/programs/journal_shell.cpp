@@ -127,10 +127,7 @@ int runJournaled(const char* command, char** words) {
     setenv("GW_EFFECT_FILE", effectFile, 1);
     const int64_t begin = monotonicUs();
     const pid_t child = fork();
-    if (child < 0) {
-        becomeShell(words);
-    }
-    if (child == 0) {
+    if (child <= 0) {  // without another process the command runs all the same, unseen
         becomeShell(words);
     }
     gShell = child;

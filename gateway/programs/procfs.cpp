@@ -24,10 +24,11 @@ void becomeTool(const std::string& name, char** words) {
     const char* const path = getenv("PATH");
     std::string rest = path == nullptr ? "/usr/sbin:/usr/bin:/sbin:/bin" : path;
     while (!rest.empty()) {
-        const std::string folder = rest.substr(0, rest.find(':'));
-        rest.erase(0, folder.size() + 1);
-        if (folder != kOwnFolder) {
-            execv((folder + "/" + name).c_str(), words);
+        std::string tool = rest.substr(0, rest.find(':'));
+        rest.erase(0, tool.size() + 1);
+        if (tool != kOwnFolder) {
+            tool.append("/").append(name);
+            execv(tool.c_str(), words);
         }
     }
 }

@@ -16,12 +16,12 @@
 
 namespace {
 
-constexpr const char* kCollector = "/run/gateway/output";
+constexpr char kCollector[] = "/run/gateway/output";
 
 int collectorOutput() {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, kCollector);
+    memcpy(address.sun_path, kCollector, sizeof kCollector);
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0 || connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
         return -1;

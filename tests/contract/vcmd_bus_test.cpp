@@ -113,6 +113,22 @@ TEST_F(VcmdOnTheBus, TheDaemonsCompletionNoticeIsAnswered) {
     free(reply);
 }
 
+TEST_F(VcmdOnTheBus, ARemovedSocketIsMadeAnew) {
+    std::filesystem::remove(vcmd.path("run/eid-1"));
+    EXPECT_TRUE(eventually([&] { return vcmd.answers(); })) << vcmd.log();
+}
+
+TEST_F(VcmdOnTheBus, AChangedLogLevelIsToldToTheDaemon) {
+    const auto daemon = serve(VCFG_EID_TARN);
+    ASSERT_NE(received(*daemon), nullptr);
+    const objIndex entry = addInstance(RDM_OID_DEBUG_LOG);
+    EXPECT_EQ(writeJson(RDM_OID_DEBUG_LOG, entry, R"({"Daemon":"tarn","Level":7})"), VCFG_OK);
+    const bus::MessagePtr message = received(*daemon);
+    ASSERT_NE(message, nullptr);
+    EXPECT_EQ(message->type, static_cast<uint32_t>(wire::kDebugConfig));
+    EXPECT_STREQ(vcfg_msg_text(message.get()), R"({"level":7})");
+}
+
 TEST_F(VcmdOnTheBus, AWatcherSeesEachChangeOfWhatItAskedFor) {
     const objIndex interface = addInstance(RDM_OID_IP_IFACE);
     EXPECT_EQ(ask(wire::kWatch, 0, {}, std::string("IP.Interface.*.Status\n") + '\0').code, VCFG_OK);

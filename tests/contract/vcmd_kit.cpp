@@ -51,12 +51,14 @@ Vcmd::Vcmd(const std::string& base) {
     setenv("VCFG_RUN_DIR", (home_ / "run").c_str(), 1);
     setenv("VCFG_DATA_DIR", (home_ / "data").c_str(), 1);
     setenv("VCFG_HOOK_DIR", (home_ / "hooks").c_str(), 1);
-    EXPECT_EQ(vcfg_msg_eidInit(kOwnEid, "test"), VCFG_OK);
+    static const int registered = vcfg_msg_eidInit(kOwnEid, "test");
+    EXPECT_EQ(registered, VCFG_OK);
 }
 
 Vcmd::~Vcmd() {
-    if (pid_ > 0)
-        kill9();
+    if (pid_ > 0) {
+        EXPECT_EQ(stop(), 0) << "vcmd does not end well: " << log();
+    }
     std::error_code ignored;
     fs::remove_all(home_, ignored);
 }
@@ -75,8 +77,12 @@ void Vcmd::start(const std::vector<std::string>& options) {
 }
 
 int Vcmd::stop() {
-    int status = -1;
     ::kill(pid_, SIGTERM);
+    return await();
+}
+
+int Vcmd::await() {
+    int status = -1;
     if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }))
         kill9();
     pid_ = -1;

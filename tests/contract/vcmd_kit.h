@@ -22,7 +22,8 @@ class Vcmd {
 
     void start(const std::vector<std::string>& options = {});  // returns when it answers
     pid_t launch(const std::vector<std::string>& options = {});
-    int stop();  // with SIGTERM; its wait status
+    int stop();   // with SIGTERM; its wait status
+    int await();  // that it ends by itself; its wait status
     void kill9();
     bool answers() const;
     pid_t pid() const { return pid_; }

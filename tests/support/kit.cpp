@@ -85,7 +85,9 @@ Gateway::Gateway() {
     world().log.clear();
 }
 
-Gateway::~Gateway() = default;
+Gateway::~Gateway() {
+    runThreads();  // each owns what it was started with
+}
 
 void Gateway::set(const std::string& path, const std::string& value) {
     const std::string refused = inproc::set(path, value);

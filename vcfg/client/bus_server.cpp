@@ -46,6 +46,7 @@ class EndpointServer final : public Server {
     EndpointServer& operator=(const EndpointServer&) = delete;
 
     int start();
+    bool isOwn() const override { return process_ == getpid(); }
     int reopen() override;
     bool isCurrent() const override;
     int pollFd() const override { return epoll_; }
@@ -67,6 +68,7 @@ class EndpointServer final : public Server {
     void endTurn();
 
     const uint8_t eid_;
+    const pid_t process_ = getpid();
     int epoll_ = -1;
     int listener_ = -1;
     int reserve_ = -1;  // given up for a moment to refuse a peer when the process is out of descriptors
@@ -81,7 +83,7 @@ class EndpointServer final : public Server {
 };
 
 EndpointServer::~EndpointServer() {
-    if (isCurrent()) {
+    if (isOwn() && isCurrent()) {
         unlink(socketPath(eid_).c_str());
     }
     for (const int descriptor : {epoll_, listener_, reserve_}) {

@@ -24,6 +24,8 @@ class Server {
     static std::unique_ptr<Server> open(uint8_t eid, int* code);
     virtual ~Server() = default;
 
+    // False in a child of the process that opened it: what both share would be taken by either.
+    virtual bool isOwn() const = 0;
     // Takes the endpoint back when another process has taken it over meanwhile; nothing happens when none has.
     virtual int reopen() = 0;
     // False once another process has taken the endpoint over.

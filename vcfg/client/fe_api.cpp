@@ -178,7 +178,8 @@ int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object
                                   uint32_t requestType, void* /*feedback*/) {
     return guarded([=] {
         const bool valid = json != nullptr && additions == 0;
-        return valid ? writeJson(oid, iid, json_object_to_json_string(json), requestType) : VCFG_ERR_INVALID;
+        return valid ? writeJson(oid, iid, json_object_to_json_string_ext(json, JSON_C_TO_STRING_PLAIN), requestType)
+                     : VCFG_ERR_INVALID;
     });
 }
 

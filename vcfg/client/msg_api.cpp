@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <climits>
 #include <mutex>
+#include <set>
+#include <string>
 
 #include "bus_client.h"
 #include "client_log.h"
@@ -25,7 +27,8 @@ struct Endpoints {
     std::array<std::atomic<Server*>, 256> servers{};
     std::array<std::atomic<const std::string*>, 256> names{};
     std::atomic<uint8_t> first{0};
-    std::mutex opening;
+    std::set<std::string> allNames;  // kept, for a thread that is just logging with one
+    std::mutex opening;              // guards allNames and the opening of servers
 };
 
 Endpoints& endpoints() {
@@ -50,7 +53,8 @@ int registerEndpoint(uint8_t eid, const char* name) {
         return code;
     }
     if (name != nullptr) {
-        endpoints().names[eid].store(new std::string(name), std::memory_order_release);
+        const std::lock_guard guard(endpoints().opening);
+        endpoints().names[eid].store(&*endpoints().allNames.emplace(name).first, std::memory_order_release);
     }
     uint8_t none = 0;
     endpoints().first.compare_exchange_strong(none, eid);
@@ -64,14 +68,13 @@ int openServer() {
         return VCFG_ERR_INVALID;
     }
     const std::lock_guard guard(endpoints().opening);
-    if (Server* server = threadServer(); server != nullptr) {
-        return server->reopen();
+    std::unique_ptr<Server> inherited(threadServer());
+    if (inherited != nullptr && inherited->isOwn()) {
+        return inherited.release()->reopen();
     }
     int code = VCFG_ERR_FAIL;
     std::unique_ptr<Server> server = Server::open(eid, &code);
-    if (server != nullptr) {
-        endpoints().servers[eid].store(server.release(), std::memory_order_release);
-    }
+    endpoints().servers[eid].store(server.release(), std::memory_order_release);
     return code;
 }
 

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <bit>
 #include <cerrno>
 #include <cstring>
 
@@ -42,11 +43,14 @@ bool hasEnded(int socket) {
 }  // namespace
 
 int sendPacket(int socket, const vcfg_msg_t& message, int flags) {
+    if constexpr (std::endian::native == std::endian::little) {
+        return send(socket, &message, VCFG_MSG_HEADER_SIZE + message.length, flags | MSG_NOSIGNAL) < 0 ? errno : 0;
+    }
     vcfg_msg_t header = toWire(message);
     iovec parts[] = {{&header, sizeof header}, {const_cast<char*>(vcfg_msg_text(&message)), message.length}};
     msghdr packet{};
     packet.msg_iov = parts;
-    packet.msg_iovlen = message.length == 0 ? 1 : 2;
+    packet.msg_iovlen = 2;
     return sendmsg(socket, &packet, flags | MSG_NOSIGNAL) < 0 ? errno : 0;
 }
 

@@ -150,7 +150,7 @@ void vlog_log_f(int level, const char* source, int line, const char* function, c
     char text[vcfg::kLongestText + 1];
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(text, sizeof text, format, arguments);
+    const int length = vsnprintf(text, sizeof text, format, arguments);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(arguments);
     size_t size = length < 0 ? 0 : static_cast<size_t>(length);
     size = size < sizeof text ? size : sizeof text - 1;

@@ -27,7 +27,8 @@ SocketFile socketFile(uint8_t eid) {
 
 bool openAnnouncer(Announcer& announcer, const std::string& runDir) {
     announcer.watch = Fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    return announcer.watch && inotify_add_watch(announcer.watch.get(), runDir.c_str(), IN_CREATE | IN_MOVED_TO) >= 0;
+    return announcer.watch &&
+           inotify_add_watch(announcer.watch.get(), runDir.c_str(), IN_CREATE | IN_MOVED_TO | IN_DELETE) >= 0;
 }
 
 void lookForDaemon(Announcer& announcer) {

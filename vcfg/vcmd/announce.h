@@ -26,7 +26,7 @@ struct SocketFile {
 SocketFile socketFile(uint8_t eid);
 
 struct Announcer {
-    Fd watch;  // tells of new sockets in the run directory
+    Fd watch;  // tells of sockets that come and go in the run directory
     SocketFile announced;
     bool due = false;
     unsigned tries = 0;

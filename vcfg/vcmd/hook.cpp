@@ -15,7 +15,7 @@
 namespace vcfg::vcmd {
 namespace {
 
-constexpr size_t kMaxOutput = 64 * 1024;
+constexpr size_t kMaxOutput = 65536;
 constexpr size_t kMaxComplaint = 200;
 // A hook that complains without end must not keep vcmd from everything else.
 constexpr unsigned kMostComplaintsAtOnce = 16;
@@ -72,6 +72,7 @@ std::vector<std::string> cleanEnvironment() {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> all;
+    all.reserve(texts.size() + 1);
     for (std::string& text : texts)
         all.push_back(text.data());
     all.push_back(nullptr);

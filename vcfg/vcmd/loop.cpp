@@ -1,7 +1,9 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <utility>
 
+#include "debug_level.h"
 #include "vcmd.h"
 #include "vlog.h"
 
@@ -27,10 +29,21 @@ void takeSignals(Vcmd& vcmd, int fd) {
 
 void lookAtRunDirectory(Vcmd& vcmd) {
     lookForDaemon(vcmd.announcer);
-    if (!vcmd.server->isCurrent()) {
-        VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
-        vcmd.stop = true;
+    if (vcmd.server->isCurrent())
+        return;
+    if (socketFile(VCFG_EID_VCMD) == SocketFile{}) {
+        VCMD_LOG(VLOG_WARNING, "the socket of endpoint %d has been removed; it is made anew", VCFG_EID_VCMD);
+        vcmd.server->reopen();
+        return;
     }
+    VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
+    vcmd.stop = true;
+}
+
+void tellNews(Vcmd& vcmd) {
+    tellWatchers(vcmd.watchers, *vcmd.server);
+    if (std::exchange(vcmd.levelsChanged, false))
+        tellDebugLevels(vcmd.store);
 }
 
 int sooner(int left, int right) {
@@ -56,7 +69,7 @@ void run(Vcmd& vcmd) {
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
         tendHooks(vcmd.hooks);
-        tellWatchers(vcmd.watchers, *vcmd.server);
+        tellNews(vcmd);
     }
     killHooks(vcmd.hooks);
     std::string why;

@@ -45,11 +45,9 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     if (message.type == wire::kWatch)
         serveWatch(vcmd, staged);
-    else if (message.type == wire::kPing)
-        confirm(staged);
     else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN)
         confirmStartUp(staged);
-    else if (voUtilHandleRecvdMsgDebugCfg(&message) == 0)
+    else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0)
         confirm(staged);
     else
         refuse(staged, VCFG_ERR_INVALID, "no such request");

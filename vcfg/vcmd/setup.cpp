@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "debug_level.h"
 #include "store/persist.h"
 #include "vcmd.h"
 #include "vlog.h"
@@ -95,7 +96,10 @@ bool setUp(Vcmd& vcmd) {
         return false;
     vcmd.hooks.directory = vcmd.options.hookDir;
     vcmd.hooks.limitMs = vcmd.options.hookLimitMs;
-    vcmd.store.watch([&vcmd](const store::Change& change) { noteChange(vcmd.watchers, change, vcmd.writer); });
+    vcmd.store.watch([&vcmd](const store::Change& change) {
+        noteChange(vcmd.watchers, change, vcmd.writer);
+        vcmd.levelsChanged = vcmd.levelsChanged || isDebugLevel(change.path);
+    });
     return true;
 }
 

@@ -24,6 +24,7 @@ struct Vcmd {
     Hooks hooks;
     Watchers watchers;
     Announcer announcer;
+    bool levelsChanged = true;  // the daemons are to be told their log levels
     bool stop = false;
 };
 

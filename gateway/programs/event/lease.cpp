@@ -44,7 +44,7 @@ std::string joined(const std::vector<std::string>& parts, size_t from, const cha
 
 // The client says the mask as a width and, not always, in dots.
 std::string dottedMask() {
-    const std::string dotted = variable("subnet");
+    std::string dotted = variable("subnet");
     const std::string width = variable("mask");
     unsigned bits = 0;
     const auto [end, problem] = std::from_chars(width.data(), width.data() + width.size(), bits);

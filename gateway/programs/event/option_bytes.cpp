@@ -20,15 +20,15 @@ enum class Form { Addresses, Text, Seconds };
 
 // The options that the client turns into variables with a name of their own.
 struct NamedOption {
-    uint32_t tag;
     const char* name;
+    uint32_t tag;
     Form form;
 };
 constexpr NamedOption kNamed[] = {
-    {1, "subnet", Form::Addresses},    {3, "router", Form::Addresses}, {6, "dns", Form::Addresses},
-    {12, "hostname", Form::Text},      {15, "domain", Form::Text},     {28, "broadcast", Form::Addresses},
-    {42, "ntpsrv", Form::Addresses},   {44, "wins", Form::Addresses},  {51, "lease", Form::Seconds},
-    {54, "serverid", Form::Addresses}, {66, "tftp", Form::Text},       {67, "bootfile", Form::Text},
+    {"subnet", 1, Form::Addresses},    {"router", 3, Form::Addresses}, {"dns", 6, Form::Addresses},
+    {"hostname", 12, Form::Text},      {"domain", 15, Form::Text},     {"broadcast", 28, Form::Addresses},
+    {"ntpsrv", 42, Form::Addresses},   {"wins", 44, Form::Addresses},  {"lease", 51, Form::Seconds},
+    {"serverid", 54, Form::Addresses}, {"tftp", 66, Form::Text},       {"bootfile", 67, Form::Text},
 };
 
 std::optional<Bytes> addressBytes(const std::string& text) {

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr size_t kLargestDatagram = 256 * 1024;
+constexpr size_t kLargestDatagram = size_t{256} * 1024;
 constexpr int64_t kNsPerUs = 1000;
 constexpr int64_t kNsPerSecond = 1000000000;
 // A datagram is stamped before it is queued: younger lines wait this long for an older one on another socket.
@@ -41,7 +41,7 @@ int openSocket(const char* path) {
     if (strlen(path) >= sizeof address.sun_path) {
         return -1;
     }
-    strcpy(address.sun_path, path);
+    memcpy(address.sun_path, path, strlen(path));
     unlink(path);
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     constexpr int kOn = 1;

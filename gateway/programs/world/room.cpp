@@ -140,32 +140,36 @@ std::string smallFile(const std::string& path) {
     return {content, static_cast<size_t>(size)};
 }
 
-// The platform's own files below /proc are small files that can be written. Where the kernel has one of that name, the
-// platform's lies over it, so that the gateway does not reach into the machine it runs on.
-void layPlatformFiles(const std::string& from, const std::string& inside) {
-    const Directory entries(opendir(from.c_str()));
-    if (entries == nullptr) {
+// One of the platform's own files below /proc. Where the kernel has one of that name, the platform's lies over it, so
+// that the gateway does not reach into the machine it runs on.
+void layPlatformFile(const std::string& from, const std::string& place) {
+    if (access(place.c_str(), F_OK) < 0) {
+        writeText(place, smallFile(from));
         return;
     }
-    while (const dirent* entry = readdir(entries.get())) {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") {
+    std::string copy = place;
+    std::replace(copy.begin(), copy.end(), '/', '_');
+    copy.insert(0, "files/");
+    writeText(copy, smallFile(from));
+    bindOn(copy, place);
+}
+
+void layPlatformFiles(const std::string& from, const std::string& inside) {
+    const Directory entries(opendir(from.c_str()));
+    while (const dirent* entry = entries == nullptr ? nullptr : readdir(entries.get())) {
+        const std::string name = std::string("/") + entry->d_name;
+        const std::string place = inside + name;
+        if (name == "/." || name == "/..") {
             continue;
         }
-        const std::string place = inside + "/" + name;
-        const bool ofKernel = access(("root" + place).c_str(), F_OK) == 0;
-        if (entry->d_type == DT_DIR) {
-            if (!ofKernel) {
-                makeDirectories("root" + place);
-            }
-            layPlatformFiles(from + "/" + name, place);
-        } else if (!ofKernel) {
-            writeText("root" + place, smallFile(from + "/" + name));
-        } else {
-            const std::string copy = "files/" + name;
-            writeText(copy, smallFile(from + "/" + name));
-            bindOn(copy, "root" + place);
+        if (entry->d_type != DT_DIR) {
+            layPlatformFile(from + name, place);
+            continue;
         }
+        if (access(place.c_str(), F_OK) < 0) {
+            makeDirectories(place);
+        }
+        layPlatformFiles(from + name, place);
     }
 }
 
@@ -191,7 +195,7 @@ void layProc() {
             must(symlink(("/.proc/" + name).c_str(), ("root/proc/" + name).c_str()), "cannot create /proc/" + name);
         }
     }
-    layPlatformFiles("upper/proc", "/proc");
+    layPlatformFiles("upper/proc", "root/proc");
 }
 
 void layScratch() {

@@ -1,0 +1,15 @@
+# The bus and front-end contract over real sockets and processes. Included by tests/CMakeLists.txt.
+include(GoogleTest)
+file(GLOB bus_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/bus_*_test.cpp)
+add_executable(contract_bus_faults ${bus_sources} ${CMAKE_CURRENT_LIST_DIR}/bus_world.cpp)
+target_include_directories(contract_bus_faults PRIVATE ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(contract_bus_faults PRIVATE house vcfg_client GTest::gtest_main)
+gtest_discover_tests(contract_bus_faults PROPERTIES LABELS contract TIMEOUT 60)
+
+# The example of docs/bus.md, taken out of the text, built and run.
+if(NOT TARN_SANITIZE)
+  add_dependencies(contract_bus_faults vcfg)
+  add_test(NAME contract_bus_faults.ExampleDaemonOfTheDocumentationWorks
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/bus_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
+  set_tests_properties(contract_bus_faults.ExampleDaemonOfTheDocumentationWorks PROPERTIES LABELS contract TIMEOUT 60)
+endif()

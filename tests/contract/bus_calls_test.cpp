@@ -1,0 +1,251 @@
+// Requests and replies, and what becomes of them when somebody fails.
+#include <thread>
+
+#include "bus_world.h"
+
+namespace {
+
+class BusCalls : public BusWorld {
+  protected:
+    BusCalls() { vcfg_msg_eidInit(kClient, "client"); }
+};
+
+TEST_F(BusCalls, ReplyComesBackToTheCaller) {
+    const Process server(echoServer(kServer, "A:"));
+    int code = -1;
+    EXPECT_EQ("A:hello", payloadOf(ask("hello", &code)));
+    EXPECT_EQ(VCFG_OK, code);
+}
+
+TEST_F(BusCalls, LargestPayloadGoesThereAndBack) {
+    const Process server(echoServer(kServer, ""));
+    const std::string payload(VCFG_MSG_PAYLOAD_MAX, 'x');
+    EXPECT_EQ(payload, payloadOf(ask(payload)));
+}
+
+TEST_F(BusCalls, EndpointThatNobodyServesFailsAtOnce) {
+    int code = 0;
+    EXPECT_EQ(nullptr, ask("hello", &code, 77, 0));
+    EXPECT_EQ(VCFG_ERR_NO_PEER, code);
+    EXPECT_EQ(VCFG_ERR_NO_PEER, tell("hello", 77, 0));
+}
+
+TEST_F(BusCalls, EndpointZeroIsRefused) {
+    int code = 0;
+    EXPECT_EQ(nullptr, ask("hello", &code, 0));
+    EXPECT_EQ(VCFG_ERR_INVALID, code);
+}
+
+TEST_F(BusCalls, PeerThatDiesEndsAWaitWithoutLimit) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        receive(0);
+    });
+    int code = 0;
+    EXPECT_EQ(nullptr, ask("hello", &code, kServer, 0));
+    EXPECT_EQ(VCFG_ERR_NO_PEER, code);
+}
+
+TEST_F(BusCalls, DeadPeerFailsAtOnce) {
+    Process server(echoServer(kServer, "A:"));
+    EXPECT_EQ("A:1", payloadOf(ask("1")));
+    server.kill();
+    int code = 0;
+    EXPECT_EQ(nullptr, ask("2", &code, kServer, 0));
+    EXPECT_EQ(VCFG_ERR_NO_PEER, code);
+    EXPECT_EQ(VCFG_ERR_NO_PEER, tell("3", kServer, 0));
+}
+
+TEST_F(BusCalls, RestartedServerIsReachedByTheNextCall) {
+    Process first(echoServer(kServer, "A:"));
+    EXPECT_EQ("A:1", payloadOf(ask("1")));
+    first.kill();
+    const Process second(echoServer(kServer, "B:"));
+    EXPECT_EQ("B:2", payloadOf(ask("2")));
+}
+
+TEST_F(BusCalls, NewestProcessServesAnEndpointWhileTheOlderLives) {
+    const Process older(echoServer(kServer, "old:"));
+    EXPECT_EQ("old:1", payloadOf(ask("1")));
+    const Process newer(echoServer(kServer, "new:"));
+    EXPECT_EQ("new:2", payloadOf(ask("2")));
+}
+
+TEST_F(BusCalls, OneWayMessagesFollowTheNewestProcessToo) {
+    const Process older(echoServer(kServer, "old:"));
+    EXPECT_EQ(VCFG_DELIVERED, tell("1"));
+    serve(kServer);
+    EXPECT_EQ(VCFG_DELIVERED, tell("2"));
+    EXPECT_EQ("2", payloadOf(receive()));
+}
+
+TEST_F(BusCalls, ServerThatWasSupersededTakesItsEndpointBackWhenItAsks) {
+    serve(kServer);
+    const Process newer(echoServer(kServer, "new:"));
+    EXPECT_EQ("new:1", payloadOf(ask("1")));
+    serve(kServer);
+    EXPECT_EQ(VCFG_DELIVERED, tell("2"));
+    EXPECT_EQ("2", payloadOf(receive()));
+}
+
+TEST_F(BusCalls, CallEndsAtItsTimeout) {
+    serve(kServer);
+    int code = 0;
+    const int64_t start = nowMs();
+    EXPECT_EQ(nullptr, ask("hello", &code, kServer, 50));
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
+    EXPECT_GE(nowMs() - start, 50);
+}
+
+TEST_F(BusCalls, LateReplyIsNotTakenForTheNextOne) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        const Message first = receive(0);
+        const Message second = receive(0);
+        answer(first, "late");
+        answer(second, "in time");
+        receive(0);
+    });
+    int code = 0;
+    vcfg_msg_t* reply = nullptr;
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, vcfg_msg_sendAndGetReply(newMessage(kAsk, "1", kServer, 5).release(), &reply, 20));
+    EXPECT_EQ(VCFG_OK, vcfg_msg_sendAndGetReply(newMessage(kAsk, "2", kServer, 6).release(), &reply, kSoon)) << code;
+    EXPECT_EQ("in time", payloadOf(Message(reply)));
+}
+
+TEST_F(BusCalls, RequestIdIsKeptWhenGivenAndMadeWhenNot) {
+    const Process server(echoServer(kServer, ""));
+    vcfg_msg_t* reply = nullptr;
+    ASSERT_EQ(VCFG_OK, vcfg_msg_sendAndGetReply(newMessage(kAsk, "", kServer, 4711).release(), &reply, kSoon));
+    EXPECT_EQ(4711u, Message(reply)->requestId);
+    EXPECT_NE(0u, ask("")->requestId);
+    EXPECT_NE(ask("")->requestId, ask("")->requestId);
+}
+
+TEST_F(BusCalls, MessageWithoutReplyIsReportedAsDelivered) {
+    serve(kServer);
+    EXPECT_EQ(VCFG_DELIVERED, tell("hello", kServer, 0));
+    EXPECT_EQ("hello", payloadOf(receive()));
+}
+
+TEST_F(BusCalls, MessageToTheOwnEndpointArrives) {
+    serve(kServer);
+    Message own = newMessage(kTell, "self");
+    own->srcEid = kServer;
+    EXPECT_EQ(VCFG_DELIVERED, vcfg_msg_sendAndGetReply(own.release(), nullptr, 0));
+    EXPECT_EQ("self", payloadOf(receive()));
+}
+
+TEST_F(BusCalls, ReceiverThatNeverReadsIsToldToItsSenderAndCostsNoMemory) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        pause();
+    });
+    const size_t before = server.residentKiB();
+    int code = VCFG_DELIVERED;
+    int delivered = 0;
+    for (; code == VCFG_DELIVERED && delivered < 100000; ++delivered) {
+        code = tell(std::string(1000, 'x'), kServer, 50);
+    }
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
+    EXPECT_LT(delivered, 2000);
+    EXPECT_LE(server.residentKiB(), before + 512);
+}
+
+TEST_F(BusCalls, RequesterThatNeverReadsItsRepliesIsCutOffAndDelaysNobody) {
+    serve(kServer);
+    BareSocket deaf;
+    int code = VCFG_OK;
+    for (uint32_t each = 1; code == VCFG_OK && each < 100; ++each) {
+        ASSERT_TRUE(deaf.send(wireMessage(kAsk, each, 1, "?")));
+        const Message request = receive();
+        ASSERT_NE(nullptr, request);
+        code = answer(request, std::string(60000, 'x'));
+    }
+    EXPECT_EQ(VCFG_ERR_FULL, code);
+    EXPECT_EQ(VCFG_DELIVERED, tell("others"));
+    EXPECT_EQ("others", payloadOf(receive()));
+}
+
+TEST_F(BusCalls, ReplyMayComeFromAnotherThreadAfterTheHandlerReturned) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        const Message pending = receive(0);
+        const Message trigger = receive(0);
+        std::thread([&] { answer(pending, "after " + payloadOf(trigger)); }).join();
+        receive(0);
+    });
+    BareSocket requester;
+    ASSERT_TRUE(requester.send(wireMessage(kAsk, 9, 7, "connect")));
+    EXPECT_EQ(VCFG_DELIVERED, tell("event"));
+    EXPECT_EQ("after event", requester.receive().substr(VCFG_MSG_HEADER_SIZE));
+}
+
+TEST_F(BusCalls, ReplyToSomebodyWhoDidNotWaitGoesToItsEndpoint) {
+    const Process server(echoServer(kServer, "A:"));
+    serve(kClient);
+    Message request = newMessage(kAsk, "no hurry", kServer, 12);
+    EXPECT_EQ(VCFG_DELIVERED, vcfg_msg_sendAndGetReply(request.release(), nullptr, kSoon));
+    const Message reply = receive();
+    EXPECT_EQ("A:no hurry", payloadOf(reply));
+    ASSERT_NE(nullptr, reply);
+    EXPECT_EQ(12u, reply->requestId);
+}
+
+TEST_F(BusCalls, ReplyToNobodyFails) {
+    serve(kServer);
+    Message reply = newMessage(kTell, "hello?", 77, 1);
+    EXPECT_EQ(VCFG_ERR_NO_PEER, vcfg_msg_serverSend(reply.release()));
+}
+
+TEST_F(BusCalls, RepliesGoToTheirRequesterAlsoWhenRequestIdsAreEqual) {
+    serve(kServer);
+    BareSocket first;
+    BareSocket second;
+    ASSERT_TRUE(first.send(wireMessage(kAsk, 5, 5, "first")));
+    Message request = receive();
+    ASSERT_NE(nullptr, request);
+    EXPECT_EQ(VCFG_OK, answer(request, payloadOf(request)));
+    ASSERT_TRUE(second.send(wireMessage(kAsk, 5, 6, "second")));
+    request = receive();
+    ASSERT_NE(nullptr, request);
+    EXPECT_EQ(VCFG_OK, answer(request, payloadOf(request)));
+    EXPECT_EQ("first", first.receive().substr(VCFG_MSG_HEADER_SIZE));
+    EXPECT_EQ("second", second.receive().substr(VCFG_MSG_HEADER_SIZE));
+}
+
+TEST_F(BusCalls, ManyThreadsCallAtOnce) {
+    const Process server(echoServer(kServer, ""));
+    std::vector<std::thread> callers;
+    std::atomic<int> wrong{0};
+    for (int thread = 0; thread < 8; ++thread) {
+        callers.emplace_back([thread, &wrong] {
+            for (int each = 0; each < 200; ++each) {
+                const std::string text = std::to_string(thread) + ":" + std::to_string(each);
+                wrong += payloadOf(ask(text)) == text ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    EXPECT_EQ(0, wrong);
+}
+
+TEST_F(BusCalls, ForkedChildDoesNotTakeItsParentsReplies) {
+    const Process server(echoServer(kServer, ""));
+    EXPECT_EQ("parent", payloadOf(ask("parent")));
+    Process child([](const Process::Ready&) { _exit(payloadOf(ask("child")) == "child" ? 0 : 1); });
+    EXPECT_EQ(0, child.exitStatus());
+    EXPECT_EQ("parent again", payloadOf(ask("parent again")));
+}
+
+}  // namespace

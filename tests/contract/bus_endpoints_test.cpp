@@ -1,0 +1,189 @@
+// Endpoints, the run directory, and who may use them.
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "bus_world.h"
+#include "client/endpoint.h"
+
+namespace {
+
+constexpr uid_t kNobody = 65534;
+constexpr gid_t kGroup = 4242;
+
+class BusEndpoints : public BusWorld {
+  protected:
+    // Registers in another process, as that user, so that nothing of it stays.
+    int registerAs(uid_t user) {
+        Process process([=](const Process::Ready&) {
+            if (user != 0 && (setgroups(0, nullptr) != 0 || setuid(user) != 0)) {
+                _exit(97);
+            }
+            _exit(vcfg_msg_eidInit(kServer, nullptr) == VCFG_ERR_RIGHTS ? 1 : 0);
+        });
+        return process.exitStatus();
+    }
+    static constexpr int kAccepted = 0;
+    static constexpr int kRefused = 1;
+};
+// Which endpoint a process registers first can be seen only once.
+class BusFreshProcess : public BusWorld {
+  protected:
+    void SetUp() override {
+        if (vcfg::threadEid() != 0) {
+            GTEST_SKIP() << "needs a process in which no other test ran";
+        }
+    }
+};
+
+class BusRights : public BusEndpoints {
+  protected:
+    void SetUp() override {
+        if (geteuid() != 0) {
+            GTEST_SKIP() << "needs root, to become somebody else";
+        }
+    }
+
+    // Asks the server as a user in `group`; the code that the call ended with, negated.
+    int askAs(uid_t user, gid_t group) {
+        Process process([=](const Process::Ready&) {
+            if (setgroups(1, &group) != 0 || setgid(user) != 0 || setuid(user) != 0) {
+                _exit(97);
+            }
+            int code = 0;
+            ask("hello", &code);
+            _exit(-code);
+        });
+        return process.exitStatus();
+    }
+};
+
+TEST_F(BusEndpoints, EndpointZeroIsInvalid) {
+    EXPECT_EQ(VCFG_ERR_INVALID, vcfg_msg_eidInit(0, "nobody"));
+}
+
+TEST_F(BusEndpoints, ThreadsReceiveOnTheirOwnEndpoints) {
+    serve(kServer);
+    std::string onGround;
+    std::thread ground([&] {
+        EXPECT_EQ(VCFG_OK, vcfg_msg_eidInit(66, nullptr));
+        EXPECT_EQ(VCFG_OK, vcfg_msg_serverInit());
+        EXPECT_EQ(VCFG_DELIVERED, tell("to the main thread", kServer));
+        onGround = payloadOf(receive());
+    });
+    EXPECT_EQ("to the main thread", payloadOf(receive()));
+    EXPECT_EQ(VCFG_DELIVERED, tell("to the ground thread", 66));
+    ground.join();
+    EXPECT_EQ("to the ground thread", onGround);
+}
+
+TEST_F(BusFreshProcess, ThreadWithoutEndpointUsesTheProcessesFirst) {
+    Process process([](const Process::Ready&) {
+        vcfg_msg_eidInit(kServer, "first");
+        vcfg_msg_serverInit();
+        tell("for the first endpoint");
+        std::string received;
+        std::thread([&] { received = payloadOf(receive()); }).join();
+        _exit(received == "for the first endpoint" ? 0 : 1);
+    });
+    EXPECT_EQ(0, process.exitStatus());
+}
+
+TEST_F(BusEndpoints, SourceEndpointIsFilledInWhenMissing) {
+    serve(kServer);
+    Message message = newMessage(kTell, "");
+    message->srcEid = 0;
+    EXPECT_EQ(VCFG_DELIVERED, vcfg_msg_sendAndGetReply(message.release(), nullptr, kSoon));
+    EXPECT_EQ(kServer, receive()->srcEid);
+}
+
+TEST_F(BusFreshProcess, ServingAndReceivingNeedAnEndpoint) {
+    Process process([](const Process::Ready&) {
+        vcfg_msg_t* message = nullptr;
+        const bool refused =
+            vcfg_msg_serverInit() == VCFG_ERR_INVALID && vcfg_msg_serverRecv(&message, 10) == VCFG_ERR_INVALID;
+        _exit(refused ? 0 : 1);
+    });
+    EXPECT_EQ(0, process.exitStatus());
+}
+
+TEST_F(BusEndpoints, ReceivingEndsAtItsTimeout) {
+    serve(kServer);
+    vcfg_msg_t* message = nullptr;
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, vcfg_msg_serverRecv(&message, 20));
+    EXPECT_EQ(nullptr, message);
+}
+
+TEST_F(BusEndpoints, MissingRunDirectoryIsMadeForItsOwnerOnly) {
+    const std::string made = directory + "/deep/down";
+    setenv("VCFG_RUN_DIR", made.c_str(), 1);
+    serve(kServer);
+    struct stat status {};
+    ASSERT_EQ(0, stat(made.c_str(), &status));
+    EXPECT_EQ(0700u, status.st_mode & 07777);
+    ASSERT_EQ(0, stat((made + "/eid-100").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 07777);
+}
+
+TEST_F(BusEndpoints, RunDirectoryThatEverybodyMayWriteIsRefusedAndLogged) {
+    chmod(directory.c_str(), 0777);
+    EXPECT_EQ(VCFG_ERR_RIGHTS, vcfg_msg_eidInit(kServer, nullptr));
+    EXPECT_NE(std::string::npos, logged().find("writable for everybody"));
+}
+
+TEST_F(BusEndpoints, RunDirectoryThatItsGroupMayWriteMustBeClosedToOthers) {
+    chmod(directory.c_str(), 0775);
+    EXPECT_EQ(VCFG_ERR_RIGHTS, vcfg_msg_eidInit(kServer, nullptr));
+    chmod(directory.c_str(), 0770);
+    EXPECT_EQ(VCFG_OK, vcfg_msg_eidInit(kServer, nullptr));
+}
+
+TEST_F(BusEndpoints, RunDirectoryWithTooLongANameIsRefused) {
+    setenv("VCFG_RUN_DIR", (directory + "/" + std::string(120, 'x')).c_str(), 1);
+    ASSERT_EQ(VCFG_OK, vcfg_msg_eidInit(kServer, nullptr));
+    EXPECT_EQ(VCFG_ERR_INVALID, vcfg_msg_serverInit());
+}
+
+TEST_F(BusRights, RunDirectoryOfSomebodyElseIsRefused) {
+    ASSERT_EQ(0, chown(directory.c_str(), 1234, kGroup));
+    EXPECT_EQ(kRefused, registerAs(0));
+    EXPECT_EQ(kRefused, registerAs(kNobody));
+    ASSERT_EQ(0, chown(directory.c_str(), kNobody, kGroup));
+    EXPECT_EQ(kAccepted, registerAs(kNobody));
+}
+
+TEST_F(BusRights, StrangerMayNotConnect) {
+    const Process server(echoServer(kServer, ""));
+    chmod(directory.c_str(), 0755);
+    EXPECT_EQ(-VCFG_ERR_RIGHTS, askAs(kNobody, kNobody));
+}
+
+TEST_F(BusRights, StrangerWhoCanConnectIsClosedAndLogged) {
+    const Process server(echoServer(kServer, ""));
+    chmod(directory.c_str(), 0755);
+    chmod((directory + "/eid-100").c_str(), 0666);
+    EXPECT_EQ(-VCFG_ERR_NO_PEER, askAs(kNobody, kNobody));
+    EXPECT_NE(std::string::npos, logged().find("of user 65534"));
+}
+
+TEST_F(BusRights, GroupOfTheRunDirectoryMayTalk) {
+    ASSERT_EQ(0, chown(directory.c_str(), 0, kGroup));
+    ASSERT_EQ(0, chmod(directory.c_str(), 0770));
+    const Process server(echoServer(kServer, ""));
+    EXPECT_EQ(0, askAs(kNobody, kGroup));
+    EXPECT_EQ(-VCFG_ERR_RIGHTS, askAs(kNobody, kNobody));
+}
+
+TEST_F(BusRights, RootMayTalkToAnybodysServer) {
+    ASSERT_EQ(0, chown(directory.c_str(), kNobody, kGroup));
+    const Process server([](const Process::Ready& ready) {
+        if (setuid(kNobody) == 0) {
+            echoServer(kServer, "nobody:")(ready);
+        }
+    });
+    EXPECT_EQ("nobody:hello", payloadOf(ask("hello")));
+}
+
+}  // namespace

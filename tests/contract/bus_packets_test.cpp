@@ -1,0 +1,166 @@
+// What arrives at an endpoint, from senders that keep the rules and from those that do not.
+#include "bus_world.h"
+
+namespace {
+
+class BusPackets : public BusWorld {
+  protected:
+    BusPackets() { serve(kServer); }
+
+    void expectRefused(const std::string& packet, const std::string& reason) {
+        BareSocket sender;
+        ASSERT_TRUE(sender.send(packet));
+        EXPECT_EQ(nullptr, receive(50));
+        EXPECT_TRUE(sender.closedByPeer());
+        const std::string lines = logged();
+        EXPECT_NE(std::string::npos, lines.find(reason)) << lines;
+        EXPECT_EQ(lines.find('\n'), lines.size() - 1) << "more than one line: " << lines;
+    }
+};
+
+TEST_F(BusPackets, PacketShorterThanTheEnvelopeIsRefusedLoggedAndItsConnectionClosed) {
+    expectRefused(std::string(55, 'x'), "shorter than an envelope");
+}
+
+TEST_F(BusPackets, EmptyPacketIsRefused) {
+    expectRefused("", "shorter than an envelope");
+}
+
+TEST_F(BusPackets, LengthLargerThanWhatArrivedIsRefused) {
+    expectRefused(wireMessage(kAsk, 1, 6, "hello"), "its length is not what the envelope says");
+}
+
+TEST_F(BusPackets, LengthSmallerThanWhatArrivedIsRefused) {
+    expectRefused(wireMessage(kAsk, 1, 4, "hello"), "its length is not what the envelope says");
+}
+
+TEST_F(BusPackets, PacketLargerThanAnyMessageIsRefused) {
+    expectRefused(wireMessage(kAsk, 1, 65535, std::string(66000, 'x')), "its length is not what the envelope says");
+}
+
+TEST_F(BusPackets, OthersAreServedAfterABadPacket) {
+    BareSocket good;
+    BareSocket bad;
+    ASSERT_TRUE(bad.send("rubbish"));
+    ASSERT_TRUE(good.send(wireMessage(kAsk, 1, 5, "hello")));
+    EXPECT_EQ("hello", payloadOf(receive()));
+}
+
+TEST_F(BusPackets, LargestPayloadArrivesWhole) {
+    std::string payload(VCFG_MSG_PAYLOAD_MAX, 'x');
+    payload.back() = 'y';
+    ASSERT_EQ(VCFG_DELIVERED, tell(payload));
+    EXPECT_EQ(payload, payloadOf(receive()));
+}
+
+TEST_F(BusPackets, PayloadWithoutTerminatorIsReceivedWithANulBehind) {
+    for (const size_t size : {0u, 1u, 200u, 8136u, 65535u}) {
+        ASSERT_EQ(VCFG_DELIVERED, tell(std::string(size, 'x')));
+        const Message message = receive();
+        ASSERT_NE(nullptr, message);
+        EXPECT_EQ(size, strlen(vcfg_msg_text(message.get())));
+    }
+}
+
+TEST_F(BusPackets, EmbeddedNulsArriveUnchanged) {
+    const std::string payload("a\0b\0\0c", 6);
+    ASSERT_EQ(VCFG_DELIVERED, tell(payload));
+    EXPECT_EQ(payload, payloadOf(receive()));
+}
+
+TEST_F(BusPackets, EnvelopeIsLittleEndianOnTheWire) {
+    BareSocket requester;
+    ASSERT_TRUE(requester.send(wireMessage(0x01020304, 0x0A0B0C0D, 2, "hi")));
+    const Message request = receive();
+    ASSERT_NE(nullptr, request);
+    EXPECT_EQ(0x01020304u, request->type);
+    EXPECT_EQ(0x0A0B0C0Du, request->requestId);
+    EXPECT_EQ(2, request->length);
+    answer(request, "hi");
+    const std::string reply = requester.receive();
+    ASSERT_EQ(58u, reply.size());
+    EXPECT_EQ(wireMessage(0x81020304, 0x0A0B0C0D, 2, "hi").substr(0, 4), reply.substr(0, 4));
+    EXPECT_EQ(std::string("\x0D\x0C\x0B\x0A", 4), reply.substr(12, 4));
+}
+
+TEST_F(BusPackets, EnvelopeFieldsAndReservedBytesArriveAsTheyWereSent) {
+    Message message = newMessage(kTell, "x", kServer, 42);
+    message->oid = 17;
+    message->statCode = 0xFFFFFFFB;
+    message->objIid = {2, {3, 1}};
+    memcpy(message->reserved, "wl0", 3);
+    ASSERT_EQ(VCFG_DELIVERED, vcfg_msg_sendAndGetReply(message.release(), nullptr, kSoon));
+    message = receive();
+    ASSERT_NE(nullptr, message);
+    EXPECT_EQ(17u, message->oid);
+    EXPECT_EQ(0xFFFFFFFBu, message->statCode);
+    EXPECT_EQ(42u, message->requestId);
+    EXPECT_EQ(kClient, message->srcEid);
+    EXPECT_EQ(2, message->objIid.level);
+    EXPECT_EQ(3, message->objIid.idx[0]);
+    EXPECT_EQ(1, message->objIid.idx[1]);
+    EXPECT_EQ("wl0", std::string(reinterpret_cast<char*>(message->reserved)));
+}
+
+TEST_F(BusPackets, MessagesOfASenderThatDiesAreStillReceived) {
+    Process sender([](const Process::Ready&) {
+        tell("first");
+        tell("last words");
+    });
+    ASSERT_EQ(0, sender.exitStatus());
+    EXPECT_EQ("first", payloadOf(receive()));
+    EXPECT_EQ("last words", payloadOf(receive()));
+}
+
+TEST_F(BusPackets, MessagesOfOneSenderKeepTheirOrder) {
+    for (int each = 0; each < 100; ++each) {
+        ASSERT_EQ(VCFG_DELIVERED, tell(std::to_string(each)));
+    }
+    for (int each = 0; each < 100; ++each) {
+        ASSERT_EQ(std::to_string(each), payloadOf(receive()));
+    }
+}
+
+TEST_F(BusPackets, ABusySenderDoesNotKeepOthersWaiting) {
+    BareSocket busy;
+    BareSocket patient;
+    while (busy.send(wireMessage(kTell, 1, 4, "busy"))) {
+    }
+    ASSERT_TRUE(patient.send(wireMessage(kTell, 1, 7, "patient")));
+    int received = 0;
+    while (payloadOf(receive()) == "busy") {
+        ++received;
+        busy.send(wireMessage(kTell, 1, 4, "busy"));
+        ASSERT_LT(received, 200);
+    }
+}
+
+TEST_F(BusPackets, SilentConnectionGivesWayWhenThereAreTooMany) {
+    std::vector<std::unique_ptr<BareSocket>> silent;
+    for (int each = 0; each < 300; ++each) {
+        silent.push_back(std::make_unique<BareSocket>());
+        if (!silent.back()->isConnected() || each % 50 == 49) {
+            EXPECT_EQ(nullptr, receive(1));
+        }
+    }
+    ASSERT_EQ(VCFG_DELIVERED, tell("still here"));
+    EXPECT_EQ("still here", payloadOf(receive()));
+    EXPECT_TRUE(silent.front()->closedByPeer());
+    EXPECT_FALSE(silent.back()->closedByPeer(0));
+}
+
+TEST_F(BusPackets, ConnectionThatGaveWayLosesNothingThatWasSent) {
+    ASSERT_EQ(VCFG_DELIVERED, tell("before"));
+    EXPECT_EQ("before", payloadOf(receive()));
+    std::vector<std::unique_ptr<BareSocket>> silent;
+    for (int each = 0; each < 600; ++each) {
+        silent.push_back(std::make_unique<BareSocket>());
+        if (each % 50 == 49) {
+            EXPECT_EQ(nullptr, receive(1));
+        }
+    }
+    ASSERT_EQ(VCFG_DELIVERED, tell("after"));
+    EXPECT_EQ("after", payloadOf(receive()));
+}
+
+}  // namespace
