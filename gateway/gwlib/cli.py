@@ -36,8 +36,8 @@ def verb_kernel(state, options):
     if options.raw:
         with open(options.raw, "rb") as file:
             return inside.feed(state, ["gw-kernel-event", "--raw", "-"], file.read())
-    words += [options.text] if options.text is not None else []
     words += ["--type", options.type] if options.type else []
+    words += ["--", options.text] if options.text is not None else []
     inside.replace_by(state, words)
 
 

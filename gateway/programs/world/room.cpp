@@ -48,7 +48,8 @@ bool isOwnPlace(const std::string& name) {
     return std::any_of(std::begin(kOwn), std::end(kOwn), [&name](const char* own) { return name == own; });
 }
 
-// One entry of the host's root: a folder is overlaid where the kernel allows it, else shown as it is.
+// One entry of the host's root. A folder that the kernel refuses to overlay stays empty, unless the room's own tree has
+// something to put there.
 void layPart(const std::string& name) {
     const std::string place = "root/" + name;
     char target[PATH_MAX] = {};
@@ -56,12 +57,13 @@ void layPart(const std::string& name) {
         must(symlink(target, place.c_str()), "cannot create /" + name);
         return;
     }
+    const bool needed = access(("upper/" + name).c_str(), F_OK) == 0;
     for (const std::string& part : {place, "upper/" + name, "work/" + name}) {
         makeDirectories(part);
     }
     const std::string options = "userxattr,lowerdir=/" + name + ",upperdir=upper/" + name + ",workdir=work/" + name;
-    if (mount("room", place.c_str(), "overlay", 0, options.c_str()) < 0) {
-        bindOn("/" + name, place);
+    if (mount("room", place.c_str(), "overlay", 0, options.c_str()) < 0 && needed) {
+        fail("this kernel does not overlay /" + name);
     }
 }
 
