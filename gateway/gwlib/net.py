@@ -7,7 +7,6 @@ LAN = "eth0.1"
 BRIDGE = "br0"
 HARDWARE = {WAN: "02:00:00:00:00:05", LAN: "02:00:00:00:00:01"}  # the same at every boot
 FAR_ENDS = {WAN: ("isp", "wan0"), LAN: ("lan", "lan0")}
-LAN_ADDRESS = "192.168.1.1/24"
 
 
 def lay_cables(state):
@@ -18,7 +17,6 @@ def lay_cables(state):
         f"link add {BRIDGE} type bridge",
         f"link set {LAN} master {BRIDGE} up",
         f"link set {BRIDGE} up",
-        f"addr add {LAN_ADDRESS} dev {BRIDGE}",
         f"link set {WAN} up",
     )))
     inside.must(state, "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward")

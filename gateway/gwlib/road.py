@@ -129,6 +129,8 @@ class Road:
     def title(self, text):
         self.show()
         self.paint("title", f"\n{text}")
+        if self.colour:
+            time.sleep(1)  # someone reads along
 
     def until(self, what, condition, seconds=15):
         """Waits for the outcome with the view going on; an outcome that does not come is a failed check."""
