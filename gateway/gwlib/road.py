@@ -10,7 +10,7 @@ import time
 
 from . import inside, logs
 
-COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "ok": "32", "FAIL": "31;1", "title": "1"}
+COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
 
 
 class Tail:

@@ -20,6 +20,9 @@ constexpr Hook kHooks[] = {
     {"Routing.Router.{i}.IPv4Forwarding.{i}", applyIpv4Forwarding},
     {"DHCPv4.Client.{i}", applyDhcpv4Client},
     {"DNS.Client.Server.{i}", applyDnsServer},
+    {"Ethernet.Link.{i}", applyLink},
+    {"PTM.Link.{i}", applyLink},
+    {"ATM.Link.{i}", applyLink},
 };
 
 struct PutJson {
