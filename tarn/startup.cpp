@@ -20,12 +20,17 @@ void startUpnp() {
     }
 }
 
+// Two bus threads may come here at once; the table is built by one of them.
+std::atomic<bool> building{false};
+
 void updateLinks() {
-    if (wan.wanLinkInfoInit == 1) {
+    if (wan.wanLinkInfoInit == 1 || building.exchange(true)) {
         updateWanLinkStatus(nullptr, false);
         return;
     }
-    if (initWanLinkInfo() != VCFG_OK) {
+    const int32_t built = initWanLinkInfo();
+    building = false;
+    if (built != VCFG_OK) {
         logs::system(LOG_ERR, "Init WAN Link Information Fail\n");
         return;
     }

@@ -7,7 +7,7 @@ import subprocess
 import sys
 import time
 
-from . import isp, logs, net, services
+from . import isp, logs, model, net, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -46,6 +46,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         services.start_tarn(state)
         _await_completion(state)
         net.await_links(state, unplugged)
+        model.apply_configured(state)  # start-up has switched ports off and on, which loses their routes
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
         services.start_dhcpc(state)
@@ -76,12 +77,12 @@ def _down(state):
 def _install_model(state, source):
     try:
         with open(source, encoding="utf-8") as file:
-            model = json.load(file)
+            content = json.load(file)
     except (OSError, ValueError) as problem:
         raise GatewayError(f"{source} is no configuration: {problem}") from None
-    if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
+    if not isinstance(content, dict) or not isinstance(content.get("objects"), dict):
         raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
-    state.model.write_text(json.dumps(model), encoding="utf-8")
+    state.model.write_text(json.dumps(content), encoding="utf-8")
 
 
 def _check_taken(state, source):

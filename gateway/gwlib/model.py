@@ -1,4 +1,7 @@
 """The data model, as vcfgctl inside the gateway reads it."""
+import json
+import re
+
 from . import inside
 from .errors import GatewayError, NobodyAnswers
 from .waiting import until
@@ -37,3 +40,20 @@ def wait(state, condition, seconds):
             now = {}
         values = ", ".join(f"{name}={value}" for name, value in now.items()) or f"there is no {path}"
         raise GatewayError(f"not in {seconds:g} s: {values}")
+
+
+# What a gateway sets up by itself when it starts, and how the model marks what is not of its own but from the network.
+CONFIGURED = (
+    (r"IP\.Interface\.\d+\.IPv4Address\.\d+", "IP.Interface.{i}.IPv4Address.{i}", "AddressingType"),
+    (r"Routing\.Router\.\d+\.IPv4Forwarding\.\d+", "Routing.Router.{i}.IPv4Forwarding.{i}", "Origin"),
+)
+
+
+def apply_configured(state):
+    """Brings the configured addresses and routes into the kernel. A gateway with one wrong
+    route boots all the same."""
+    objects = json.loads(inside.must(state, "vcfgctl", "dump"))["objects"]
+    for form, pattern, origin in CONFIGURED:
+        for path, record in objects.items():
+            if re.fullmatch(form, path) and record.get(origin, "Static") == "Static":
+                inside.run(state, f"/etc/vcfg/hooks/apply/{pattern}", "set", path, text=json.dumps(record))

@@ -10,7 +10,6 @@ WAN = "eth0.5"
 LAN = "eth0.1"
 SFP = "eth0.6"
 BRIDGE = "br0"
-LAN_ADDRESS = "192.168.1.1/24"
 
 
 class Cable(NamedTuple):
@@ -59,7 +58,6 @@ def lay_cables(state, unplugged=()):
         f"link add {BRIDGE} type bridge",
         *(f"link set {name} master {BRIDGE} up" for name in lan),
         f"link set {BRIDGE} up",
-        f"addr add {LAN_ADDRESS} dev {BRIDGE}",
         *(f"link set {name} up" for name in mine if name not in lan),
     )))
     inside.must(state, "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; mkdir -p /run/hw;"

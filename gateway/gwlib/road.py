@@ -1,6 +1,8 @@
 """A road through the gateway, shown while it is travelled: what comes in, what the daemon does about it, and what the
 data model says then. Whoever writes a road asks for things, waits for outcomes and checks them; the view keeps up."""
 import json
+import os
+import signal
 import subprocess
 import sys
 import threading
@@ -30,7 +32,7 @@ class Watch:
     def __init__(self, state):
         words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
         self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
-                                        stdin=subprocess.DEVNULL)
+                                        stdin=subprocess.DEVNULL, start_new_session=True)
         self.lines = []
         threading.Thread(target=self._read, daemon=True).start()
 
@@ -43,7 +45,8 @@ class Watch:
         return lines
 
     def end(self):
-        self.process.kill()
+        """Its child inside the gateway holds this program's standard error: whoever reads that waits for both to end."""
+        os.killpg(self.process.pid, signal.SIGKILL)
         self.process.wait()
 
 
@@ -129,6 +132,8 @@ class Road:
     def title(self, text):
         self.show()
         self.paint("title", f"\n{text}")
+        if self.colour:
+            time.sleep(1)  # someone reads along
 
     def until(self, what, condition, seconds=15):
         """Waits for the outcome with the view going on; an outcome that does not come is a failed check."""

@@ -1,4 +1,5 @@
 """A gateway that goes leaves nothing behind; two of them do not meet; a configuration outlives a power cycle."""
+import json
 import os
 import pathlib
 import signal
@@ -107,3 +108,20 @@ def test_boot_with_a_configuration_of_ones_own(booted, tmp_path):
     booted.up("--config", tmp_path / "model.json")
     assert booted.value("DeviceInfo.ProvisioningCode") == "mine"
     assert booted.get("IP.Interface.*.Enable") == {}
+
+
+def test_configured_addresses_and_routes_are_there_after_boot(booted, tmp_path):
+    (tmp_path / "model.json").write_text(json.dumps({"version": 1, "objects": {
+        "IP.Interface.7": {"Enable": True, "Status": "Up", "X_VORAN_IfName": "eth0.5"},
+        "IP.Interface.7.IPv4Address.2": {"Enable": True, "Status": "Enabled", "IPAddress": "203.0.113.9",
+                                         "SubnetMask": "255.255.255.0"},
+        "IP.Interface.7.IPv4Address.3": {"Enable": True, "Status": "Enabled", "IPAddress": "203.0.113.10",
+                                         "SubnetMask": "255.255.255.0", "AddressingType": "DHCP"},
+        "Routing.Router.1": {"Enable": True},
+        "Routing.Router.1.IPv4Forwarding.4": {"Enable": True, "Status": "Enabled", "DestIPAddress": "10.8.0.0",
+                                              "DestSubnetMask": "255.255.0.0", "GatewayIPAddress": "203.0.113.1",
+                                              "Interface": "IP.Interface.7"}}}))
+    booted.down()
+    booted.up("--config", tmp_path / "model.json")
+    assert "203.0.113.9/24" in booted.addresses() and "203.0.113.10" not in booted.addresses()
+    eventually(lambda: "10.8.0.0/16 via 203.0.113.1 dev eth0.5" in booted.routes())

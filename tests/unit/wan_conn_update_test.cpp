@@ -99,7 +99,7 @@ TEST_F(WanConnTask, PathOf130CharactersIsTaken) {
 }
 
 TEST_F(WanConnTask, LongerPathIsRefusedWithOneLine) {
-    for (const size_t size : {131, 4000}) {
+    for (const size_t size : {131u, 4000u}) {
         gw.forget();
         EXPECT_EQ(tarnWanConnUpdate(std::string(size, 'x').c_str(), 1, kLinkEthernet), -5);
         EXPECT_EQ(gw.log().size(), 1u);
