@@ -1,13 +1,14 @@
 """Booting a gateway and ending it."""
 import json
 import os
+import pathlib
 import shutil
 import signal
 import subprocess
 import sys
 import time
 
-from . import isp, logs, model, net, services
+from . import dual_stack, isp, isp6, logs, model, net, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -34,6 +35,7 @@ def _up(state, config, fresh, say, before_clients):
         _build_world(state)
         net.lay_cables(state)
         isp.start(state)
+        isp6.prepare(state)
         services.start_logd(state)
         services.start_vcmd(state)
         if config is not None:
@@ -46,6 +48,7 @@ def _up(state, config, fresh, say, before_clients):
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
         services.start_dhcpc(state)
+        dual_stack.start(state)
     except BaseException:
         _down(state)
         raise
@@ -71,14 +74,26 @@ def _down(state):
 
 
 def _install_model(state, source):
+    state.model.write_text(json.dumps(_read_model(pathlib.Path(source))), encoding="utf-8")
+
+
+def _read_model(source):
+    """A configuration that extends another one in its folder says only what is different there."""
     try:
-        with open(source, encoding="utf-8") as file:
-            content = json.load(file)
+        model = json.loads(source.read_text(encoding="utf-8"))
     except (OSError, ValueError) as problem:
         raise GatewayError(f"{source} is no configuration: {problem}") from None
-    if not isinstance(content, dict) or not isinstance(content.get("objects"), dict):
+    if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
         raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
-    state.model.write_text(json.dumps(content), encoding="utf-8")
+    base = model.pop("extends", None)
+    if base is not None:
+        if base == source.name:
+            raise GatewayError(f"{source} extends itself")
+        objects = _read_model(source.parent / base)["objects"]
+        for path, record in model["objects"].items():
+            objects[path] = {**objects.get(path, {}), **record}
+        model["objects"] = objects
+    return model
 
 
 def _check_taken(state, source):

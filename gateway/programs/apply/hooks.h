@@ -7,6 +7,12 @@ bool applyIpv4Address(const Change& change);
 bool applyIpv4Forwarding(const Change& change);
 bool applyDhcpv4Client(const Change& change);
 bool applyDnsServer(const Change& change);
+bool applyIpInterface(const Change& change);
+bool applyIpv6Address(const Change& change);
+bool applyIpv6Prefix(const Change& change);
+bool applyRouteInformation(const Change& change);
+bool applyDhcpv6Client(const Change& change);
+bool applyPppInterface(const Change& change);
 
 // The default route through a DHCP lease's router, as the data model has it now.
 bool followLeasedRouter(const std::string& interfacePath);

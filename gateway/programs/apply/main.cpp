@@ -20,6 +20,12 @@ constexpr Hook kHooks[] = {
     {"Routing.Router.{i}.IPv4Forwarding.{i}", applyIpv4Forwarding},
     {"DHCPv4.Client.{i}", applyDhcpv4Client},
     {"DNS.Client.Server.{i}", applyDnsServer},
+    {"IP.Interface.{i}", applyIpInterface},
+    {"IP.Interface.{i}.IPv6Address.{i}", applyIpv6Address},
+    {"IP.Interface.{i}.IPv6Prefix.{i}", applyIpv6Prefix},
+    {"Routing.RouteInformation.InterfaceSetting.{i}", applyRouteInformation},
+    {"DHCPv6.Client.{i}", applyDhcpv6Client},
+    {"PPP.Interface.{i}", applyPppInterface},
 };
 
 struct PutJson {
