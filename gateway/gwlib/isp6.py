@@ -72,7 +72,8 @@ def _serve(state, new):
     for number, router in new["routers"].items():
         _write(state.isp / f"router-{number}.conf", _router_text(number, router) if router["advertise"] else None)
     _write(state.isp / "dhcp6s.conf", _dhcp_text(new["dhcp"]) if new["dhcp"]["serve"] else None)
-    inside.run(state, "ip", "-6", "route", "replace", new["dhcp"]["delegate"], "via", GATEWAY, "dev", "wan0", room="isp")
+    if new["dhcp"]["delegate"]:
+        inside.must(state, "ip", "-6", "route", "replace", new["dhcp"]["delegate"], "via", GATEWAY, "dev", "wan0", room="isp")
     inside.must(state, "/usr/lib/isp/serve6", room="isp")
     if new["dhcp"]["serve"]:
         _await_dhcp(state)
