@@ -97,7 +97,7 @@ bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) 
         }
         return true;
     }
-    endProcess(pidFile, SIGTERM);
+    releaseDhcpv6(device);  // a kept lease would be asked for again as it was
     return write(configurationFile(device), wanted) && startClient("dhcpv6", device);
 }
 
