@@ -78,7 +78,6 @@ def _install_model(state, source):
 
 
 def _read_model(source):
-    """A configuration that extends another one in its folder says only what is different there."""
     try:
         model = json.loads(source.read_text(encoding="utf-8"))
     except (OSError, ValueError) as problem:
@@ -86,14 +85,22 @@ def _read_model(source):
     if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
         raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
     base = model.pop("extends", None)
-    if base is not None:
-        if base == source.name:
-            raise GatewayError(f"{source} extends itself")
-        objects = _read_model(source.parent / base)["objects"]
-        for path, record in model["objects"].items():
+    return model if base is None else {**model, "objects": _extended(source, base, model["objects"])}
+
+
+def _extended(source, base, changes):
+    """A configuration that extends another one of its folder says only what is different: null takes an object, and what
+    is below it, away."""
+    if base == source.name or not isinstance(base, str):
+        raise GatewayError(f"{source} cannot extend {base}")
+    objects = _read_model(source.parent / base)["objects"]
+    gone = tuple(path for path, record in changes.items() if record is None)
+    for path in [path for path in objects if path in gone or path.startswith(tuple(f"{name}." for name in gone))]:
+        del objects[path]
+    for path, record in changes.items():
+        if record is not None:
             objects[path] = {**objects.get(path, {}), **record}
-        model["objects"] = objects
-    return model
+    return objects
 
 
 def _check_taken(state, source):

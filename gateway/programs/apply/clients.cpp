@@ -37,10 +37,16 @@ std::string configurationFile(const std::string& device) {
     return "/run/gateway/dhcpcd-" + device + ".conf";
 }
 
-// A DUID of the hardware address. The client's own way to make one depends on the machine it runs on.
+std::string hardwareAddress(const std::string& device) {
+    const std::string text = content("/sys/class/net/" + device + "/address");
+    return text.substr(0, text.find('\n'));
+}
+
+// A DUID of the hardware address; a PPP link, which has none, takes the LAN bridge's. The client's own way to make one
+// depends on the machine it runs on.
 std::string duid(const std::string& device) {
-    const std::string address = content("/sys/class/net/" + device + "/address");
-    return "00:03:00:01:" + address.substr(0, address.find('\n'));
+    const std::string own = hardwareAddress(device);
+    return "00:03:00:01:" + (own.empty() ? hardwareAddress("br0") : own);
 }
 
 // Advertisements are the listener's business.

@@ -16,3 +16,6 @@ bool applyPppInterface(const Change& change);
 
 // The default route through a DHCP lease's router, as the data model has it now.
 bool followLeasedRouter(const std::string& interfacePath);
+
+// IPv6 on the IP interface that lies on a PPP link which has just come up.
+bool startIpv6Over(const std::string& pppPath);

@@ -4,6 +4,8 @@
 #include "process.h"
 #include "stored.h"
 
+#include <unistd.h>
+
 #include <csignal>
 
 namespace {
@@ -48,7 +50,15 @@ void releaseIpv4(const std::string& path) {
     });
 }
 
+// A PPP link has a device only while it is connected.
+bool exists(const std::string& device) {
+    return access(("/sys/class/net/" + device).c_str(), F_OK) == 0;
+}
+
 bool startIpv6(const std::string& path, const std::string& device, bool renew) {
+    if (!exists(device)) {
+        return true;
+    }
     return acceptAdvertisements(device) && forClients<Dhcpv6Client>(path, [&device, renew](const Dhcpv6Client& client) {
                return client.Status != "Enabled" || runDhcpv6(device, wantsOf(client), renew);
            });
@@ -56,10 +66,24 @@ bool startIpv6(const std::string& path, const std::string& device, bool renew) {
 
 void stopIpv6(const std::string& device) {
     releaseDhcpv6(device);
-    refuseAdvertisements(device);
+    if (exists(device)) {
+        refuseAdvertisements(device);
+    }
 }
 
 }  // namespace
+
+bool startIpv6Over(const std::string& pppPath) {
+    objIndex iid{};
+    while (const auto interface = next<IpInterface>(iid)) {
+        const bool wanted = interface->Enable != 0 && interface->Status == "Up" && interface->IPv6Enable != 0;
+        if (wanted && interface->LowerLayers == pppPath) {
+            const std::string path = "IP.Interface." + std::to_string(iid.idx[0]);
+            return startIpv6(path, deviceOf(path), false);
+        }
+    }
+    return true;
+}
 
 // An interface that comes up starts its clients, one that goes down releases what they hold. To write an interface that
 // is up as it is asks its clients to renew.

@@ -88,6 +88,9 @@ bool applyPppInterface(const Change& change) {
     if (now == "Connecting" && values->flag("Enable")) {
         return dial(*values, link);
     }
+    if (now == "Connected" && before != now && values->flag("IPv6CPEnable")) {
+        return startIpv6Over(change.path);
+    }
     if (now == "Disconnected" && before != now) {
         endProcess(pidFile(link), SIGTERM);
     }
