@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """The road of a dual-stack connection: lease, router advertisement, IPv6 address and prefix; a release, and a renew that
-is answered by the IPv6 side. With --stay the gateway is left running."""
+is answered by the IPv6 side."""
 import pathlib
 import subprocess
 import sys
@@ -69,8 +69,9 @@ def is_connected(road, state):
     road.until("and in the resolver", lambda: settings["dns"] in inside.must(state, "cat", "/etc/resolv.conf"))
     road.until(f"{BRIDGE} has an address of the prefix", lambda: "scope global" in kernel(state, "-6", "addr", "show", BRIDGE))
     road.until("the default route leads to the router", lambda: f"default via {isp6.ROUTERS['1']}" in kernel(state, "-6", "route"))
+    own = settings["delegate"].replace("::/56", "::1")
     road.until("a ping from the LAN's address to the provider's name server comes back", lambda: inside.run(
-        state, "ping", "-6", "-c1", "-W1", "-I", BRIDGE, settings["dns"]).returncode == 0)
+        state, "ping", "-6", "-c1", "-W1", "-I", own, settings["dns"]).returncode == 0)
 
 
 def is_released(road, state):
@@ -88,7 +89,7 @@ def is_renewed(road, state):
     isp6.change_dhcp(state, serve=False)
     requester = Requester(state, RENEW)
     road.until("the lease is bound again", lambda: value(state, "DHCPv4.Client.1.DHCPStatus") == "Bound")
-    road.until("the router advertises itself to the listener again", lambda: value(state, f"{INTERFACE}.Status") == "Up")
+    road.until("the interface is up", lambda: value(state, f"{INTERFACE}.Status") == "Up")
     road.check("the requester still waits: with IPv6 on the interface a lease is not enough", requester.waits())
     isp6.change_dhcp(state, serve=True)
     road.title("5. The DHCPv6 server answers, and that answers the requester")
@@ -96,7 +97,7 @@ def is_renewed(road, state):
     road.check("the address is enabled at that moment", value(state, f"{ADDRESS}.Status") == "Enabled")
 
 
-def main(words):
+def main():
     state = State(REPOSITORY / "build" / "run")
     road = Road("The road of a dual-stack connection")
     boot.down(state)
@@ -111,10 +112,9 @@ def main(words):
         print(f"the road ends here: {problem}", file=sys.stderr)
         status = problem.code
     finally:
-        if "--stay" not in words:
-            boot.down(state)
+        boot.down(state)
     return status
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main())
