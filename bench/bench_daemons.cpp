@@ -19,6 +19,8 @@ constexpr int kWalks = 200;
 constexpr int kEnd = 10;  // instances at each end that are compared
 constexpr int kWarmUp = 20000;
 constexpr int kMessages = 100000;
+constexpr int kClients = 32;
+constexpr int kReports = 500;
 constexpr double kStepTarget = 1.2;
 constexpr long kGrowthTargetKiB = 64;  // a page or two may still be touched for the first time
 
@@ -134,6 +136,70 @@ void sendMessages(int count) {
     free(reply);
 }
 
+void write(uint32_t oid, uint8_t instance, const std::string& parameters) {
+    objIndex parent{};
+    const objIndex iid{1, {instance}};
+    void* record = nullptr;
+    objIndex wanted = iid;
+    if (vcfgFeObjStructGetWithoutUpdate(oid, &wanted, &record) != VCFG_OK) {
+        vcfgFeObjStructAdd(oid, &parent, nullptr);
+    }
+    free(record);
+    if (vcfgFeObjWrite(oid, &iid, parameters.c_str(), VCFG_FE_WRITE_NO_APPLY, nullptr) != VCFG_OK) {
+        fprintf(stderr, "bench: %s is refused\n", parameters.c_str());
+        exit(1);
+    }
+}
+
+std::string filled(const char* text, int number) {
+    std::string result = text;
+    for (size_t at = result.find('#'); at != std::string::npos; at = result.find('#')) {
+        result.replace(at, 1, std::to_string(number));
+    }
+    return result;
+}
+
+void addClients() {
+    write(RDM_OID_RA_INTF_SET, 1, "{}");
+    write(RDM_OID_ROUTING_ROUTER, 1, "{}");
+    for (int i = 1; i <= kClients; ++i) {
+        const auto number = static_cast<uint8_t>(i);
+        const bool onPpp = i % 2 == 0;
+        write(RDM_OID_IP_IFACE, number,
+              filled(R"({"Enable":true,"IPv6Enable":true,"Status":"Up","X_VORAN_IfName":"wan#",)", i) +
+                  filled(onPpp ? R"("LowerLayers":"PPP.Interface.#"})" : R"("LowerLayers":"Ethernet.Link.#"})", i));
+        write(RDM_OID_DHCPV4_CLIENT, number,
+              filled(R"({"Interface":"IP.Interface.#","X_VORAN_PidFile":"/run/c#.pid"})", i));
+        write(RDM_OID_DHCPV6_CLIENT, number,
+              filled(R"({"Interface":"IP.Interface.#","X_VORAN_PidFile":"/run/d#.pid"})", i));
+        write(RDM_OID_PPP_IFACE, number, filled(R"({"X_VORAN_LinkName":"ppp#","ConnectionStatus":"Connecting"})", i));
+    }
+}
+
+// Reports of all clients in turn, every one of them with something new in it.
+void reportRate(const char* name, uint32_t type, const char* report) {
+    const double start = microseconds();
+    for (int i = 0; i < kReports; ++i) {
+        std::string payload = filled(report, i % (kClients / 2) * 2 + (type == VCFG_MSG_PPPD ? 2 : 1));
+        payload.replace(payload.find('@'), 1, std::to_string(i % 250 + 1));
+        send(type, payload);
+    }
+    sendMessages(0);
+    printf("%-44s %8.0f a second with %d clients\n", name, kReports / (microseconds() - start) * 1e6, kClients);
+}
+
+void measureReports() {
+    addClients();
+    reportRate("DHCPv4 leases", VCFG_MSG_DHCPC_BOUND,
+               R"({"addressAssigned":true,"pidfile":"/run/c#.pid","ip":"192.0.2.@","subnet":"255.255.255.0"})");
+    reportRate("PPP ups", VCFG_MSG_PPPD, R"({"state":"up","linkname":"ppp#","ip":"192.0.2.@","remote":"192.0.2.254"})");
+    reportRate("DHCPv6 reports", VCFG_MSG_DHCP6C,
+               R"({"addrAssigned":true,"pidfile":"/run/d#.pid","addr":"2001:db8::@","nameserver":"2001:db8::53"})");
+    reportRate(
+        "router advertisements", VCFG_MSG_RA_INFO,
+        R"({"ifName":"wan#","router_lifetime":1800,"m_flag":128,"router":"fe80::1","prefix":"2001:db8:@::","prefix_len":64})");
+}
+
 bool staysSmall(const char* name, long before, long after) {
     const bool met = before > 0 && after - before <= kGrowthTargetKiB;
     char label[64];
@@ -168,6 +234,10 @@ int main() {
     setenv("VCFG_DATA_DIR", data.c_str(), 1);
     setenv("VCFG_HOOK_DIR", (std::string(directory) + "/hooks").c_str(), 1);
     bench::pinToOneCpu();
+    if (unshare(CLONE_NEWNET) != 0) {  // advertisements change the kernel's routes: not those of this machine
+        perror("a network namespace of its own");
+        return 1;
+    }
 
     bool met = false;
     {
@@ -183,6 +253,7 @@ int main() {
         const Daemon tarn(TARN_PATH);
         await(run + "/eid-2");
         met = memoryDoesNotGrow(vcmd, tarn) && met;
+        measureReports();
     }
     const std::string remove = std::string("rm -rf ") + directory;
     return system(remove.c_str()) == 0 && met ? 0 : 1;

@@ -9,7 +9,6 @@
 #include <vcfg/vcfg.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -25,7 +24,8 @@ namespace {
 
 constexpr int kRealTimePriority = 5;
 
-enum ThreadRole : intptr_t { kUsrConfig = 0, kGround = 1 };
+constexpr int kUsrConfig = 0;
+constexpr int kGround = 1;
 
 constexpr const char* kUsage =
     "usage: tarn [--foreground]\n"
@@ -60,8 +60,8 @@ bool openGroundEndpoint() {
 }
 
 void* _tarn_thread(void* role) {
-    const intptr_t data = reinterpret_cast<intptr_t>(role);
-    VLOG(VLOG_DEBUG, "data = %d\n", static_cast<int>(data));
+    const int data = *static_cast<const int*>(role);
+    VLOG(VLOG_DEBUG, "data = %d\n", data);
     if (data == kUsrConfig) {
         VLOG(VLOG_INFO, "TARN usr config thread starts");
     } else if (data == kGround) {
@@ -70,7 +70,7 @@ void* _tarn_thread(void* role) {
             return nullptr;
         }
     } else {
-        VLOG(VLOG_ERROR, "invalid data = %d", static_cast<int>(data));
+        VLOG(VLOG_ERROR, "invalid data = %d", data);
         return nullptr;
     }
     while (true) {
@@ -78,9 +78,10 @@ void* _tarn_thread(void* role) {
     }
 }
 
-bool startBusThread(ThreadRole role) {
+bool startBusThread(int role) {
+    static int roles[] = {kUsrConfig, kGround};  // the threads read theirs when they begin
     pthread_t thread{};
-    return pthread_create(&thread, nullptr, _tarn_thread, reinterpret_cast<void*>(role)) == 0;
+    return pthread_create(&thread, nullptr, _tarn_thread, &roles[role]) == 0;
 }
 
 bool startBusThreads() {

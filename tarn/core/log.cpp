@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "core/os.h"
@@ -9,17 +11,13 @@
 namespace logs {
 namespace {
 
+// The arguments put into the format; nothing when memory is short.
 std::string formatted(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    if (length <= 0) {
+    char* text = nullptr;
+    if (vasprintf(&text, format, arguments) < 0) {
         return {};
     }
-    std::string text(static_cast<size_t>(length) + 1, '\0');
-    vsnprintf(text.data(), text.size(), format, arguments);
-    text.pop_back();
+    const std::unique_ptr<char, void (*)(void*)> owned(text, free);
     return text;
 }
 

@@ -34,6 +34,17 @@ auto copyOf(const Field& field) {
     return field;
 }
 
+// What the daemon has done so far; the caller holds the guard.
+void forgetRecords() {
+    world().replies.clear();
+    world().requests.clear();
+    world().sleeps.clear();
+    world().commands.clear();
+    world().signals.clear();
+    world().mails.clear();
+    world().log.clear();
+}
+
 void deliver(uint32_t type, const char* bytes, size_t length, Sender from, objIndex iid) {
     vcfg_msg_t header{};
     header.type = type;
@@ -76,13 +87,7 @@ Gateway::Gateway() {
     world().threads.clear();
     world().threadsRefused = false;
     world().mailResult = 0;
-    world().replies.clear();
-    world().requests.clear();
-    world().sleeps.clear();
-    world().commands.clear();
-    world().signals.clear();
-    world().mails.clear();
-    world().log.clear();
+    forgetRecords();
 }
 
 Gateway::~Gateway() {
@@ -227,13 +232,7 @@ std::vector<LogLine> Gateway::log() const {
 void Gateway::forget() {
     inproc::forgetWrites();
     const std::lock_guard lock(world().guard);
-    world().replies.clear();
-    world().requests.clear();
-    world().sleeps.clear();
-    world().commands.clear();
-    world().signals.clear();
-    world().mails.clear();
-    world().log.clear();
+    forgetRecords();
 }
 
 bool Gateway::logged(const std::string& channel, const std::string& text) const {

@@ -33,8 +33,12 @@ typedef struct vcfg_msg {
 } vcfg_msg_t;
 
 /* The payload, mostly a NUL-terminated text, begins right behind the envelope. */
-static inline char *vcfg_msg_payload(vcfg_msg_t *msg) { return (char *)(msg + 1); }
-static inline const char *vcfg_msg_text(const vcfg_msg_t *msg) { return (const char *)(msg + 1); }
+static inline char* vcfg_msg_payload(vcfg_msg_t* msg) {
+    return (char*)(msg + 1);
+}
+static inline const char* vcfg_msg_text(const vcfg_msg_t* msg) {
+    return (const char*)(msg + 1);
+}
 
 #define VCFG_MSG_HEADER_SIZE 56u
 #define VCFG_MSG_PAYLOAD_MAX 65535u
@@ -51,28 +55,28 @@ enum vcfg_eid {
     VCFG_EID_TARN_GROUND = 66
 };
 
-/* Registers the calling thread as endpoint `eid` (1..255). `name` tags its log lines and may be NULL. The first endpoint
-   that a process registers is also that of its threads which register none. Returns 0; VCFG_ERR_RIGHTS when the run
-   directory belongs to somebody else, VCFG_ERR_INVALID, VCFG_ERR_FAIL. */
-int vcfg_msg_eidInit(uint8_t eid, const char *name);
+/* Registers the calling thread as endpoint `eid` (1..255). `name` tags its log lines and may be NULL. The first
+   endpoint that a process registers is also that of its threads which register none. Returns 0; VCFG_ERR_RIGHTS when
+   the run directory belongs to somebody else, VCFG_ERR_INVALID, VCFG_ERR_FAIL. */
+int vcfg_msg_eidInit(uint8_t eid, const char* name);
 
 /* Opens the server socket of the calling thread's endpoint. The newest process to do so serves the endpoint. */
 int vcfg_msg_serverInit(void);
 
-/* Waits up to `timeoutMs` (0: without limit) for a message to the calling thread's endpoint. On 0, *msg is a new message
-   which the caller frees with free(). VCFG_ERR_TIMEOUT, VCFG_ERR_INVALID (no server open), VCFG_ERR_FAIL. */
-int vcfg_msg_serverRecv(vcfg_msg_t **msg, uint32_t timeoutMs);
+/* Waits up to `timeoutMs` (0: without limit) for a message to the calling thread's endpoint. On 0, *msg is a new
+   message which the caller frees with free(). VCFG_ERR_TIMEOUT, VCFG_ERR_INVALID (no server open), VCFG_ERR_FAIL. */
+int vcfg_msg_serverRecv(vcfg_msg_t** msg, uint32_t timeoutMs);
 
 /* Sends a reply to the requester that `dstEid` and `requestId` name, on the connection its request came by; when that
    requester did not wait, to its endpoint as a message. Takes over `msg` (allocated with malloc) whatever the result.
    Never blocks on a requester that does not read: VCFG_ERR_FULL. VCFG_ERR_NO_PEER when it is gone. */
-int vcfg_msg_serverSend(vcfg_msg_t *msg);
+int vcfg_msg_serverSend(vcfg_msg_t* msg);
 
 /* Sends `msg` to its `dstEid`. With `reply`, waits for the answer: on 0 *reply is a new message which the caller frees.
    Without, returns VCFG_DELIVERED (1) as soon as the message is in the receiver's queue. `timeoutMs` bounds the whole
    call, 0 waits without limit; the loss of the peer always ends the wait. Takes over `msg` whatever the result.
    VCFG_ERR_NO_PEER, VCFG_ERR_TIMEOUT, VCFG_ERR_RIGHTS, VCFG_ERR_INVALID. */
-int vcfg_msg_sendAndGetReply(vcfg_msg_t *msg, vcfg_msg_t **reply, uint32_t timeoutMs);
+int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t timeoutMs);
 
 #ifdef __cplusplus
 }

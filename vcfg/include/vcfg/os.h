@@ -13,18 +13,18 @@ enum vlog_level { VLOG_ERROR = 3, VLOG_WARNING = 4, VLOG_INFO = 6, VLOG_DEBUG = 
 /* Non-zero when lines of that level are wanted from this daemon now. */
 int vlog_levelAllow(int level);
 /* Writes one line, tagged with source file (without extension), line and function. */
-void vlog_log_f(int level, const char *source, int line, const char *function, const char *format, ...)
+void vlog_log_f(int level, const char* source, int line, const char* function, const char* format, ...)
     __attribute__((format(printf, 5, 6)));
 
 /* Monotonic time in milliseconds; wraps after 49 days. */
 uint32_t vos_mtime_get(void);
 /* Runs a shell command (`flag` is 1); returns 1 when it ran and its exit status was 0. */
-int vos_system(int flag, const char *command);
+int vos_system(int flag, const char* command);
 
 /* Takes a debug-configuration message: 0 when it was one and has been handled, non-zero for every other message. */
-int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t *msg);
+int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t* msg);
 /* Sends the mail that a JSON request describes; 0 when the server has accepted it. */
-int voUtilMailSend(const char *request);
+int voUtilMailSend(const char* request);
 
 #ifdef __cplusplus
 }

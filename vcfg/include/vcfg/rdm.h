@@ -23,7 +23,9 @@ typedef enum rdm_oid {
 #define RDM_OBJECT(type, id, path) \
     typedef struct type type;      \
     struct type {
-#define RDM_END };
+#define RDM_END \
+    }           \
+    ;
 #define RDM_BOOL(name, access, dflt) uint8_t name;
 #define RDM_INT(name, access, dflt) int32_t name;
 #define RDM_UINT(name, access, dflt) uint32_t name;
@@ -44,11 +46,13 @@ typedef enum rdm_oid {
 #ifdef __cplusplus
 namespace vcfg {
 
-template <class RecordType> struct ObjectId;
-#define RDM_OBJECT(type, id, path)                                   \
-    template <> struct ObjectId<type> {                              \
-        static constexpr uint32_t value = RDM_OID_##id;              \
-        static constexpr const char* pattern = path;                 \
+template <class RecordType>
+struct ObjectId;
+#define RDM_OBJECT(type, id, path)                                       \
+    template <>                                                          \
+    struct ObjectId<type> {                                              \
+        static constexpr uint32_t value = RDM_OID_##id;                  \
+        static constexpr const char* pattern = path;                     \
         static_assert(sizeof(type) <= 32768, "a record fits a message"); \
     };
 #include <vcfg/model/all.def>

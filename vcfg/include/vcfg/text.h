@@ -9,7 +9,8 @@
 
 namespace vcfg {
 
-template <size_t N> struct Text {
+template <size_t N>
+struct Text {
     char bytes[N + 1];
 
     static constexpr size_t capacity = N;

@@ -83,6 +83,7 @@ def main(address):
             continue
         if packet[12:16] == bytes(4):  # not a renewal
             continue
+        time.sleep(0.05)  # the client loses an answer that comes before it has closed the socket it asked from
         server.sendto(grant(packet, address), (sender[0], 68))
         server.close()
         hand_over(packet, sender[0], address)
