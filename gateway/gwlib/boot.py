@@ -1,13 +1,14 @@
 """Booting a gateway and ending it."""
 import json
 import os
+import pathlib
 import shutil
 import signal
 import subprocess
 import sys
 import time
 
-from . import isp, logs, model, net, services
+from . import dual_stack, isp, isp6, logs, model, net, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -35,6 +36,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         _build_world(state)
         net.lay_cables(state, unplugged)
         isp.start(state)
+        isp6.prepare(state)
         services.start_logd(state)
         services.start_vcmd(state)
         if config is not None:
@@ -50,6 +52,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
         services.start_dhcpc(state)
+        dual_stack.start(state)
     except BaseException:
         _down(state)
         raise
@@ -75,14 +78,33 @@ def _down(state):
 
 
 def _install_model(state, source):
+    state.model.write_text(json.dumps(_read_model(pathlib.Path(source))), encoding="utf-8")
+
+
+def _read_model(source):
     try:
-        with open(source, encoding="utf-8") as file:
-            content = json.load(file)
+        model = json.loads(source.read_text(encoding="utf-8"))
     except (OSError, ValueError) as problem:
         raise GatewayError(f"{source} is no configuration: {problem}") from None
-    if not isinstance(content, dict) or not isinstance(content.get("objects"), dict):
+    if not isinstance(model, dict) or not isinstance(model.get("objects"), dict):
         raise GatewayError(f'{source} is no configuration: it needs {{"version": 1, "objects": {{...}}}}')
-    state.model.write_text(json.dumps(content), encoding="utf-8")
+    base = model.pop("extends", None)
+    return model if base is None else {**model, "objects": _extended(source, base, model["objects"])}
+
+
+def _extended(source, base, changes):
+    """A configuration that extends another one of its folder says only what is different: null takes an object, and what
+    is below it, away."""
+    if base == source.name or not isinstance(base, str):
+        raise GatewayError(f"{source} cannot extend {base}")
+    objects = _read_model(source.parent / base)["objects"]
+    gone = tuple(path for path, record in changes.items() if record is None)
+    for path in [path for path in objects if path in gone or path.startswith(tuple(f"{name}." for name in gone))]:
+        del objects[path]
+    for path, record in changes.items():
+        if record is not None:
+            objects[path] = {**objects.get(path, {}), **record}
+    return objects
 
 
 def _check_taken(state, source):

@@ -2,6 +2,7 @@
 data model says then. Whoever writes a road asks for things, waits for outcomes and checks them; the view keeps up."""
 import json
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -10,6 +11,14 @@ import time
 
 from . import inside, logs
 
+# What the daemon says of messages whose content it does not log.
+RECEIVED = {
+    219: "from the DHCPv6 client: a report of address and prefix",
+    221: "from the advertisement listener: a router has advertised itself",
+    1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
+    1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
+}
+MESSAGE = re.compile(r"process msg type = (\d+) ")
 COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
 
 
@@ -114,7 +123,9 @@ class Road:
         if line["channel"] == "syslog" and text.startswith("DHCPC Option "):
             return "in", "from the DHCP client: " + lease_event(text.removeprefix("DHCPC Option "))
         if line["channel"] == "vlog" and line["level"] >= 7:
-            return None
+            message = MESSAGE.match(text)
+            received = RECEIVED.get(int(message[1])) if message else None
+            return ("in", received) if received else None
         return "tarn", f"{text}  ({line['channel']})"
 
     def _of_journal(self, line):

@@ -36,10 +36,8 @@ def start_tarn(state):
 
 
 def start_dhcpc(state):
-    """One real DHCP client on the WAN port; nothing of an environment is left for its hook."""
-    inside.spawn(state, f"dhcpc-{WAN}", "env", "-i", f"PATH={inside.PATH}", "VCFG_RUN_DIR=/run/vcfg",
-                 "udhcpc", "-f", "-i", WAN, "-p", f"/var/run/udhcpc-{WAN}.pid",
-                 "-s", "/usr/share/udhcpc/gateway.script", "-O", "121", "-O", "212", "-t", "4", "-T", "1", "-A", "2")
+    """One real DHCP client on the WAN port."""
+    inside.must(state, "/usr/lib/gateway/start-client", "dhcpv4", WAN)
 
 
 def start_linesim(state):

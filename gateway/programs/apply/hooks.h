@@ -9,8 +9,18 @@ bool applyDhcpv4Client(const Change& change);
 bool applyDnsServer(const Change& change);
 // Ethernet.Link, PTM.Link, ATM.Link.
 bool applyLink(const Change& change);
+bool applyIpInterface(const Change& change);
+bool applyIpv6Address(const Change& change);
+bool applyIpv6Prefix(const Change& change);
+bool applyRouteInformation(const Change& change);
+bool applyDhcpv6Client(const Change& change);
+bool applyPppInterface(const Change& change);
 
 // The default route through a DHCP lease's router, as the data model has it now.
 bool followLeasedRouter(const std::string& interfacePath);
+
+// IPv6 on the IP interface that lies on a PPP link which has just come up.
+bool startIpv6Over(const std::string& pppPath);
+
 // Lets the daemon look at the Internet LED again.
 void tellLed();

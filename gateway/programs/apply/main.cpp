@@ -23,6 +23,12 @@ constexpr Hook kHooks[] = {
     {"Ethernet.Link.{i}", applyLink},
     {"PTM.Link.{i}", applyLink},
     {"ATM.Link.{i}", applyLink},
+    {"IP.Interface.{i}", applyIpInterface},
+    {"IP.Interface.{i}.IPv6Address.{i}", applyIpv6Address},
+    {"IP.Interface.{i}.IPv6Prefix.{i}", applyIpv6Prefix},
+    {"Routing.RouteInformation.InterfaceSetting.{i}", applyRouteInformation},
+    {"DHCPv6.Client.{i}", applyDhcpv6Client},
+    {"PPP.Interface.{i}", applyPppInterface},
 };
 
 struct PutJson {

@@ -1,29 +1,9 @@
 #include "model.h"
 
-#include <vcfg/vcfg.h>
-
-#include <charconv>
-#include <cstdlib>
-#include <memory>
-#include <string_view>
-
 #include "network.h"
+#include "stored.h"
 
 namespace {
-
-constexpr std::string_view kInterfaceTable = "IP.Interface.";
-
-struct Free {
-    void operator()(void* memory) const { free(memory); }
-};
-
-// The stored instance after `iid`; null at the end.
-template <class Object>
-std::unique_ptr<Object, Free> next(objIndex& iid) {
-    void* record = nullptr;
-    const int result = vcfgFeObjStructGetNextWithoutUpdate(vcfg::ObjectId<Object>::value, &iid, &record);
-    return std::unique_ptr<Object, Free>(result == VCFG_OK ? static_cast<Object*>(record) : nullptr);
-}
 
 bool holdsLease(const Dhcpv4Client& client) {
     return client.DHCPStatus == "Bound" || client.DHCPStatus == "Renewing";
@@ -41,23 +21,19 @@ void append(std::vector<std::string>& servers, const std::string& server) {
 }  // namespace
 
 int interfaceNumber(const std::string& path) {
-    int number = 0;
-    if (std::string_view(path).starts_with(kInterfaceTable)) {
-        std::from_chars(path.data() + kInterfaceTable.size(), path.data() + path.size(), number);
-    }
-    return number >= 1 && number <= 255 ? number : 0;
+    return numberIn(path, "IP.Interface.");
 }
 
 std::string deviceOf(const std::string& path) {
-    objIndex iid{};
-    iid.level = 1;
-    iid.idx[0] = static_cast<uint8_t>(interfaceNumber(path));
-    void* record = nullptr;
-    if (iid.idx[0] == 0 || vcfgFeObjStructGetWithoutUpdate(RDM_OID_IP_IFACE, &iid, &record) != VCFG_OK) {
+    const auto interface = stored<IpInterface>(instance(interfaceNumber(path)));
+    if (!interface) {
         return {};
     }
-    const std::unique_ptr<IpInterface, Free> interface(static_cast<IpInterface*>(record));
-    const std::string device = interface->X_VORAN_IfName.c_str();
+    std::string device = interface->X_VORAN_IfName.c_str();
+    if (const int link = numberIn(interface->LowerLayers.c_str(), "PPP.Interface."); device.empty() && link != 0) {
+        const auto ppp = stored<PppInterface>(instance(link));
+        device = ppp ? ppp->X_VORAN_IfName.c_str() : "";
+    }
     return isDevice(device) ? device : std::string();
 }
 

@@ -1,40 +1,22 @@
 #include "network.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <bit>
-#include <cstring>
+
+#include "process.h"
 
 namespace {
 
-int runIp(const std::vector<std::string>& words, bool quiet) {
-    std::vector<char*> arguments{const_cast<char*>("ip")};
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (quiet) {
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    }
-    pid_t child = 0;
-    char path[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
-    char* const environment[] = {path, nullptr};
-    const int problem = posix_spawnp(&child, "ip", &actions, nullptr, arguments.data(), environment);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    return problem != 0 || waitpid(child, &status, 0) < 0 ? -1 : status;
+bool runIp(std::vector<std::string> words, bool quiet) {
+    words.insert(words.begin(), "ip");
+    return run(words, quiet);
 }
 
 }  // namespace
 
 bool ip(const std::vector<std::string>& words) {
-    return runIp(words, false) == 0;
+    return runIp(words, false);
 }
 
 void ipQuietly(const std::vector<std::string>& words) {
@@ -44,6 +26,11 @@ void ipQuietly(const std::vector<std::string>& words) {
 bool isAddress(const std::string& text) {
     in_addr address{};
     return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+bool isIpv6Address(const std::string& text) {
+    in6_addr address{};
+    return inet_pton(AF_INET6, text.c_str(), &address) == 1;
 }
 
 bool isDevice(const std::string& text) {

@@ -12,6 +12,7 @@ bool ip(const std::vector<std::string>& words);
 void ipQuietly(const std::vector<std::string>& words);
 
 bool isAddress(const std::string& text);
+bool isIpv6Address(const std::string& text);
 // A name that a device can have, and that no command takes for an option.
 bool isDevice(const std::string& text);
 // Number of leading ones of a mask in dots; nothing for a text that is no such mask.

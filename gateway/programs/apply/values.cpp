@@ -20,3 +20,12 @@ std::optional<Values> Values::previous() const {
     json_object* const value = member("previous");
     return json_object_is_type(value, json_type_object) ? std::optional(Values(value)) : std::nullopt;
 }
+
+bool Values::agreesWith(const Values& other) const {
+    json_object_object_foreach(other.object_, name, value) {
+        if (!json_object_equal(member(name), value)) {
+            return false;
+        }
+    }
+    return true;
+}

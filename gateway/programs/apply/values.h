@@ -14,6 +14,8 @@ class Values {
     bool flag(const char* name) const { return text(name) == "true" || text(name) == "1"; }
     int number(const char* name) const;
     std::optional<Values> previous() const;
+    // Whether every value of the other one is the same here.
+    bool agreesWith(const Values& other) const;
 
   private:
     json_object* member(const char* name) const;

@@ -1,22 +1,24 @@
-// Hook of the DHCP client: turns its event into the message that the monitor daemon takes.
+// Hook of the clients that bring the gateway its connections: turns an event of theirs into the message that the
+// monitor daemon takes. With --print it writes the payload to standard output instead.
 //
 //   gw-event udhcpc EVENT      the lease is in the environment
-//   gw-event --print udhcpc EVENT   writes the payload to standard output instead
-#include <time.h>
+//   gw-event dhcpcd            so are the reason, the address and the prefix
+//   gw-event pppd SCRIPT ...   one of pppd's scripts, with the arguments that pppd gives it
 #include <vcfg/vcfg.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "delivery.h"
+#include "dhcpv6.h"
+#include "environment.h"
 #include "lease.h"
+#include "ppp.h"
 
 namespace {
-
-constexpr int kAttempts = 50;
-constexpr long kPauseNs = 100000000;  // the daemon may be about to restart
-constexpr uint32_t kTimeoutMs = 5000;
 
 struct Free {
     void operator()(void* memory) const { free(memory); }
@@ -65,35 +67,56 @@ std::vector<WantedOption> wantedOptions(const objIndex& client) {
     }
 }
 
-int send(uint32_t type, const std::string& payload) {
-    const size_t size = VCFG_MSG_HEADER_SIZE + payload.size() + 1;
-    auto* const message = static_cast<vcfg_msg_t*>(calloc(1, size));
-    if (message == nullptr || payload.size() + 1 > VCFG_MSG_PAYLOAD_MAX) {
-        free(message);
-        return VCFG_ERR_INVALID;
+struct Event {
+    uint32_t type;
+    std::string payload;
+};
+using Events = std::vector<Event>;
+
+// A refused or missing offer changes no lease.
+Events leaseEvents(const std::vector<std::string>& arguments) {
+    const auto event = leaseEvent(arguments[0]);
+    if (!event) {
+        return {};
     }
-    message->type = type;
-    message->dstEid = VCFG_EID_TARN;
-    message->length = static_cast<uint16_t>(payload.size() + 1);
-    memcpy(vcfg_msg_payload(message), payload.c_str(), payload.size() + 1);
-    return vcfg_msg_sendAndGetReply(message, nullptr, kTimeoutMs);
+    return {{*event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
+             leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))))}};
 }
 
-int deliver(uint32_t type, const std::string& payload) {
-    int result = VCFG_ERR_NO_PEER;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        result = send(type, payload);
-        if (result != VCFG_ERR_NO_PEER) {
-            break;
+Events dhcpv6Events(const std::vector<std::string>&) {
+    const auto payload = dhcpv6Payload(variable("reason"));
+    return payload ? Events{{VCFG_MSG_DHCP6C, *payload}} : Events{};
+}
+
+Events pppEvents(const std::vector<std::string>& arguments) {
+    Events events;
+    const std::vector<std::string> ofPppd(arguments.begin() + 1, arguments.end());
+    const auto session = arguments[0] == "ip-up" ? sessionPayload() : std::nullopt;
+    for (const auto& payload : {session, pppPayload(arguments[0], ofPppd)}) {
+        if (payload) {
+            events.push_back({VCFG_MSG_PPPD, *payload});
         }
-        const timespec pause{0, kPauseNs};
-        nanosleep(&pause, nullptr);
     }
-    if (result != VCFG_DELIVERED) {
-        fprintf(stderr, "gw-event: the event was not delivered (%d)\n", result);
-        return 1;
+    return events;
+}
+
+struct Client {
+    std::string_view name;
+    size_t arguments;
+    Events (*events)(const std::vector<std::string>&);
+};
+constexpr Client kClients[] = {{"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 6, pppEvents}};
+
+bool report(const Events& events, bool print) {
+    bool done = true;
+    for (const Event& event : events) {
+        if (print) {
+            puts(event.payload.c_str());
+        } else {
+            done = deliver(event.type, event.payload) && done;
+        }
     }
-    return 0;
+    return done;
 }
 
 }  // namespace
@@ -101,18 +124,16 @@ int deliver(uint32_t type, const std::string& payload) {
 int main(int count, char** arguments) {
     const bool print = count > 1 && strcmp(arguments[1], "--print") == 0;
     const int first = print ? 2 : 1;
-    if (count != first + 2 || strcmp(arguments[first], "udhcpc") != 0) {
-        fprintf(stderr, "usage: gw-event [--print] udhcpc EVENT\n");
-        return 2;
+    const std::string_view client = count > first ? arguments[first] : "";
+    const std::vector<std::string> rest(arguments + std::min(first + 1, count), arguments + count);
+    for (const Client& known : kClients) {
+        if (known.name == client && rest.size() >= known.arguments) {
+            return report(known.events(rest), print) ? 0 : 1;
+        }
     }
-    const auto event = leaseEvent(arguments[first + 1]);
-    if (!event) {
-        return 0;  // a refused or missing offer changes no lease
-    }
-    const std::string payload = leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))));
-    if (print) {
-        puts(payload.c_str());
-        return 0;
-    }
-    return deliver(*event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION, payload);
+    fprintf(stderr,
+            "usage: gw-event [--print] udhcpc EVENT\n"
+            "       gw-event [--print] dhcpcd\n"
+            "       gw-event [--print] pppd SCRIPT DEVICE TERMINAL SPEED LOCAL REMOTE [PARAMETER]\n");
+    return 2;
 }

@@ -1,38 +1,14 @@
 #include "lease.h"
 
 #include <arpa/inet.h>
-#include <json-c/json.h>
 
 #include <charconv>
-#include <cstdlib>
-#include <memory>
 
+#include "environment.h"
 #include "option_bytes.h"
+#include "payload.h"
 
 namespace {
-
-struct PutJson {
-    void operator()(json_object* object) const { json_object_put(object); }
-};
-using Json = std::unique_ptr<json_object, PutJson>;
-
-void addText(const Json& to, const char* key, const std::string& value) {
-    json_object_object_add(to.get(), key, json_object_new_string_len(value.data(), static_cast<int>(value.size())));
-}
-
-void addTextIfAny(const Json& to, const char* key, const std::string& value) {
-    if (!value.empty()) {
-        addText(to, key, value);
-    }
-}
-
-void addNumber(const Json& to, const char* key, const std::string& text) {
-    int32_t value = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (!text.empty() && problem == std::errc() && end == text.data() + text.size()) {
-        json_object_object_add(to.get(), key, json_object_new_int(value));
-    }
-}
 
 std::string joined(const std::vector<std::string>& parts, size_t from, const char* between) {
     std::string text;
@@ -80,27 +56,27 @@ std::string nameServers() {
 }
 
 // Option 212 as the client writes it: IPv4 mask width, prefix width, prefix, border relays.
-void addSixRd(const Json& to) {
+void addSixRd(Payload& to) {
     const std::vector<std::string> parts = words(variable("ip6rd"));
     const bool assigned = parts.size() >= 4;
-    json_object_object_add(to.get(), "v6rdAssigned", json_object_new_boolean(assigned));
+    to.flag("v6rdAssigned", assigned);
     if (assigned) {
-        addNumber(to, "v4MaskLen", parts[0]);
-        addNumber(to, "v6PrefixLen", parts[1]);
-        addText(to, "v6Prefix", parts[2]);
-        addText(to, "brAddr", joined(parts, 3, ","));
+        to.number("v4MaskLen", parts[0]);
+        to.number("v6PrefixLen", parts[1]);
+        to.text("v6Prefix", parts[2]);
+        to.text("brAddr", joined(parts, 3, ","));
     }
 }
 
-void addLease(const Json& to, const std::vector<WantedOption>& wanted) {
-    addTextIfAny(to, "ip", variable("ip"));
-    addTextIfAny(to, "subnet", dottedMask());
-    addText(to, "router", defaultRouters());
-    addText(to, "dns", nameServers());
-    addNumber(to, "lease", variable("lease"));
+void addLease(Payload& to, const std::vector<WantedOption>& wanted) {
+    to.textIfAny("ip", variable("ip"));
+    to.textIfAny("subnet", dottedMask());
+    to.text("router", defaultRouters());
+    to.text("dns", nameServers());
+    to.number("lease", variable("lease"));
     addSixRd(to);
     for (const WantedOption& option : wanted) {
-        addTextIfAny(to, option.key.c_str(), optionText(option.tag, optionData(option.tag)));
+        to.textIfAny(option.key.c_str(), optionText(option.tag, optionData(option.tag)));
     }
 }
 
@@ -117,34 +93,15 @@ std::optional<LeaseEvent> leaseEvent(std::string_view word) {
 }
 
 std::string leasePayload(LeaseEvent event, const std::vector<WantedOption>& wanted) {
-    const Json payload(json_object_new_object());
-    json_object_object_add(payload.get(), "addressAssigned", json_object_new_boolean(event != LeaseEvent::Lost));
-    addText(payload, "pidfile", pidFileOf(variable("interface")));
+    Payload payload;
+    payload.flag("addressAssigned", event != LeaseEvent::Lost);
+    payload.text("pidfile", pidFileOf(variable("interface")));
     if (event != LeaseEvent::Lost) {
         addLease(payload, wanted);
     }
-    return json_object_to_json_string_ext(payload.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
+    return payload.str();
 }
 
 std::string pidFileOf(std::string_view device) {
     return "/var/run/udhcpc-" + std::string(device) + ".pid";
-}
-
-std::vector<std::string> words(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    std::vector<std::string> parts;
-    while (true) {
-        const size_t begin = text.find_first_not_of(kBlanks);
-        if (begin == std::string_view::npos) {
-            return parts;
-        }
-        text.remove_prefix(begin);
-        parts.emplace_back(text.substr(0, text.find_first_of(kBlanks)));
-        text.remove_prefix(parts.back().size());
-    }
-}
-
-std::string variable(const char* name) {
-    const char* const value = getenv(name);
-    return value == nullptr ? std::string() : value;
 }

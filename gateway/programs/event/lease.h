@@ -24,8 +24,3 @@ std::string leasePayload(LeaseEvent event, const std::vector<WantedOption>& want
 
 // Path of the pid file of the client on that device.
 std::string pidFileOf(std::string_view device);
-
-// The words of a text that blanks separate.
-std::vector<std::string> words(std::string_view text);
-// A variable of the environment; empty when it is not set.
-std::string variable(const char* name);

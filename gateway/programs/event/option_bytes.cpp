@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "lease.h"
+#include "environment.h"
 
 namespace {
 

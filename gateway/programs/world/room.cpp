@@ -115,7 +115,7 @@ void layRoot(const Room& room, const std::string& place) {
 
 void bindDevices() {
     mountOn("dev", "root/dev", "tmpfs", MS_NOSUID, "mode=755");
-    for (const char* node : {"null", "zero", "full", "random", "urandom", "tty", "net/tun"}) {
+    for (const char* node : {"null", "zero", "full", "random", "urandom", "tty", "net/tun", "ppp"}) {
         const std::string inside = std::string("root/dev/") + node;
         if (access((std::string("/dev/") + node).c_str(), F_OK) == 0) {
             makeDirectories(inside.substr(0, inside.rfind('/')));

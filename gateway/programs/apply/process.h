@@ -1,0 +1,17 @@
+// Programs and processes that the hooks start and signal.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+// Runs the program with these words, no shell between, and waits for it. True when it said that it succeeded.
+bool run(const std::vector<std::string>& words, bool quiet = false);
+
+// The live process whose number the file holds; 0 without one.
+pid_t processOf(const std::string& pidFile);
+// Signals that process, if there is one.
+void signalProcess(const std::string& pidFile, int signal);
+// Signals that process and waits until it has ended. One that does not end in time is killed.
+void endProcess(const std::string& pidFile, int signal);
