@@ -51,7 +51,8 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         model.apply_configured(state)  # start-up has switched ports off and on, which loses their routes
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
-        services.start_dhcpc(state)
+        if net.WAN not in unplugged:  # otherwise its interface starts the client when the link comes up
+            services.start_dhcpc(state)
         dual_stack.start(state)
     except BaseException:
         _down(state)

@@ -37,6 +37,7 @@ Dhcpv6Wants wantsOf(const Dhcpv6Client& client) {
     return {client.RequestAddresses != 0, client.RequestPrefixes != 0, !client.RequestedOptions.empty()};
 }
 
+// A client that released its lease when the interface went down asks for a new one now.
 bool startIpv4(const std::string& path, const std::string& device) {
     return forClients<Dhcpv4Client>(path, [&device](const Dhcpv4Client& client) {
         return startOrRenewDhcpv4(client.X_VORAN_PidFile.c_str(), device);
