@@ -167,8 +167,10 @@ class TestWithSfp:
         idle.wait("Ethernet.Link.1.Status=Up")
 
     def test_sfp_port_takes_over_when_the_copper_port_loses_its_cable(self, idle):
-        idle.cable(SFP, "in")
-        idle.cable_in(WAN)
+        idle.cable_in(SFP)
+        mark = idle.cable_in(WAN)
+        idle.logged(f"Ethernet Wan {SFP} link down", mark)
+        idle.handled()
         mark = idle.mark()
         idle.cable(WAN, "out")
         idle.logged(f"Ethernet Wan {SFP} link up", mark)

@@ -48,6 +48,8 @@ def test_statuses_go_upward_with_their_pauses(booted, resting):
     pauses = [after[1] - before[1] for before, after in zip(at, at[1:])]
     assert [round(pause) for pause in pauses] == [3, 3, 5]
     booted.cable_out()
+    for entry in (10, 11, 12):  # one layer is enough for what follows
+        booted.inside("vcfgctl", "del", f"InterfaceStack.{entry}")
 
 
 @pytest.mark.parametrize(("times", "last", "status", "link"), [(100, "up", "Up", "Up"), (20, "down", "Down", "LowerLayerDown")])
