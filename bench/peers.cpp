@@ -14,8 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 
-extern char** environ;
-
 namespace bench {
 namespace {
 

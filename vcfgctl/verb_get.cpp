@@ -25,7 +25,7 @@ int runGet(const Call& call) {
         std::string why;
         const std::vector<Selection> found = select(path, &why);
         if (found.empty())
-            return refuse(path + ": " + why);
+            return refuse(std::string(path).append(": ").append(why));
         selections.insert(selections.end(), found.begin(), found.end());
     }
     int status = joinBus(call.runDir);

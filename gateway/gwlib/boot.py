@@ -19,13 +19,14 @@ FINISHED = "System: System init finished"
 CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its notice
 
 
-def up(state, config=None, fresh=False, say=print, before_clients=lambda: None):
-    """Boots; `before_clients` is called when the daemon is ready and no lease has been asked for yet."""
+def up(state, config=None, fresh=False, unplugged=(), say=print, before_clients=lambda: None):
+    """Boots, with the cables of the `unplugged` ports out; `before_clients` is called when the daemon is ready and no
+    lease has been asked for yet."""
     with state.alone():
-        _up(state, config, fresh, say, before_clients)
+        _up(state, config, fresh, unplugged, say, before_clients)
 
 
-def _up(state, config, fresh, say, before_clients):
+def _up(state, config, fresh, unplugged, say, before_clients):
     if state.world() is not None:
         raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
     state.prepare(fresh or config is not None)
@@ -33,17 +34,20 @@ def _up(state, config, fresh, say, before_clients):
         _install_model(state, config or DEFAULTS)
     try:
         _build_world(state)
-        net.lay_cables(state)
+        net.lay_cables(state, unplugged)
         isp.start(state)
         isp6.prepare(state)
         services.start_logd(state)
         services.start_vcmd(state)
         if config is not None:
             _check_taken(state, config)
+        net.report_ports(state)
         services.start_linesim(state)
+        net.connect_lines(state)
         services.start_linkd(state)
         services.start_tarn(state)
         _await_completion(state)
+        net.await_links(state, unplugged)
         model.apply_configured(state)  # start-up has switched ports off and on, which loses their routes
         say(f"the gateway runs (state in {state.directory})")
         before_clients()

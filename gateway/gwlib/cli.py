@@ -3,14 +3,14 @@ import argparse
 import json
 import sys
 
-from . import boot, cli_isp6, inside, isp, logs, model, net, services
+from . import boot, cli_isp6, hunt, inside, isp, logs, model, net, services
 from .errors import DONE, GatewayError
 from .state import State
 from .waiting import until
 
 
 def verb_up(state, options):
-    boot.up(state, config=options.config, fresh=options.fresh)
+    boot.up(state, config=options.config, fresh=options.fresh, unplugged=options.unplugged)
 
 
 def verb_down(state, _options):
@@ -51,6 +51,16 @@ def verb_line(state, options):
         if getattr(options, name, None) is not None:
             words += [f"--{name}", getattr(options, name)]
     inside.replace_by(state, words)
+
+
+def verb_hunt(state, options):
+    if options.action in hunt.MODES:
+        hunt.start(state, options.kind, options.action, options.finish_after)
+    elif options.action == "stop":
+        hunt.stop(state, options.kind)
+    else:
+        for message in hunt.received(state, options.kind):
+            print(json.dumps(message))
 
 
 def verb_journal(state, options):
@@ -123,6 +133,7 @@ def parser():
     new = verb("up", verb_up, "boot; returns when start-up has completed")
     new.add_argument("--config", metavar="FILE", help="data model to boot with, in place of the kept one")
     new.add_argument("--fresh", action="store_true", help="boot with the factory defaults")
+    new.add_argument("--unplugged", action="append", default=[], metavar="IFNAME", help="boot with this port's cable out")
     verb("down", verb_down, "stop all of it, leaving nothing behind")
     new = verb("status", verb_status, "what runs")
     new.add_argument("--json", action="store_true")
@@ -139,9 +150,14 @@ def parser():
     new.add_argument("action", choices=("up", "down"))
     new.add_argument("--line", metavar="N")
     new.add_argument("--mode", choices=("atm", "ptm"))
-    for name in ("optical", "usb"):
-        new = verb(name, verb_line, f"bring the {name} link up or down")
-        new.add_argument("action", choices=("up", "down"))
+    new = verb("optical", verb_line, "bring the optical link up or down")
+    new.add_argument("action", choices=("up", "down"))
+    new = verb("usb", verb_line, "bring the cellular link up or down, or take the dongle away")
+    new.add_argument("action", choices=("up", "down", "absent"))
+    new = verb("hunt", verb_hunt, "start a hunting daemon that does as told, stop it, or show what it was sent")
+    new.add_argument("kind", choices=tuple(hunt.EIDS))
+    new.add_argument("action", choices=(*hunt.MODES, "stop", "received"))
+    new.add_argument("--finish-after", type=int, metavar="MS", help="report the end of a hunt after this time")
     new = verb("journal", verb_journal, "the platform commands that the daemon ran, and what they changed")
     new.add_argument("--json", action="store_true", help="JSON lines")
     new.add_argument("--since", type=int, metavar="MARK", help="only what came after that time (see gw mark)")

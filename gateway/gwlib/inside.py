@@ -49,14 +49,15 @@ def spawn(state, name, *command, collect=False, extra=None, room="gateway"):
         raise GatewayError(f"{name} does not start: {done.stderr.strip()}")
 
 
-def hand_over(state, room, device, process):
-    """Moves a network device of the room into the network of a process (numbered as on the host)."""
+def hand_over(state, room, devices, process):
+    """Moves network devices of the room into the network of a process (numbered as on the host)."""
     user = ["-U", "--preserve-credentials"] if os.geteuid() != 0 else []
     words = ["nsenter", "-t", str(state.room(room)), *user, "-n", "--",
-             "ip", "link", "set", device, "netns", str(process)]
-    done = subprocess.run(words, capture_output=True, text=True, check=False)
+             "ip", "-batch", "-"]
+    orders = "\n".join(f"link set {device} netns {process}" for device in devices)
+    done = subprocess.run(words, input=orders, capture_output=True, text=True, check=False)
     if done.returncode != 0:
-        raise GatewayError(f"cannot connect {device}: {done.stderr.strip()}")
+        raise GatewayError(f"cannot connect {', '.join(devices)}: {done.stderr.strip()}")
 
 
 def feed(state, command, data):

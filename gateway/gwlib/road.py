@@ -1,7 +1,9 @@
 """A road through the gateway, shown while it is travelled: what comes in, what the daemon does about it, and what the
 data model says then. Whoever writes a road asks for things, waits for outcomes and checks them; the view keeps up."""
 import json
+import os
 import re
+import signal
 import subprocess
 import sys
 import threading
@@ -17,7 +19,7 @@ RECEIVED = {
     1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
 }
 MESSAGE = re.compile(r"process msg type = (\d+) ")
-COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "ok": "32", "FAIL": "31;1", "title": "1"}
+COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
 
 
 class Tail:
@@ -39,7 +41,7 @@ class Watch:
     def __init__(self, state):
         words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
         self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
-                                        stdin=subprocess.DEVNULL)
+                                        stdin=subprocess.DEVNULL, start_new_session=True)
         self.lines = []
         threading.Thread(target=self._read, daemon=True).start()
 
@@ -52,7 +54,8 @@ class Watch:
         return lines
 
     def end(self):
-        self.process.kill()
+        """Its child inside the gateway holds this program's standard error: whoever reads that waits for both to end."""
+        os.killpg(self.process.pid, signal.SIGKILL)
         self.process.wait()
 
 

@@ -1,4 +1,5 @@
 """What runs inside the gateway, and how each of it is started and stopped."""
+import os
 import pathlib
 
 from . import inside
@@ -43,7 +44,8 @@ def start_linesim(state):
     """The DSL, optical and cellular lines, without a signal until someone gives them one. Where the machine does not let
     us have network devices for them, they exist in the data model alone."""
     devices = inside.run(state, "sh", "-c", "exec 3<>/dev/net/tun").returncode == 0
-    inside.spawn(state, "linesim", "gw-linesim", "serve", *([] if devices else ["--no-devices"]))
+    training = {name: os.environ[name] for name in ("GW_DSL_TRAIN_MS",) if name in os.environ}
+    inside.spawn(state, "linesim", "gw-linesim", "serve", *([] if devices else ["--no-devices"]), extra=training)
     if not until(lambda: inside.run(state, "gw-linesim", "state").returncode == 0, READY_SECONDS):
         raise GatewayError(f"the line simulator did not come up; see {state.log_directory}/linesim.txt")
 

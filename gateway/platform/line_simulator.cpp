@@ -14,6 +14,7 @@
 namespace {
 
 constexpr unsigned sendTimeoutMs = 5000;
+constexpr int mostChannels = 255;
 constexpr const char* opticalServiceMessage = "0x80000122";
 constexpr const char* wanLinkMessage = "0x800003EF";
 // What lines of these kinds carry nowadays, kbit/s: downstream and upstream.
@@ -60,6 +61,25 @@ const char* linkStatus(DslLine::Phase phase) {
     return "Error";
 }
 
+// A line has one channel that takes the mode it carries, of its own number, or a channel for each mode.
+std::string channelOf(const DslLine& line) {
+    const std::string number = std::to_string(line.number);
+    const std::string below = "LowerLayers=DSL.Line." + number;
+    const std::string mode =
+        line.trainedAtm ? "LinkEncapsulationUsed=G.992.3_Annex_K_ATM" : "LinkEncapsulationUsed=G.992.3_Annex_K_PTM";
+    const auto parameters = owner_report::read("'DSL.Channel.*.LowerLayers' 'DSL.Channel.*.LinkEncapsulationUsed'");
+    const auto says = [&parameters](std::string at, const std::string& parameter) {
+        at += parameter;
+        return std::find(parameters.begin(), parameters.end(), at) != parameters.end();
+    };
+    for (int channel = 1; channel <= mostChannels; ++channel) {
+        std::string at = "DSL.Channel." + std::to_string(channel) + ".";
+        if (says(at, below) && says(at, mode))
+            return at;
+    }
+    return "DSL.Channel." + number + ".";
+}
+
 // A line that lost its link keeps saying what it carried; only a new link says otherwise.
 void writeDsl(const DslLine& line) {
     const std::string number = std::to_string(line.number);
@@ -67,7 +87,7 @@ void writeDsl(const DslLine& line) {
     const char* mode = line.trainedAtm ? "ATM" : "PTM";
     const int* rates = line.trainedAtm ? atmRates : ptmRates;
     const std::string lineAt = "DSL.Line." + number + ".";
-    const std::string channelAt = "DSL.Channel." + number + ".";
+    const std::string channelAt = channelOf(line);
     std::vector<std::string> parameters{channelAt + "Status=" + (up ? "Up" : "LowerLayerDown"),
                                         channelAt + "DownstreamCurrRate=" + std::to_string(up ? rates[0] : 0),
                                         channelAt + "UpstreamCurrRate=" + std::to_string(up ? rates[1] : 0)};

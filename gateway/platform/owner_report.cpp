@@ -39,6 +39,20 @@ bool write(const std::vector<std::string>& parameters) {
     return run(std::move(words));
 }
 
+std::vector<std::string> read(const std::string& paths) {
+    std::vector<std::string> parameters;
+    FILE* const answer = popen(("vcfgctl get " + paths).c_str(), "re");
+    if (answer == nullptr)
+        return parameters;
+    char line[1024];
+    while (std::fgets(line, sizeof line, answer) != nullptr) {
+        line[std::strcspn(line, "\n")] = '\0';
+        parameters.emplace_back(line);
+    }
+    pclose(answer);
+    return parameters;
+}
+
 bool tell(const std::string& type, const std::string& payload) {
     std::vector<std::string> words{"vcfgctl", "send", "--to", daemonEndpoint, "--type", type};
     if (!payload.empty()) {

@@ -225,6 +225,7 @@ TEST_F(BusCalls, RepliesGoToTheirRequesterAlsoWhenRequestIdsAreEqual) {
 TEST_F(BusCalls, ManyThreadsCallAtOnce) {
     const Process server(echoServer(kServer, ""));
     std::vector<std::thread> callers;
+    callers.reserve(8);
     std::atomic<int> wrong{0};
     for (int thread = 0; thread < 8; ++thread) {
         callers.emplace_back([thread, &wrong] {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -18,6 +19,11 @@ sockaddr_un addressOf(const std::string& path) {
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
+}
+
+std::string runDirectory() {
+    const char* const directory = getenv("VCFG_RUN_DIR");
+    return directory != nullptr ? directory : "";
 }
 
 int removeEntry(const char* path, const struct stat*, int, FTW*) {
@@ -171,7 +177,7 @@ std::function<void(const Process::Ready&)> echoServer(uint8_t eid, const std::st
 }
 
 BareSocket::BareSocket(uint8_t eid) : socket_(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = addressOf(std::string(getenv("VCFG_RUN_DIR")) + "/eid-" + std::to_string(eid));
+    const sockaddr_un address = addressOf(runDirectory() + "/eid-" + std::to_string(eid));
     connected_ = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 

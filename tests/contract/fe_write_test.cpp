@@ -80,6 +80,7 @@ TEST_F(FeWrite, ABooleanOtherThan0And1IsRefused) {
 
 TEST_F(FeWrite, ATextWithoutEndIsRefused) {
     const auto record = stored();
+    ASSERT_NE(record, nullptr);
     std::memset(record->Alias.bytes, 'x', sizeof record->Alias.bytes);
     expectRefused(at(1), *record);
     EXPECT_EQ(stored()->Alias, "");

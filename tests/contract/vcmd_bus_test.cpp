@@ -38,7 +38,7 @@ std::string memberOf(const std::string& line, const char* name) {
     json_object* object = json_tokener_parse(line.c_str());
     json_object* value = nullptr;
     const bool there = json_object_object_get_ex(object, name, &value);
-    const std::string text = !there ? "(missing)" : value == nullptr ? "(null)" : json_object_get_string(value);
+    std::string text = !there ? "(missing)" : value == nullptr ? "(null)" : json_object_get_string(value);
     json_object_put(object);
     return text;
 }

@@ -17,7 +17,7 @@ std::string member(const std::string& json, const char* name) {
     json_object* object = json_tokener_parse(json.c_str());
     json_object* value = nullptr;
     json_object_object_get_ex(object, name, &value);
-    const std::string text = value != nullptr ? json_object_get_string(value) : "";
+    std::string text = value != nullptr ? json_object_get_string(value) : "";
     json_object_put(object);
     return text;
 }

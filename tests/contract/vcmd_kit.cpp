@@ -31,6 +31,7 @@ std::string content(const fs::path& path) {
     std::vector<std::string> arguments{"vcmd", "--foreground"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);

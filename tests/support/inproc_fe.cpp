@@ -12,7 +12,6 @@ namespace {
 
 using inproc::Operation;
 using vcfg::model::Object;
-using vcfg::model::Resolved;
 using vcfg::store::Store;
 
 struct Fault {

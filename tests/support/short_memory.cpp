@@ -56,11 +56,13 @@ size_t newsSoFar() {
 
 // The linker leads the program's calls of calloc here (--wrap).
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker chose the names
 void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size) {
     return take(callocsLeft) ? __real_calloc(count, size) : nullptr;
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 void* operator new(size_t size) {

@@ -3,7 +3,7 @@ import pytest
 
 from connections import DUAL_STACK, PPP
 from ppp import WHICH
-from support import Gateway
+from support import Gateway, eventually
 
 
 @pytest.fixture(scope="module")
@@ -19,6 +19,8 @@ def leased(gateway):
     """A gateway whose client holds a lease."""
     gateway.wait("DHCPv4.Client.1.DHCPStatus=Bound")
     gateway.wait("IP.Interface.1.IPv4Address.1.Status=Enabled")
+    eventually(lambda: gateway.inside("cat", "/proc/tc3162/led_internet") == "2 0\n")
+    gateway.settle()
     return gateway
 
 

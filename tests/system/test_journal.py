@@ -4,6 +4,11 @@ import pytest
 from support import SHELL_COMMAND, eventually
 
 
+@pytest.fixture(scope="module", autouse=True)
+def quiet(leased):
+    """The lease is there, so that the daemon runs nothing by itself any more."""
+
+
 def run_by_daemon(gateway, command):
     """The journal's lines that the command made."""
     mark = gateway.mark()

@@ -2,6 +2,7 @@
 #include <json-c/json.h>
 #include <vcfg/fe.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -50,7 +51,7 @@ int handOut(uint32_t oid, const std::string& body, void** record) {
         CLIENT_LOG(VLOG_ERROR, "memory for %zu bytes is short", body.size());
         return VCFG_ERR_FAIL;
     }
-    memcpy(copy, body.data(), body.size());
+    std::copy(body.begin(), body.end(), static_cast<char*>(copy));
     *record = copy;
     return VCFG_OK;
 }

@@ -20,8 +20,6 @@
 #include "deadline.h"
 #include "guarded.h"
 
-extern char** environ;
-
 namespace vcfg {
 namespace {
 

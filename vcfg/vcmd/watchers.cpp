@@ -96,12 +96,14 @@ void noteChange(Watchers& watchers, const store::Change& change, const std::stri
 void tellWatchers(Watchers& watchers, bus::Server& server) {
     if (watchers.news.empty())
         return;
-    std::erase_if(watchers.all, [&](const Watchers::Watcher& one) {
-        if (tell(one, server, watchers.news))
-            return false;
-        VCMD_LOG(VLOG_INFO, "endpoint %u watches no more", one.eid);
-        return true;
-    });
+    for (auto one = watchers.all.begin(); one != watchers.all.end();) {
+        if (tell(*one, server, watchers.news)) {
+            ++one;
+            continue;
+        }
+        VCMD_LOG(VLOG_INFO, "endpoint %u watches no more", one->eid);
+        one = watchers.all.erase(one);
+    }
     watchers.news.clear();
 }
 

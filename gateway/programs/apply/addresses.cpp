@@ -27,5 +27,10 @@ bool applyIpv4Address(const Change& change) {
         ipQuietly({"addr", "del", before, "dev", device});
     }
     // The last address takes the routes of its device with it.
-    return (now.empty() || ip({"addr", "replace", now, "dev", device})) && followLeasedRouter(change.path);
+    const bool followed =
+        (now.empty() || ip({"addr", "replace", now, "dev", device})) && followLeasedRouter(change.path);
+    if (before != now) {
+        tellLed();
+    }
+    return followed;
 }

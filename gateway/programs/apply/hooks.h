@@ -7,6 +7,8 @@ bool applyIpv4Address(const Change& change);
 bool applyIpv4Forwarding(const Change& change);
 bool applyDhcpv4Client(const Change& change);
 bool applyDnsServer(const Change& change);
+// Ethernet.Link, PTM.Link, ATM.Link.
+bool applyLink(const Change& change);
 bool applyIpInterface(const Change& change);
 bool applyIpv6Address(const Change& change);
 bool applyIpv6Prefix(const Change& change);
@@ -19,3 +21,6 @@ bool followLeasedRouter(const std::string& interfacePath);
 
 // IPv6 on the IP interface that lies on a PPP link which has just come up.
 bool startIpv6Over(const std::string& pppPath);
+
+// Lets the daemon look at the Internet LED again.
+void tellLed();
