@@ -3,7 +3,7 @@ import json
 
 from . import inside
 from .errors import GatewayError
-from .net import HARDWARE, WAN
+from .net import CABLES, WAN
 from .waiting import until
 
 ROUTERS = {"1": "fe80::1", "2": "fe80::2"}
@@ -101,7 +101,7 @@ def _router_text(number, router):
 
 def _dhcp_text(dhcp):
     lifetimes = f"{dhcp['preferred']} {dhcp['valid']}"
-    lines = [f"duid 00:03:00:01:{HARDWARE[WAN]};"]
+    lines = [f"duid 00:03:00:01:{CABLES[WAN].hardware};"]
     lines += [f"address {dhcp['address']} {lifetimes};"] if dhcp["address"] else []
     lines += [f"prefix {dhcp['delegate']} {lifetimes};"] if dhcp["delegate"] else []
     servers = f"option domain-name-servers {dhcp['dns']};\n" if dhcp["dns"] else ""
