@@ -79,3 +79,14 @@ def test_interface_that_goes_down_and_up_by_itself_does_the_same(connected):
     connected.inside("vcfgctl", "set", f"{INTERFACE}.Status=Up")
     connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled")
     connected.wait(f"{CLIENT}.DHCPStatus=Bound")
+
+
+def test_pulled_cable_takes_both_stacks_down_until_it_is_back(connected):
+    connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled")
+    connected.must("cable", "eth0.5", "out")
+    connected.wait(f"{INTERFACE}.Status=LowerLayerDown")
+    eventually(lambda: not connected.processes("dhcpcd") and connected.get(f"{INTERFACE}.IPv6Prefix.") == {})
+    connected.must("cable", "eth0.5", "in")
+    connected.wait(f"{INTERFACE}.Status=Up")
+    connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled")
+    connected.wait(f"{CLIENT}.DHCPStatus=Bound")

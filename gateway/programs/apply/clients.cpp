@@ -62,8 +62,13 @@ std::string configuration(const std::string& device, const Dhcpv6Wants& wants) {
     return text;
 }
 
-std::string listenerPidFile(const std::string& device) {
-    return "/run/gateway/ra-" + device + ".pid";
+// Pid file of a client from the moment of its start, when it has none of its own yet and does not know its signals.
+std::string startedPidFile(const char* kind, const std::string& device) {
+    return std::string("/run/gateway/") + kind + "-" + device + ".pid";
+}
+
+bool isStarted(const char* kind, const std::string& device) {
+    return processOf(startedPidFile(kind, device)) != 0;
 }
 
 std::string kernelSwitch(const std::string& device, const char* name) {
@@ -83,11 +88,8 @@ bool startClient(const char* kind, const std::string& device) {
 }
 
 bool startOrRenewDhcpv4(const std::string& pidFile, const std::string& device) {
-    if (processOf(pidFile) == 0) {
-        return startClient("dhcpv4", device);
-    }
     signalProcess(pidFile, SIGUSR1);
-    return true;
+    return processOf(pidFile) != 0 || isStarted("dhcpv4", device) || startClient("dhcpv4", device);
 }
 
 std::string dhcpv6PidFile(const std::string& device) {
@@ -96,10 +98,9 @@ std::string dhcpv6PidFile(const std::string& device) {
 
 bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) {
     const std::string wanted = configuration(device, wants);
-    const std::string pidFile = dhcpv6PidFile(device);
-    if (processOf(pidFile) != 0 && content(configurationFile(device)) == wanted) {
+    if (isStarted("dhcpv6", device) && content(configurationFile(device)) == wanted) {
         if (renew) {
-            signalProcess(pidFile, SIGUSR1);
+            signalProcess(dhcpv6PidFile(device), SIGUSR1);
         }
         return true;
     }
@@ -108,16 +109,16 @@ bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) 
 }
 
 void releaseDhcpv6(const std::string& device) {
-    endProcess(dhcpv6PidFile(device), SIGALRM);
+    endProcess(startedPidFile("dhcpv6", device), SIGALRM);
 }
 
 bool acceptAdvertisements(const std::string& device) {
     return forwardIpv6() && write(kernelSwitch(device, "accept_ra"), "2\n") &&  // although it forwards
-           (processOf(listenerPidFile(device)) != 0 || startClient("ra", device));
+           (isStarted("ra", device) || startClient("ra", device));
 }
 
 void refuseAdvertisements(const std::string& device) {
-    endProcess(listenerPidFile(device), SIGTERM);
+    endProcess(startedPidFile("ra", device), SIGTERM);
     write(kernelSwitch(device, "accept_ra"), "0\n");
     ipQuietly({"-6", "route", "flush", "dev", device, "proto", "ra"});
 }

@@ -36,6 +36,7 @@ void waitAMoment() {
 
 bool run(const std::vector<std::string>& words, bool quiet) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
