@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kEndAttempts = 250;
+constexpr int kEndAttempts = 150;
 constexpr long kPauseNs = 20000000;
 
 char* const* environmentOfHooks() {
@@ -77,8 +77,9 @@ void endProcess(const std::string& pidFile, int signal) {
         return;
     }
     kill(process, signal);
-    for (int attempt = 0; attempt < kEndAttempts && kill(process, 0) == 0; ++attempt) {
+    for (int attempt = 0; attempt < kEndAttempts && (kill(process, 0) == 0 || kill(-process, 0) == 0); ++attempt) {
         waitAMoment();
     }
     kill(process, SIGKILL);
+    kill(-process, SIGKILL);
 }
