@@ -9,7 +9,8 @@ import sys
 import threading
 import time
 
-from . import inside, logs
+from . import boot, inside, logs
+from .errors import GatewayError
 
 # What the daemon says of messages whose content it does not log.
 RECEIVED = {
@@ -176,3 +177,18 @@ class Road:
             return 1
         self.paint("ok", f"\nall {self.checks} checks as expected, in {seconds:.1f} s")
         return 0
+
+
+def travel(road, state, *steps):
+    """Boots nothing itself: each step is called with the road and the gateway's state, and the gateway is down before and
+    after. The exit status."""
+    boot.down(state)
+    try:
+        for step in steps:
+            step(road, state)
+        return road.summary()
+    except GatewayError as problem:
+        print(f"the road ends here: {problem}", file=sys.stderr)
+        return problem.code
+    finally:
+        boot.down(state)

@@ -8,9 +8,8 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 from gwlib import boot, inside, isp6, model  # noqa: E402
-from gwlib.errors import GatewayError  # noqa: E402
 from gwlib.net import BRIDGE, WAN  # noqa: E402
-from gwlib.road import Road  # noqa: E402
+from gwlib.road import Road, travel  # noqa: E402
 from gwlib.state import REPOSITORY, State  # noqa: E402
 
 CONFIGURATION = REPOSITORY / "gateway" / "defaults-dual-stack.json"
@@ -98,22 +97,8 @@ def is_renewed(road, state):
 
 
 def main():
-    state = State(REPOSITORY / "build" / "run")
-    road = Road("The road of a dual-stack connection")
-    boot.down(state)
-    status = 1
-    try:
-        boots(road, state)
-        is_connected(road, state)
-        is_released(road, state)
-        is_renewed(road, state)
-        status = road.summary()
-    except GatewayError as problem:
-        print(f"the road ends here: {problem}", file=sys.stderr)
-        status = problem.code
-    finally:
-        boot.down(state)
-    return status
+    return travel(Road("The road of a dual-stack connection"), State(REPOSITORY / "build" / "run"),
+                  boots, is_connected, is_released, is_renewed)
 
 
 if __name__ == "__main__":

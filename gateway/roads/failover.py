@@ -6,9 +6,8 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 from gwlib import boot, inside, isp, logs, model, net  # noqa: E402
-from gwlib.errors import GatewayError  # noqa: E402
 from gwlib.net import WAN  # noqa: E402
-from gwlib.road import Road  # noqa: E402
+from gwlib.road import Road, travel  # noqa: E402
 from gwlib.state import REPOSITORY, State  # noqa: E402
 
 DSL_LINK, DSL_IP = "PTM.Link.1", "IP.Interface.3"
@@ -122,22 +121,8 @@ def cable_comes_out(road, state):
 
 
 def main():
-    state = State(REPOSITORY / "build" / "run-failover")
-    road = FailoverRoad("The road of a fail-over")
-    boot.down(state)
-    status = 1
-    try:
-        boots(road, state)
-        dsl_comes_up(road, state)
-        cable_goes_in(road, state)
-        cable_comes_out(road, state)
-        status = road.summary()
-    except GatewayError as problem:
-        print(f"the road ends here: {problem}", file=sys.stderr)
-        status = problem.code
-    finally:
-        boot.down(state)
-    return status
+    return travel(FailoverRoad("The road of a fail-over"), State(REPOSITORY / "build" / "run-failover"),
+                  boots, dsl_comes_up, cable_goes_in, cable_comes_out)
 
 
 if __name__ == "__main__":
