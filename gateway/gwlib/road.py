@@ -180,7 +180,7 @@ class Road:
 
 
 def travel(road, state, *steps):
-    """Boots nothing itself: each step is called with the road and the gateway's state, and the gateway is down before and
+    """Calls each step, the first of which boots, with the road and the gateway's state; the gateway is down before and
     after. The exit status."""
     boot.down(state)
     try:
