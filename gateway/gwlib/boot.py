@@ -127,7 +127,8 @@ def _build_world(state):
     for room in ROOMS:
         words += ["--room", room]
         if room == "gateway":
-            words += ["--layer", state.build / "gateway" / "root", "--bind", programs, "/usr/lib/tarn/bin",
+            words += ["--layer", state.build / "port" / "linux" / "root", "--layer", state.build / "gateway" / "root",
+                      "--bind", programs, "/usr/lib/tarn/bin",
                       "--bind", state.build / "lib", "/usr/lib/tarn/lib",
                       "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
         if room == "isp":

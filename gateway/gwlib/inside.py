@@ -42,8 +42,9 @@ def must(state, *command, room="gateway", text=None):
 
 
 def spawn(state, name, *command, collect=False, extra=None, room="gateway"):
-    """Starts a service in the background."""
-    words = ["/usr/lib/gateway/gw-spawn", *(["--collect"] if collect else []), name, *command]
+    """Starts a service in the background; the log collector takes its output, or a file."""
+    output = "/run/gateway/output" if collect else f"/var/log/gateway/{name}.txt"
+    words = ["/usr/libexec/tarn/port-spawn", f"/run/gateway/{name}.pid", output, *command]
     done = subprocess.run(entering(state, room, words), env=environment(extra), capture_output=True, text=True, check=False)
     if done.returncode != 0:
         raise GatewayError(f"{name} does not start: {done.stderr.strip()}")

@@ -9,6 +9,7 @@ from .state import inside_number, processes
 from .waiting import until
 
 PRELOAD = "/usr/lib/gateway/libkmonitor.so"
+LINK_FOLDER = "/run/hw/link"
 READY_SECONDS = 10
 
 
@@ -37,7 +38,7 @@ def start_tarn(state):
 
 def start_dhcpc(state):
     """One real DHCP client on the WAN port."""
-    inside.must(state, "/usr/lib/gateway/start-client", "dhcpv4", WAN)
+    inside.must(state, "/usr/libexec/tarn/start-client", "dhcpv4", WAN)
 
 
 def start_linesim(state):
@@ -52,12 +53,13 @@ def start_linesim(state):
 
 def start_linkd(state):
     """What the platform's kernel does: it tells the registered process which port found or lost its link."""
-    inside.spawn(state, "linkd", "gw-linkd")
+    inside.must(state, "mkdir", "-p", LINK_FOLDER)
+    inside.spawn(state, "linkd", "/usr/libexec/tarn/port-linkd", "--link-folder", LINK_FOLDER, "eth0.[0-9]", "atm[0-9]", "ptm[0-9]")
 
 
 STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "linesim": start_linesim, "linkd": start_linkd, "tarn": start_tarn,
             "dhcpc": start_dhcpc}
-PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "linesim": "gw-linesim", "linkd": "gw-linkd", "tarn": "tarn",
+PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "linesim": "gw-linesim", "linkd": "port-linkd", "tarn": "tarn",
             "dhcpc": "udhcpc"}
 
 

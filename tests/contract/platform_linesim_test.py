@@ -120,7 +120,7 @@ def test_line_that_went_down_still_says_what_it_carried(lines):
 
 
 def test_link_monitor_hears_the_line(namespace, receiver, lines):
-    namespace.start("gw-linkd", "--pid-file", receiver.registration)
+    namespace.start("port-linkd", "--pid-file", receiver.registration, "ptm[0-9]", "atm[0-9]")
     lines.ask("gw-linesim", "dsl", "up")
     assert eventually(lambda: receiver.texts() == ["ptm0:up"])
     lines.ask("wan", "adsl", "close")

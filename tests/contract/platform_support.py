@@ -10,6 +10,7 @@ import pytest
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARN_BUILD_DIR", REPOSITORY / "build" / "debug"))
 ROOT = BUILD / "gateway" / "root"
+PORT = BUILD / "port" / "linux" / "root"
 PRELOAD = ROOT / "usr/lib/gateway/libkmonitor.so"
 # A child namespace, also for an ordinary user.
 UNSHARE_NET = ["unshare", "--net"] if os.geteuid() == 0 else ["unshare", "--map-root-user", "--net"]
@@ -17,7 +18,8 @@ UNSHARE_NET = ["unshare", "--net"] if os.geteuid() == 0 else ["unshare", "--map-
 
 def environment(hardware, **more):
     """A clean environment in which the platform's programs work on `hardware`."""
-    path = ":".join(str(ROOT / folder) for folder in ("usr/bin", "usr/sbin", "userfs/bin"))
+    folders = (PORT / "usr/libexec/tarn", ROOT / "usr/bin", ROOT / "usr/sbin", ROOT / "userfs/bin")
+    path = ":".join(map(str, folders))
     return {
         "PATH": f"{path}:/usr/sbin:/usr/bin:/sbin:/bin",
         "GW_LIB_DIR": str(ROOT / "usr/lib/gateway"),

@@ -25,7 +25,7 @@ def run_script(gateway, script, local=None, remote=None, link=LINK, dns=("198.51
         environment.update({f"DNS{number}": server for number, server in enumerate(dns, 1)})
     if script.endswith("down"):
         environment.update(CONNECT_TIME="12", BYTES_SENT="345", BYTES_RCVD="678")
-    program = ["/usr/lib/gateway/gw-event", "--print", "pppd", script] if print_only else [f"/etc/ppp/{script}"]
+    program = ["/usr/libexec/tarn/port-event", "--print", "pppd", script] if print_only else [f"/etc/ppp/{script}"]
     done = gateway.inside("env", "-i", *(f"{name}={value}" for name, value in environment.items()), *program, "ppp0", "eth0.5", "0",
                           local, remote, "gateway")
     if not print_only:

@@ -25,7 +25,7 @@ def test_release_answers_at_once_and_takes_everything_down(connected):
     assert connected.value(f"{CLIENT}.DHCPStatus") == "Release"
     eventually(lambda: connected.get(f"{INTERFACE}.IPv6Address.") == {} and connected.get(f"{INTERFACE}.IPv6Prefix.") == {})
     connected.wait(f"{INTERFACE}.IPv4Address.1.Status=Disabled")
-    eventually(lambda: not connected.processes("dhcpcd") and not connected.processes("gw-rad"))
+    eventually(lambda: not connected.processes("dhcpcd") and not connected.processes("port-rad"))
     eventually(lambda: "scope global" not in kernel(connected) and "inet " not in connected.addresses())
     assert "default" not in connected.inside("ip", "-6", "route")
     ask(connected, RENEW)

@@ -69,7 +69,7 @@ def test_malformed_payload_changes_nothing(quiet, message_type, name):
 @pytest.mark.parametrize("text", NASTY)
 def test_hook_passes_hostile_values_on_as_text(quiet, text):
     words = ["env", "-i", "reason=BOUND6", "interface=eth0.5", f"new_dhcp6_ia_na1_ia_addr1={text}", f"new_dhcp6_ia_pd1_prefix1={text}",
-             f"new_dhcp6_ia_pd1_prefix1_length={text}", f"new_dhcp6_name_servers={text}", "/usr/lib/gateway/gw-event", "--print", "dhcpcd"]
+             f"new_dhcp6_ia_pd1_prefix1_length={text}", f"new_dhcp6_name_servers={text}", "/usr/libexec/tarn/port-event", "--print", "dhcpcd"]
     payload = json.loads(quiet.inside(*words))
     assert payload["addr"] == text and payload["prefix"] == f"{text}/{text}"
     assert nothing_ran(quiet)
@@ -77,7 +77,7 @@ def test_hook_passes_hostile_values_on_as_text(quiet, text):
 
 @pytest.mark.parametrize("reason", ("PREINIT", "CARRIER", "STOPPED", "", "$(reboot)"))
 def test_hook_ignores_what_changes_no_address(quiet, reason):
-    words = ["env", "-i", f"reason={reason}", "interface=eth0.5", "/usr/lib/gateway/gw-event", "--print", "dhcpcd"]
+    words = ["env", "-i", f"reason={reason}", "interface=eth0.5", "/usr/libexec/tarn/port-event", "--print", "dhcpcd"]
     assert quiet.inside(*words) == ""
 
 

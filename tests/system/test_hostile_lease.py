@@ -45,7 +45,7 @@ def test_good_lease_is_taken_after_hostile_ones(leased):
 @pytest.mark.parametrize("text", NASTY)
 def test_hook_passes_hostile_values_on_as_text(leased, text):
     words = ["env", "interface=eth0.5", f"ip={text}", f"router={text}", f"dns={text}", f"staticroutes={text}", f"ip6rd={text}",
-             f"lease={text}", f"mask={text}", f"hostname={text}", "/usr/lib/gateway/gw-event", "--print", "udhcpc", "bound"]
+             f"lease={text}", f"mask={text}", f"hostname={text}", "/usr/libexec/tarn/port-event", "--print", "udhcpc", "bound"]
     payload = json.loads(leased.inside(*words))
     assert payload["ip"] == text
     assert payload["addressAssigned"] is True
@@ -54,20 +54,20 @@ def test_hook_passes_hostile_values_on_as_text(leased, text):
 
 
 def test_hook_ignores_unknown_events(leased):
-    assert leased.run("/usr/lib/gateway/gw-event", "--print", "udhcpc", "$(reboot)").returncode == DONE
+    assert leased.run("/usr/libexec/tarn/port-event", "--print", "udhcpc", "$(reboot)").returncode == DONE
 
 
 def test_hook_keeps_the_routes_before_a_bad_one(leased):
     routes = "10.1.0.0/16 203.0.113.1 10.2.0.0/99 203.0.113.1 10.3.0.0/16 203.0.113.1"
     payload = json.loads(leased.inside("env", "interface=eth0.5", "ip=203.0.113.9", f"staticroutes={routes}",
-                                       "/usr/lib/gateway/gw-event", "--print", "udhcpc", "bound"))
+                                       "/usr/libexec/tarn/port-event", "--print", "udhcpc", "bound"))
     assert payload["opt121"] == "7907100a01cb007101"
 
 
 def test_hook_reads_6rd_parameters(leased):
     payload = json.loads(leased.inside("env", "interface=eth0.5", "ip=203.0.113.9", "mask=24",
                                        "ip6rd=8 32 2001:0db8:0000:0000:0000:0000:0000:0000 203.0.113.2 203.0.113.3",
-                                       "/usr/lib/gateway/gw-event", "--print", "udhcpc", "renew"))
+                                       "/usr/libexec/tarn/port-event", "--print", "udhcpc", "renew"))
     assert payload["v6rdAssigned"] is True
     assert (payload["v4MaskLen"], payload["v6PrefixLen"]) == (8, 32)
     assert payload["v6Prefix"].startswith("2001:0db8:") and payload["brAddr"] == "203.0.113.2,203.0.113.3"

@@ -53,7 +53,7 @@ def test_flags_say_what_the_dhcpv6_client_asks_for(advertised, managed, other):
 
 def test_client_that_may_not_ask_for_an_address_has_none(advertised):
     advertise(advertised, "--managed", "off")
-    eventually(lambda: "ia_na" not in advertised.inside("cat", "/run/gateway/dhcpcd-eth0.5.conf"))
+    eventually(lambda: "ia_na" not in advertised.inside("cat", "/run/tarn/dhcpcd-eth0.5.conf"))
     eventually(lambda: advertised.get("IP.Interface.1.IPv6Address.") == {})
     advertised.wait("IP.Interface.1.IPv6Prefix.1.Status=Enabled")
 
@@ -128,6 +128,6 @@ def test_device_that_takes_no_advertisements_is_left_alone(advertised):
 
 def test_interface_without_ipv6_listens_to_nobody(advertised):
     advertised.inside("vcfgctl", "set", "IP.Interface.1.IPv6Enable=false")
-    eventually(lambda: not advertised.processes("gw-rad") and not advertised.processes("dhcpcd"))
+    eventually(lambda: not advertised.processes("port-rad") and not advertised.processes("dhcpcd"))
     advertised.inside("vcfgctl", "set", "IP.Interface.1.IPv6Enable=true")
-    eventually(lambda: advertised.processes("gw-rad") and advertised.processes("dhcpcd"))
+    eventually(lambda: advertised.processes("port-rad") and advertised.processes("dhcpcd"))

@@ -58,7 +58,7 @@ def test_command_that_is_killed_has_the_signals_status(gateway):
 
 
 def test_daemon_finds_processes_by_name(gateway):
-    gateway.inside("/usr/lib/gateway/gw-spawn", "sleeper", "sleep", "300")
+    gateway.inside("/usr/libexec/tarn/port-spawn", "/run/sleeper.pid", "/dev/null", "sleep", "300")
     eventually(lambda: gateway.processes("sleep"))
     (line,) = run_by_daemon(gateway, "killall sleep")
     assert line["status"] == 0

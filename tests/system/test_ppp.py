@@ -37,7 +37,7 @@ def dual_link(ppp):
 def report(gateway, **keys):
     """What the hook of the link's DHCPv6 client says."""
     values = {"interface": "ppp0", "pid": "4712", "protocol": "dhcp6", **keys}
-    gateway.inside("env", "-i", *(f"{name}={value}" for name, value in values.items()), "/usr/share/dhcpcd/gateway.script")
+    gateway.inside("env", "-i", *(f"{name}={value}" for name, value in values.items()), "/usr/share/dhcpcd/tarn.script")
     gateway.settle()
 
 

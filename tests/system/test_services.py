@@ -60,7 +60,7 @@ def test_killed_vcmd_comes_back_with_the_model_it_had(gateway):
 def test_second_daemon_takes_over(gateway):
     first = gateway.processes("tarn")
     mark = gateway.mark()
-    gateway.inside("/usr/lib/gateway/gw-spawn", "--collect", "tarn2", "env", "LD_PRELOAD=/usr/lib/gateway/libkmonitor.so", "tarn")
+    gateway.inside("/usr/libexec/tarn/port-spawn", "/run/gateway/tarn2.pid", "/run/gateway/output", "env", "LD_PRELOAD=/usr/lib/gateway/libkmonitor.so", "tarn")
     eventually(lambda: starts(gateway, mark) == 1)
     second = set(gateway.processes("tarn")) - set(first)
     assert {registered(gateway)} == second

@@ -101,8 +101,8 @@ void layRoot(const Room& room, const std::string& place) {
     for (const char* part : {"files", "upper", "work", "root"}) {
         makeDirectories(part);
     }
-    if (!room.layer.empty()) {
-        copyTree(room.layer, "upper");
+    for (const std::string& layer : room.layers) {
+        copyTree(layer, "upper");
     }
     for (const auto& [source, inside] : room.binds) {
         makeDirectories("upper" + inside);
@@ -176,7 +176,7 @@ void layPlatformFiles(const std::string& from, const std::string& inside) {
 }
 
 // The kernel's procfs takes no new folders. So /proc is a tmpfs that shows everything of a procfs mounted beside it but
-// the processes, and the platform's own files of the layer. Programs that want processes there run through gw-procfs.
+// the processes, and the platform's own files of the layers. Programs that want processes there run through gw-procfs.
 void layProc() {
     makeDirectories("root/.proc");
     mountOn("proc", "root/.proc", "proc", MS_NOSUID | MS_NOEXEC | MS_NODEV, nullptr);

@@ -7,7 +7,7 @@
 
 struct Room {
     std::string name;
-    std::string layer;                                       // tree laid over the host's root; empty for none
+    std::vector<std::string> layers;                         // trees laid over the host's root, the last one on top
     std::vector<std::pair<std::string, std::string>> binds;  // host directory -> place inside
 };
 

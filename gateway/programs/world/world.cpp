@@ -1,7 +1,7 @@
 // Builds the world of one virtual gateway and stays as its first process: the rooms live in PID namespaces below this
 // one's, so that the end of this process is the end of everything in it.
 //
-//   gw-world STATE --room NAME [--layer DIR] [--bind HOST INSIDE]... [--room ...]...
+//   gw-world STATE --room NAME [--layer DIR]... [--bind HOST INSIDE]... [--room ...]...
 //
 // Returns 0 as soon as all rooms stand. STATE gets NAME.pid of each room and world.pid (as the caller sees the
 // processes).
@@ -43,9 +43,9 @@ std::optional<Plan> readPlan(int count, char** words) {
     for (int i = 2; i < count; ++i) {
         const std::string word = words[i];
         if (word == "--room" && i + 1 < count) {
-            plan.rooms.push_back({words[++i], "", {}});
+            plan.rooms.push_back({words[++i], {}, {}});
         } else if (word == "--layer" && i + 1 < count && !plan.rooms.empty()) {
-            plan.rooms.back().layer = words[++i];
+            plan.rooms.back().layers.emplace_back(words[++i]);
         } else if (word == "--bind" && i + 2 < count && !plan.rooms.empty()) {
             plan.rooms.back().binds.emplace_back(words[i + 1], words[i + 2]);
             i += 2;
@@ -209,7 +209,7 @@ int buildWorld(const Plan& plan) {
 int main(int count, char** words) {
     const std::optional<Plan> plan = readPlan(count, words);
     if (!plan.has_value()) {
-        fprintf(stderr, "usage: gw-world STATE --room NAME [--layer DIR] [--bind HOST INSIDE]...\n");
+        fprintf(stderr, "usage: gw-world STATE --room NAME [--layer DIR]... [--bind HOST INSIDE]...\n");
         return 2;
     }
     try {

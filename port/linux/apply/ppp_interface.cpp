@@ -1,0 +1,98 @@
+#include "clients.h"
+#include "hooks.h"
+#include "network.h"
+#include "process.h"
+#include "stored.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+// A name that is one word to pppd and part of a file's name.
+bool isWord(const std::string& text) {
+    constexpr const char* kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
+    return !text.empty() && text[0] != '.' && text[0] != '-' && text.find_first_not_of(kLetters) == std::string::npos;
+}
+
+// A text that pppd's options file takes as one word; nothing for one that no line can hold.
+std::string quoted(const std::string& text) {
+    std::string word = "\"";
+    for (const char letter : text) {
+        if (static_cast<unsigned char>(letter) < ' ') {
+            return "\"\"";
+        }
+        word += letter == '"' || letter == '\\' ? std::string("\\") + letter : std::string(1, letter);
+    }
+    return word + "\"";
+}
+
+std::string pidFile(const std::string& link) {
+    return "/var/run/ppp-" + link + ".pid";
+}
+
+// Device that the PPPoE frames go over.
+std::string carrier(const std::string& lowerLayers) {
+    const auto link = stored<EthernetLink>(instance(numberIn(lowerLayers, "Ethernet.Link.")));
+    const std::string device = link ? link->Name.c_str() : "";
+    return isDevice(device) ? device : std::string();
+}
+
+bool writeOptions(const Values& values, const std::string& link, const std::string& device) {
+    const std::string path = clientFile("ppp-" + link + ".options");
+    unlink(path.c_str());
+    FILE* const file = fopen(path.c_str(), "wxe");
+    if (file == nullptr) {
+        perror(("port-apply: " + path).c_str());
+        return false;
+    }
+    const bool secret = fchmod(fileno(file), 0600) == 0;
+    fprintf(file, "plugin pppoe.so\nnic-%s\nlinkname %s\nifname %s\n", device.c_str(), link.c_str(),
+            values.text("X_VORAN_IfName").c_str());
+    fprintf(file, "user %s\npassword %s\n", quoted(values.text("Username")).c_str(),
+            quoted(values.text("Password")).c_str());
+    fprintf(file, "nodetach\nnoauth\nnoipdefault\nnodefaultroute\nusepeerdns\nmaxfail 1\n%s",
+            values.flag("IPv6CPEnable") ? "+ipv6\n" : "");
+    return fclose(file) == 0 && secret;
+}
+
+bool dial(const Values& values, const std::string& link) {
+    const std::string device = carrier(values.text("LowerLayers"));
+    if (processOf(pidFile(link)) != 0) {
+        return true;
+    }
+    if (device.empty() || !isWord(values.text("X_VORAN_IfName"))) {
+        fprintf(stderr, "port-apply: %s has no device to dial over, or none to make\n", link.c_str());
+        return false;
+    }
+    if (access("/dev/ppp", F_OK) != 0) {
+        fprintf(stderr, "port-apply: this kernel has no PPP, %s is not dialled\n", link.c_str());
+        return true;
+    }
+    return writeOptions(values, link, device) && startClient("ppp", link);
+}
+
+}  // namespace
+
+bool applyPppInterface(const Change& change) {
+    const std::optional<Values>& values = change.now ? change.now : change.before;
+    const std::string link = values ? values->text("X_VORAN_LinkName") : std::string();
+    if (!isWord(link)) {
+        return true;
+    }
+    const std::string before = change.before ? change.before->text("ConnectionStatus") : "";
+    const std::string now = change.now ? change.now->text("ConnectionStatus") : "Disconnected";
+    if (now == "Connecting" && values->flag("Enable")) {
+        return dial(*values, link);
+    }
+    if (now == "Connected" && before != now && values->flag("IPv6CPEnable")) {
+        return startIpv6Over(change.path);
+    }
+    if (now == "Disconnected" && before != now) {
+        endProcess(pidFile(link), SIGTERM);
+    }
+    return true;
+}

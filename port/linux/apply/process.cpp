@@ -1,0 +1,72 @@
+#include "process.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+constexpr int kEndAttempts = 150;
+constexpr long kPauseNs = 20000000;
+
+void waitAMoment() {
+    const timespec moment{0, kPauseNs};
+    nanosleep(&moment, nullptr);
+}
+
+}  // namespace
+
+bool run(const std::vector<std::string>& words, bool quiet) {
+    std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (quiet) {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    pid_t child = 0;
+    const int problem = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    return problem == 0 && waitpid(child, &status, 0) == child && status == 0;
+}
+
+pid_t processOf(const std::string& pidFile) {
+    FILE* const file = pidFile.empty() ? nullptr : fopen(pidFile.c_str(), "re");
+    if (file == nullptr) {
+        return 0;
+    }
+    int number = 0;
+    const bool read = fscanf(file, "%9d", &number) == 1;
+    fclose(file);
+    return read && number > 1 && kill(number, 0) == 0 ? number : 0;
+}
+
+void signalProcess(const std::string& pidFile, int signal) {
+    const pid_t process = processOf(pidFile);
+    if (process != 0) {
+        kill(process, signal);
+    }
+}
+
+void endProcess(const std::string& pidFile, int signal) {
+    const pid_t process = processOf(pidFile);
+    if (process == 0) {
+        return;
+    }
+    kill(process, signal);
+    for (int attempt = 0; attempt < kEndAttempts && (kill(process, 0) == 0 || kill(-process, 0) == 0); ++attempt) {
+        waitAMoment();
+    }
+    kill(process, SIGKILL);
+    kill(-process, SIGKILL);
+}

@@ -1,0 +1,139 @@
+// Hook of the clients that bring the gateway its connections: turns an event of theirs into the message that the
+// monitor daemon takes. With --print it writes the payload to standard output instead.
+//
+//   port-event udhcpc EVENT      the lease is in the environment
+//   port-event dhcpcd            so are the reason, the address and the prefix
+//   port-event pppd SCRIPT ...   one of pppd's scripts, with the arguments that pppd gives it
+#include <vcfg/vcfg.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "delivery.h"
+#include "dhcpv6.h"
+#include "environment.h"
+#include "lease.h"
+#include "ppp.h"
+
+namespace {
+
+struct Free {
+    void operator()(void* memory) const { free(memory); }
+};
+template <class Object>
+using Record = std::unique_ptr<Object, Free>;
+
+template <class Object>
+Record<Object> next(int result, void* record) {
+    return Record<Object>(result == VCFG_OK ? static_cast<Object*>(record) : nullptr);
+}
+
+// The client instance that this process serves, by its pid file; level 0 when there is none.
+objIndex clientOf(const std::string& pidFile) {
+    objIndex iid{};
+    while (true) {
+        void* found = nullptr;
+        const auto client =
+            next<Dhcpv4Client>(vcfgFeObjStructGetNextWithoutUpdate(RDM_OID_DHCPV4_CLIENT, &iid, &found), found);
+        if (client == nullptr) {
+            return {};
+        }
+        if (client->X_VORAN_PidFile == pidFile) {
+            return iid;
+        }
+    }
+}
+
+// The options whose values the client instance keeps, by the names that it gives them.
+std::vector<WantedOption> wantedOptions(const objIndex& client) {
+    if (client.level == 0) {
+        return {{121, "opt121"}};
+    }
+    std::vector<WantedOption> wanted;
+    objIndex iid{};
+    while (true) {
+        void* found = nullptr;
+        const auto option = next<Dhcpv4ClientReqOption>(
+            vcfgFeSubInStructGetNext(RDM_OID_DHCPV4_CLIENT_REQ_OPT, &client, &iid, &found), found);
+        if (option == nullptr) {
+            return wanted;
+        }
+        if (option->Enable != 0 && !option->Alias.empty()) {
+            wanted.push_back({option->Tag, option->Alias.c_str()});
+        }
+    }
+}
+
+struct Event {
+    uint32_t type;
+    std::string payload;
+};
+using Events = std::vector<Event>;
+
+// A refused or missing offer changes no lease.
+Events leaseEvents(const std::vector<std::string>& arguments) {
+    const auto event = leaseEvent(arguments[0]);
+    if (!event) {
+        return {};
+    }
+    return {{*event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
+             leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))))}};
+}
+
+Events dhcpv6Events(const std::vector<std::string>&) {
+    const auto payload = dhcpv6Payload(variable("reason"));
+    return payload ? Events{{VCFG_MSG_DHCP6C, *payload}} : Events{};
+}
+
+Events pppEvents(const std::vector<std::string>& arguments) {
+    Events events;
+    const std::vector<std::string> ofPppd(arguments.begin() + 1, arguments.end());
+    const auto session = arguments[0] == "ip-up" ? sessionPayload() : std::nullopt;
+    for (const auto& payload : {session, pppPayload(arguments[0], ofPppd)}) {
+        if (payload) {
+            events.push_back({VCFG_MSG_PPPD, *payload});
+        }
+    }
+    return events;
+}
+
+struct Client {
+    std::string_view name;
+    size_t arguments;
+    Events (*events)(const std::vector<std::string>&);
+};
+constexpr Client kClients[] = {{"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 6, pppEvents}};
+
+bool report(const Events& events, bool print) {
+    bool done = true;
+    for (const Event& event : events) {
+        if (print) {
+            puts(event.payload.c_str());
+        } else {
+            done = deliver(event.type, event.payload) && done;
+        }
+    }
+    return done;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const bool print = count > 1 && strcmp(arguments[1], "--print") == 0;
+    const int first = print ? 2 : 1;
+    const std::string_view client = count > first ? arguments[first] : "";
+    const std::vector<std::string> rest(arguments + std::min(first + 1, count), arguments + count);
+    for (const Client& known : kClients) {
+        if (known.name == client && rest.size() >= known.arguments) {
+            return report(known.events(rest), print) ? 0 : 1;
+        }
+    }
+    fprintf(stderr,
+            "usage: port-event [--print] udhcpc EVENT\n"
+            "       port-event [--print] dhcpcd\n"
+            "       port-event [--print] pppd SCRIPT DEVICE TERMINAL SPEED LOCAL REMOTE [PARAMETER]\n");
+    return 2;
+}
