@@ -24,8 +24,9 @@ uint32_t patience(bool refresh) {
 
 // False, reported, when the answer's record is not of this model.
 bool isRecordOf(const model::Object& object, const vcfg::Answer& answer) {
-    if (answer.body.size() == object.size)
+    if (answer.body.size() == object.size) {
         return true;
+    }
     refuse("vcmd has another data model: its record of " + std::string(object.pattern) + " has " +
            std::to_string(answer.body.size()) + " bytes, not " + std::to_string(object.size));
     return false;
@@ -38,8 +39,9 @@ std::string existing(const model::Object& object) {
     objIndex iid{};
     for (unsigned listed = 0; listed <= kMost; ++listed) {
         const vcfg::Answer answer = ask(wire::kNextStored, object.oid, iid);
-        if (answer.code != VCFG_OK)
+        if (answer.code != VCFG_OK) {
             break;
+        }
         iid = answer.iid;
         text.append(listed == 0 ? "" : ", ").append(listed == kMost ? "..." : model::path(object, iid));
     }
@@ -49,12 +51,15 @@ std::string existing(const model::Object& object) {
 int takeOne(const Selection& selection, const objIndex& iid, bool refresh, const TakeRecord& take) {
     const model::Object& object = *selection.object;
     const vcfg::Answer answer = ask(readRequest(refresh), object.oid, iid, {}, patience(refresh));
-    if (answer.code == VCFG_ERR_NOT_FOUND)
+    if (answer.code == VCFG_ERR_NOT_FOUND) {
         return refuse(model::path(object, iid) + ": no such instance" + existing(object));
-    if (answer.code != VCFG_OK)
+    }
+    if (answer.code != VCFG_OK) {
         return reportFailure(answer, model::path(object, iid));
-    if (!isRecordOf(object, answer))
+    }
+    if (!isRecordOf(object, answer)) {
         return kRefused;
+    }
     take(iid, answer.body.data());
     return kDone;
 }
@@ -63,8 +68,9 @@ int takeOne(const Selection& selection, const objIndex& iid, bool refresh, const
 
 MessagePtr newMessage(uint32_t type, std::string_view payload) {
     MessagePtr message(static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + payload.size() + 1)));
-    if (message == nullptr)
+    if (message == nullptr) {
         return nullptr;
+    }
     message->type = type;
     message->length = static_cast<uint16_t>(payload.size());
     memcpy(vcfg_msg_payload(message.get()), payload.data(), payload.size());
@@ -78,11 +84,13 @@ vcfg::Answer ask(wire::Request request, uint32_t oid, const objIndex& iid, std::
 
 int joinBus(const std::string& runDir, uint8_t eid) {
     struct stat status {};
-    if (stat(runDir.c_str(), &status) != 0)
+    if (stat(runDir.c_str(), &status) != 0) {
         return nobodyAnswers("there is no bus in " + runDir + ": " + strerror(errno) + "; is vcmd running?");
+    }
     const int code = vcfg_msg_eidInit(eid, "vcfgctl");
-    if (code == VCFG_ERR_RIGHTS)
+    if (code == VCFG_ERR_RIGHTS) {
         return refuse("the run directory " + runDir + " belongs to somebody else");
+    }
     return code == VCFG_OK ? kDone : refuse("cannot use the run directory " + runDir);
 }
 
@@ -101,8 +109,9 @@ int reportBusFailure(int code, unsigned eid) {
 }
 
 int reportFailure(const vcfg::Answer& answer, const std::string& subject) {
-    if (answer.code == VCFG_ERR_NO_PEER || answer.code == VCFG_ERR_TIMEOUT || answer.code == VCFG_ERR_RIGHTS)
+    if (answer.code == VCFG_ERR_NO_PEER || answer.code == VCFG_ERR_TIMEOUT || answer.code == VCFG_ERR_RIGHTS) {
         return reportBusFailure(answer.code, VCFG_EID_VCMD);
+    }
     const std::string why =
         answer.body.empty() ? "refused with code " + std::to_string(answer.code) : oneLine(answer.body);
     return refuse(why.starts_with(subject) ? why : subject + ": " + why);
@@ -110,21 +119,26 @@ int reportFailure(const vcfg::Answer& answer, const std::string& subject) {
 
 int forEach(const Selection& selection, bool refresh, const TakeRecord& take) {
     objIndex iid{};
-    if (selection.isOne(&iid))
+    if (selection.isOne(&iid)) {
         return takeOne(selection, iid, refresh, take);
+    }
     iid = {};
     for (;;) {
         const vcfg::Answer answer =
             ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {}, patience(refresh));
-        if (answer.code == VCFG_ERR_NOT_FOUND)
+        if (answer.code == VCFG_ERR_NOT_FOUND) {
             return kDone;
-        if (answer.code != VCFG_OK)
+        }
+        if (answer.code != VCFG_OK) {
             return reportFailure(answer, selection.object->pattern);
-        if (!isRecordOf(*selection.object, answer))
+        }
+        if (!isRecordOf(*selection.object, answer)) {
             return kRefused;
+        }
         iid = answer.iid;
-        if (selection.fits(iid))
+        if (selection.fits(iid)) {
             take(iid, answer.body.data());
+        }
     }
 }
 

@@ -32,8 +32,9 @@ void printHelp() {
         "Usage: vcfgctl [--run-dir DIR] [--json] VERB [ARGUMENT...]\n"
         "\n"
         "Reads and writes the device's data model, and sends and receives messages on its bus.\n");
-    for (const Verb& verb : verbs())
+    for (const Verb& verb : verbs()) {
         printf("  %-8s%s\n", verb.name, verb.summary);
+    }
     puts(
         "\n"
         "Options, before or after the verb:\n"
@@ -57,8 +58,9 @@ int wrong(const std::string& why) {
 
 const Verb* findVerb(const char* name) {
     for (const Verb& verb : verbs()) {
-        if (strcmp(verb.name, name) == 0)
+        if (strcmp(verb.name, name) == 0) {
             return &verb;
+        }
     }
     return nullptr;
 }
@@ -67,10 +69,11 @@ const Verb* findVerb(const char* name) {
 // stand behind it.
 int findVerbIndex(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
-        if (strcmp(argv[i], "--run-dir") == 0)
+        if (strcmp(argv[i], "--run-dir") == 0) {
             ++i;
-        else if (argv[i][0] != '-')
+        } else if (argv[i][0] != '-') {
             return i;
+        }
     }
     return 0;
 }
@@ -126,12 +129,14 @@ bool parse(int argc, char** argv, Command& command) {
     int found;
     int index = 0;
     while ((found = getopt_long(argc, argv, ":", table.data(), &index)) != -1) {
-        if (!takeOption(found, table, index, argv[optind - 1], command))
+        if (!takeOption(found, table, index, argv[optind - 1], command)) {
             return false;
+        }
     }
     command.call.operands.assign(argv + optind, argv + argc);
-    if (command.verb != nullptr && !command.call.operands.empty())
+    if (command.verb != nullptr && !command.call.operands.empty()) {
         command.call.operands.erase(command.call.operands.begin());
+    }
     return true;
 }
 
@@ -139,8 +144,9 @@ bool parse(int argc, char** argv, Command& command) {
 
 int main(int argc, char** argv) {
     Command command;
-    if (!parse(argc, argv, command))
+    if (!parse(argc, argv, command)) {
         return kWrongUsage;
+    }
     if (command.version) {
         puts("vcfgctl " TARN_VERSION);
         return kDone;
@@ -149,14 +155,17 @@ int main(int argc, char** argv) {
         command.verb != nullptr ? printHelp(*command.verb) : printHelp();
         return kDone;
     }
-    if (command.verb == nullptr)
+    if (command.verb == nullptr) {
         return wrong("a verb is missing");
-    if (!command.call.runDir.empty())
+    }
+    if (!command.call.runDir.empty()) {
         setenv("VCFG_RUN_DIR", command.call.runDir.c_str(), 1);
-    else
+    } else {
         command.call.runDir = getenv("VCFG_RUN_DIR") != nullptr ? getenv("VCFG_RUN_DIR") : "/run/vcfg";
+    }
     const int status = command.verb->run(command.call);
-    if (fflush(stdout) != 0 && status == kDone)
+    if (fflush(stdout) != 0 && status == kDone) {
         return refuse("standard output cannot be written");
+    }
     return status;
 }

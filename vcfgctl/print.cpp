@@ -35,8 +35,9 @@ std::string headerHex(const vcfg_msg_t& message) {
 
 std::string iidText(const objIndex& iid) {
     std::string text = std::to_string(iid.level) + ":";
-    for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i)
+    for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i) {
         text.append(i > 0 ? "." : "").append(std::to_string(iid.idx[i]));
+    }
     return text;
 }
 
@@ -48,11 +49,13 @@ size_t characterLength(std::string_view text) {
                           : (first & 0xF0) == 0xE0        ? 3
                           : first >= 0xF0 && first < 0xF5 ? 4
                                                           : 0;
-    if (length == 0 || length > text.size())
+    if (length == 0 || length > text.size()) {
         return 0;
+    }
     for (size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80)
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
             return 0;
+        }
     }
     return length;
 }

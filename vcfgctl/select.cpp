@@ -24,13 +24,15 @@ Parts split(std::string_view path) {
 
 // 0 for "*"; nothing when it is no instance number.
 std::optional<uint8_t> instance(std::string_view part) {
-    if (part == "*")
+    if (part == "*") {
         return uint8_t{0};
+    }
     unsigned number = 0;
     for (const char c : part) {
         number = c >= '0' && c <= '9' ? number * 10 + static_cast<unsigned>(c - '0') : 256;
-        if (number > 255)
+        if (number > 255) {
             return std::nullopt;
+        }
     }
     return number == 0 ? std::nullopt : std::optional(static_cast<uint8_t>(number));
 }
@@ -42,8 +44,9 @@ size_t follow(const Parts& pattern, const Parts& parts, Selection& selection) {
     for (; at < pattern.size() && at < parts.size(); ++at) {
         if (pattern[at] == "{i}") {
             const std::optional<uint8_t> number = instance(parts[at]);
-            if (!number)
+            if (!number) {
                 break;
+            }
             selection.wanted[depth++] = *number;
         } else if (pattern[at] != parts[at]) {
             break;
@@ -59,8 +62,9 @@ struct Neighbours {
 };
 
 void add(std::vector<std::string>& names, std::string name) {
-    if (std::find(names.begin(), names.end(), name) == names.end())
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
         names.push_back(std::move(name));
+    }
 }
 
 Neighbours neighbours(const Parts& parts) {
@@ -69,15 +73,19 @@ Neighbours neighbours(const Parts& parts) {
         const Parts pattern = split(object.pattern);
         Selection ignored{};
         const size_t known = follow(pattern, parts, ignored);
-        if (known < found.known)
+        if (known < found.known) {
             continue;
-        if (known > found.known)
+        }
+        if (known > found.known) {
             found = {known, {}};
-        if (known < pattern.size())
+        }
+        if (known < pattern.size()) {
             add(found.names, pattern[known] == "{i}" ? "an instance number or *" : std::string(pattern[known]) + ".");
+        }
         for (const model::Parameter& parameter : object.parameters) {
-            if (known == pattern.size())
+            if (known == pattern.size()) {
                 add(found.names, parameter.name);
+            }
         }
     }
     return found;
@@ -92,8 +100,9 @@ bool alike(std::string_view name, std::string_view wanted) {
 
 bool Selection::fits(const objIndex& iid) const {
     for (size_t i = 0; i < iid.level; ++i) {
-        if (wanted[i] != 0 && wanted[i] != iid.idx[i])
+        if (wanted[i] != 0 && wanted[i] != iid.idx[i]) {
             return false;
+        }
     }
     return true;
 }
@@ -101,8 +110,9 @@ bool Selection::fits(const objIndex& iid) const {
 bool Selection::isOne(objIndex* iid) const {
     *iid = {};
     for (size_t i = 0; i < object->depth; ++i) {
-        if (wanted[i] == 0)
+        if (wanted[i] == 0) {
             return false;
+        }
         iid->idx[iid->level++] = wanted[i];
     }
     return true;
@@ -120,33 +130,40 @@ std::vector<Selection> select(std::string_view path, std::string* why) {
             found.push_back(selection);
         } else if (!subtree && known == pattern.size() && parts.size() == known + 1) {
             selection.parameter = find(object, parts.back());
-            if (selection.parameter != nullptr)
+            if (selection.parameter != nullptr) {
                 found.push_back(selection);
+            }
         }
     }
-    if (found.empty())
+    if (found.empty()) {
         *why = suggestion(path);
+    }
     return found;
 }
 
 std::string suggestion(std::string_view path) {
     const Parts parts = split(path);
     Neighbours near = neighbours(parts);
-    if (near.known == parts.size() && !parts.empty() && !path.ends_with('.'))
+    if (near.known == parts.size() && !parts.empty() && !path.ends_with('.')) {
         return "is no parameter; \"" + std::string(path) + ".\" is all that is below it";
+    }
     std::string known;
-    for (size_t i = 0; i < near.known; ++i)
+    for (size_t i = 0; i < near.known; ++i) {
         known.append(parts[i]).append(".");
+    }
     std::vector<std::string> best;
     for (const std::string& name : near.names) {
-        if (near.known < parts.size() && alike(name, parts[near.known]))
+        if (near.known < parts.size() && alike(name, parts[near.known])) {
             best.push_back(name);
+        }
     }
-    if (!best.empty())
+    if (!best.empty()) {
         near.names.swap(best);
+    }
     std::string text = "there is no such path; " + (known.empty() ? "the model" : known) + " has ";
-    for (size_t i = 0; i < near.names.size() && i < kMostSuggestions; ++i)
+    for (size_t i = 0; i < near.names.size() && i < kMostSuggestions; ++i) {
         text.append(i > 0 ? ", " : "").append(near.names[i]);
+    }
     return text + (near.names.size() > kMostSuggestions ? ", ..." : "");
 }
 

@@ -9,8 +9,9 @@ namespace vcfgctl {
 const std::string* Call::option(const char* name) const {
     const std::string* found = nullptr;
     for (const auto& [given, value] : options) {
-        if (given == name)
+        if (given == name) {
             found = &value;
+        }
     }
     return found;
 }
@@ -34,20 +35,23 @@ bool parseNumber(const std::string& text, uint64_t most, uint64_t* number) {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const std::string digits = hex ? text.substr(2) : text;
     const char* accepted = hex ? "0123456789abcdefABCDEF" : "0123456789";
-    if (digits.empty() || digits.find_first_not_of(accepted) != std::string::npos)
+    if (digits.empty() || digits.find_first_not_of(accepted) != std::string::npos) {
         return false;
+    }
     errno = 0;
     const unsigned long long value = strtoull(digits.c_str(), nullptr, hex ? 16 : 10);
-    if (errno != 0 || value > most)
+    if (errno != 0 || value > most) {
         return false;
+    }
     *number = value;
     return true;
 }
 
 bool numberOption(const Call& call, const char* name, uint64_t most, uint64_t* number) {
     const std::string* text = call.option(name);
-    if (text == nullptr || parseNumber(*text, most, number))
+    if (text == nullptr || parseNumber(*text, most, number)) {
         return true;
+    }
     wrongUsage(call,
                "--" + std::string(name) + " takes a number up to " + std::to_string(most) + ", not \"" + *text + "\"");
     return false;

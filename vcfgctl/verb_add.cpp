@@ -12,8 +12,9 @@ namespace vcfgctl {
 namespace model = vcfg::model;
 
 int runAdd(const Call& call) {
-    if (call.operands.size() != 1)
+    if (call.operands.size() != 1) {
         return wrongUsage(call, "takes one table's path");
+    }
     const std::string& path = call.operands.front();
     const std::optional<model::ResolvedTable> table = model::resolveTable(path);
     if (!table) {
@@ -22,11 +23,13 @@ int runAdd(const Call& call) {
                       (where ? "is no table; a table's path ends before the instance number" : suggestion(path)));
     }
     const int status = joinBus(call.runDir);
-    if (status != kDone)
+    if (status != kDone) {
         return status;
+    }
     const vcfg::Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
-    if (answer.code != VCFG_OK)
+    if (answer.code != VCFG_OK) {
         return reportFailure(answer, path);
+    }
     const std::string added = model::path(*table->object, answer.iid);
     if (!call.json) {
         puts(added.c_str());

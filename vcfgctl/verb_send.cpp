@@ -31,8 +31,9 @@ bool parseIid(const std::string& text, objIndex* iid) {
     while (at <= text.size()) {
         const size_t dot = text.find('.', at);
         uint64_t number = 0;
-        if (iid->level == sizeof iid->idx || !parseNumber(text.substr(at, dot - at), 255, &number))
+        if (iid->level == sizeof iid->idx || !parseNumber(text.substr(at, dot - at), 255, &number)) {
             return false;
+        }
         iid->idx[iid->level++] = static_cast<uint8_t>(number);
         at = dot == text.npos ? text.size() + 1 : dot + 1;
     }
@@ -41,15 +42,18 @@ bool parseIid(const std::string& text, objIndex* iid) {
 
 bool readFile(const std::string& name, std::string* content) {
     FILE* file = name == "-" ? stdin : fopen(name.c_str(), "re");
-    if (file == nullptr)
+    if (file == nullptr) {
         return false;
+    }
     char buffer[4096];
     size_t count;
-    while ((count = fread(buffer, 1, sizeof buffer, file)) > 0 && content->size() <= VCFG_MSG_PAYLOAD_MAX)
+    while ((count = fread(buffer, 1, sizeof buffer, file)) > 0 && content->size() <= VCFG_MSG_PAYLOAD_MAX) {
         content->append(buffer, count);
+    }
     const bool good = ferror(file) == 0;
-    if (file != stdin)
+    if (file != stdin) {
         fclose(file);
+    }
     return good;
 }
 
@@ -57,35 +61,44 @@ bool readFile(const std::string& name, std::string* content) {
 int takePayload(const Call& call, Request& request) {
     const std::string* text = call.option("payload");
     const std::string* file = call.option("payload-file");
-    if (text != nullptr && file != nullptr)
+    if (text != nullptr && file != nullptr) {
         return wrongUsage(call, "takes --payload or --payload-file, not both");
-    if (text != nullptr)
+    }
+    if (text != nullptr) {
         request.payload = *text + '\0';
-    if (file != nullptr && !readFile(*file, &request.payload))
+    }
+    if (file != nullptr && !readFile(*file, &request.payload)) {
         return refuse(*file + ": " + strerror(errno));
-    if (request.payload.size() > VCFG_MSG_PAYLOAD_MAX)
+    }
+    if (request.payload.size() > VCFG_MSG_PAYLOAD_MAX) {
         return refuse("the payload is too long; a message takes " + std::to_string(VCFG_MSG_PAYLOAD_MAX) + " bytes");
+    }
     return kDone;
 }
 
 int takeOptions(const Call& call, Request& request) {
-    if (!call.operands.empty())
+    if (!call.operands.empty()) {
         return wrongUsage(call, "\"" + oneLine(call.operands.front()) + "\" is too much; a text goes behind --payload");
-    if (call.option("to") == nullptr || call.option("type") == nullptr)
+    }
+    if (call.option("to") == nullptr || call.option("type") == nullptr) {
         return wrongUsage(call, "--to and --type are needed");
+    }
     request.requestId = static_cast<uint64_t>(getpid());
     request.reply = call.option("reply") != nullptr;
     if (!numberOption(call, "to", 255, &request.to) || !numberOption(call, "type", UINT32_MAX, &request.type) ||
         !numberOption(call, "from", 255, &request.from) || !numberOption(call, "oid", UINT32_MAX, &request.oid) ||
         !numberOption(call, "request-id", UINT32_MAX, &request.requestId) ||
-        !numberOption(call, "timeout", UINT32_MAX, &request.timeoutMs))
+        !numberOption(call, "timeout", UINT32_MAX, &request.timeoutMs)) {
         return kWrongUsage;
-    if (request.to == 0 || request.from == 0)
+    }
+    if (request.to == 0 || request.from == 0) {
         return wrongUsage(call, "endpoints are 1 to 255");
+    }
     const std::string* iid = call.option("iid");
-    if (iid != nullptr && !parseIid(*iid, &request.iid))
+    if (iid != nullptr && !parseIid(*iid, &request.iid)) {
         return wrongUsage(call,
                           "--iid takes up to six instance numbers with dots between, not \"" + oneLine(*iid) + "\"");
+    }
     return takePayload(call, request);
 }
 
@@ -103,11 +116,12 @@ MessagePtr toMessage(const Request& request) {
 
 void printReply(const vcfg_msg_t& reply, bool json) {
     const char* payload = vcfg_msg_text(&reply);
-    if (json)
+    if (json) {
         printMessage(reply);
-    else
+    } else {
         printf("type=0x%08x statCode=%u payload=%s\n", reply.type, reply.statCode,
                oneLine({payload, strnlen(payload, reply.length)}).c_str());
+    }
 }
 
 }  // namespace
@@ -115,21 +129,26 @@ void printReply(const vcfg_msg_t& reply, bool json) {
 int runSend(const Call& call) {
     Request request;
     int status = takeOptions(call, request);
-    if (status == kDone)
+    if (status == kDone) {
         status = joinBus(call.runDir, static_cast<uint8_t>(request.from));
-    if (status != kDone)
+    }
+    if (status != kDone) {
         return status;
+    }
     MessagePtr message = toMessage(request);
-    if (message == nullptr)
+    if (message == nullptr) {
         return refuse("memory is short");
+    }
     vcfg_msg_t* reply = nullptr;
     const int code = vcfg_msg_sendAndGetReply(message.release(), request.reply ? &reply : nullptr,
                                               static_cast<uint32_t>(request.timeoutMs));
     const MessagePtr owned(reply);
-    if (code != (request.reply ? VCFG_OK : VCFG_DELIVERED))
+    if (code != (request.reply ? VCFG_OK : VCFG_DELIVERED)) {
         return reportBusFailure(code, static_cast<unsigned>(request.to));
-    if (reply != nullptr)
+    }
+    if (reply != nullptr) {
         printReply(*reply, call.json);
+    }
     return kDone;
 }
 

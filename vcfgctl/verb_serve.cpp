@@ -20,20 +20,25 @@ struct Service {
 };
 
 int takeOptions(const Call& call, Service& service) {
-    if (call.operands.size() != 1 || !parseNumber(call.operands.front(), 255, &service.eid) || service.eid == 0)
+    if (call.operands.size() != 1 || !parseNumber(call.operands.front(), 255, &service.eid) || service.eid == 0) {
         return wrongUsage(call, "takes one endpoint, 1 to 255");
+    }
     if (!numberOption(call, "count", UINT32_MAX, &service.count) ||
-        !numberOption(call, "timeout", INT_MAX, &service.timeoutMs))
+        !numberOption(call, "timeout", INT_MAX, &service.timeoutMs)) {
         return kWrongUsage;
+    }
     const std::string* reply = call.option("reply");
-    if (reply == nullptr)
+    if (reply == nullptr) {
         return kDone;
+    }
     const size_t colon = reply->find(':');
-    if (!parseNumber(reply->substr(0, colon), UINT32_MAX, &service.statCode))
+    if (!parseNumber(reply->substr(0, colon), UINT32_MAX, &service.statCode)) {
         return wrongUsage(call, "--reply takes STATCODE or STATCODE:TEXT, not \"" + oneLine(*reply) + "\"");
+    }
     service.text = colon == reply->npos ? "" : reply->substr(colon + 1);
-    if (service.text.size() >= VCFG_MSG_PAYLOAD_MAX)
+    if (service.text.size() >= VCFG_MSG_PAYLOAD_MAX) {
         return refuse("the reply's text is too long");
+    }
     return kDone;
 }
 
@@ -41,16 +46,18 @@ int takeOptions(const Call& call, Service& service) {
 // waiting for it gets it as a message to its endpoint.
 void answer(bus::Server& server, bus::ConnectionId from, const vcfg_msg_t& message, const Service& service) {
     const MessagePtr reply = newMessage(message.type, service.text + '\0');
-    if (reply == nullptr)
+    if (reply == nullptr) {
         return;
+    }
     reply->srcEid = static_cast<uint8_t>(service.eid);
     reply->dstEid = message.srcEid;
     reply->requestId = message.requestId;
     reply->statCode = static_cast<uint32_t>(service.statCode);
     reply->objIid = message.objIid;
     const int code = server.answer(from, *reply);
-    if (code == VCFG_ERR_NO_PEER && (message.type & VCFG_MSG_NO_REPLY) == 0)
+    if (code == VCFG_ERR_NO_PEER && (message.type & VCFG_MSG_NO_REPLY) == 0) {
         bus::deliverNow(*reply);
+    }
 }
 
 int receive(bus::Server& server, const Service& service) {
@@ -80,14 +87,17 @@ int receive(bus::Server& server, const Service& service) {
 int runServe(const Call& call) {
     Service service;
     int status = takeOptions(call, service);
-    if (status == kDone)
+    if (status == kDone) {
         status = joinBus(call.runDir, static_cast<uint8_t>(service.eid));
-    if (status != kDone)
+    }
+    if (status != kDone) {
         return status;
+    }
     int code = VCFG_OK;
     const std::unique_ptr<bus::Server> server = bus::Server::open(static_cast<uint8_t>(service.eid), &code);
-    if (server == nullptr)
+    if (server == nullptr) {
         return refuse("endpoint " + std::to_string(service.eid) + " cannot be served in " + call.runDir);
+    }
     return receive(*server, service);
 }
 

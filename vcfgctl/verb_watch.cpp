@@ -24,13 +24,15 @@ struct Watch {
 
 int takeOptions(const Call& call, Watch& watch) {
     if (!numberOption(call, "count", UINT32_MAX, &watch.count) ||
-        !numberOption(call, "timeout", UINT32_MAX, &watch.timeoutMs))
+        !numberOption(call, "timeout", UINT32_MAX, &watch.timeoutMs)) {
         return kWrongUsage;
+    }
     for (const std::string& path : call.operands) {
         std::string why;
         // The path of an object itself is good too: its coming and going can be watched.
-        if (select(path, &why).empty() && select(path + ".", &why).empty())
+        if (select(path, &why).empty() && select(path + ".", &why).empty()) {
             return refuse(path + ": " + suggestion(path));
+        }
         watch.patterns.append(path == "." ? "" : path).append("\n");
     }
     return kDone;
@@ -82,14 +84,17 @@ int follow(const Call& call, const Watch& watch) {
     while (watch.count == 0 || seen < watch.count) {
         bus::MessagePtr message;
         const int code = bus::nextFrom(VCFG_EID_VCMD, deadline, &message);
-        if (code == VCFG_ERR_TIMEOUT)
+        if (code == VCFG_ERR_TIMEOUT) {
             return watch.count == 0 ? kDone
                                     : refuse("the time is up; " + std::to_string(seen) + " of " +
                                              std::to_string(watch.count) + " changes have come");
-        if (code != VCFG_OK)
+        }
+        if (code != VCFG_OK) {
             return nobodyAnswers("vcmd has closed the watch, or has ended");
-        if (message->type == vcfg::wire::kChange)
+        }
+        if (message->type == vcfg::wire::kChange) {
             seen += printChanges(*message, watch.count == 0 ? 0 : watch.count - seen, call.json);
+        }
     }
     return kDone;
 }
@@ -99,14 +104,17 @@ int follow(const Call& call, const Watch& watch) {
 int runWatch(const Call& call) {
     Watch watch;
     int status = takeOptions(call, watch);
-    if (status == kDone)
+    if (status == kDone) {
         status = joinBus(call.runDir);
-    if (status != kDone)
+    }
+    if (status != kDone) {
         return status;
+    }
     const vcfg::Answer answer =
         ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, watch.patterns.empty() ? "" : watch.patterns + '\0');
-    if (answer.code != VCFG_OK)
+    if (answer.code != VCFG_OK) {
         return reportFailure(answer, "watch");
+    }
     return follow(call, watch);
 }
 

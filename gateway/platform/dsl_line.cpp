@@ -4,10 +4,12 @@ namespace {
 
 DslLine::Phase nextPhase(DslLine& line, int64_t now, int64_t trainMs) {
     using Phase = DslLine::Phase;
-    if (!line.open)
+    if (!line.open) {
         return Phase::closed;
-    if (!line.signal)
+    }
+    if (!line.signal) {
         return Phase::noSignal;
+    }
     const bool connecting = line.phase == Phase::training || line.phase == Phase::up;
     if (!connecting || line.trainedAtm != line.atm) {
         line.trainedAtm = line.atm;

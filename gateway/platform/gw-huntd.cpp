@@ -78,8 +78,9 @@ int boundSocket(const Daemon& daemon) {
     const sockaddr_un address = addressOf(path);
     unlink(path.c_str());
     const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail(path);
+    }
     return fd;
 }
 
@@ -88,8 +89,9 @@ void fillQueue(int server, const Daemon& daemon) {
     const sockaddr_un address = addressOf(socketPath(daemon));
     const int first = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (listen(server, 0) != 0 || first < 0 ||
-        connect(first, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        connect(first, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail("the queue cannot be filled");
+    }
 }
 
 void appendQuoted(std::string& line, const char* text) {
@@ -97,10 +99,11 @@ void appendQuoted(std::string& line, const char* text) {
         const auto byte = static_cast<unsigned char>(*text);
         char escaped[8];
         std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-        if (byte < 0x20 || byte >= 0x7F || *text == '"' || *text == '\\')
+        if (byte < 0x20 || byte >= 0x7F || *text == '"' || *text == '\\') {
             line += escaped;
-        else
+        } else {
             line += *text;
+        }
     }
 }
 
@@ -113,21 +116,24 @@ void record(const Daemon& daemon, const vcfg_msg_t& message) {
     appendQuoted(line, vcfg_msg_text(&message));
     line += "\"}\n";
     const int fd = open((daemon.files + "received").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (fd < 0 || write(fd, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+    if (fd < 0 || write(fd, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
         fail(daemon.files + "received");
+    }
     close(fd);
 }
 
 void reportFinish(const Daemon& daemon) {
     auto* message = static_cast<vcfg_msg_t*>(std::calloc(1, VCFG_MSG_HEADER_SIZE + 1));
-    if (message == nullptr)
+    if (message == nullptr) {
         fail("no memory");
+    }
     message->type = VCFG_MSG_AUTO_HUNT_FINISHED;
     message->srcEid = daemon.eid;
     message->dstEid = VCFG_EID_TARN;
     const int result = vcfg_msg_sendAndGetReply(message, nullptr, finishTimeoutMs);
-    if (result != VCFG_DELIVERED)
+    if (result != VCFG_DELIVERED) {
         std::fprintf(stderr, "gw-huntd: the end of the hunt could not be reported: %d\n", result);
+    }
 }
 
 // Receives until the time for the end of the hunt has come, if a hunt is on.
@@ -155,44 +161,52 @@ void writeState(const Daemon& daemon) {
     const std::string file = daemon.files + "state";
     FILE* stream = std::fopen((file + ".new").c_str(), "we");
     if (stream == nullptr || std::fprintf(stream, "%s\n", daemon.mode.c_str()) < 0 || std::fclose(stream) != 0 ||
-        std::rename((file + ".new").c_str(), file.c_str()) != 0)
+        std::rename((file + ".new").c_str(), file.c_str()) != 0) {
         fail(file);
+    }
 }
 
 [[noreturn]] void behave(const Daemon& daemon, const char* name) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (daemon.mode == "accept") {
-        if (vcfg_msg_eidInit(daemon.eid, name) != VCFG_OK || vcfg_msg_serverInit() != VCFG_OK)
+        if (vcfg_msg_eidInit(daemon.eid, name) != VCFG_OK || vcfg_msg_serverInit() != VCFG_OK) {
             fail("the endpoint cannot be served");
+        }
     } else if (daemon.mode == "absent") {
         unlink(socketPath(daemon).c_str());
     } else {
         const int server = boundSocket(daemon);
-        if (daemon.mode == "mute")
+        if (daemon.mode == "mute") {
             fillQueue(server, daemon);
+        }
     }
     writeState(daemon);
-    if (daemon.mode == "accept")
+    if (daemon.mode == "accept") {
         accept(daemon);
-    for (;;)
+    }
+    for (;;) {
         pause();
+    }
 }
 
 // --- the parent: starts the child anew when the mode changes ---
 
 pid_t start(const Daemon& daemon, const char* name) {
     const pid_t child = fork();
-    if (child < 0)
+    if (child < 0) {
         fail("cannot fork");
-    if (child == 0)
+    }
+    if (child == 0) {
         behave(daemon, name);
+    }
     return child;
 }
 
 std::string toldMode(const Daemon& daemon) {
     FILE* stream = std::fopen((daemon.files + "mode").c_str(), "re");
-    if (stream == nullptr)
+    if (stream == nullptr) {
         return {};
+    }
     char word[32] = "";
     const bool read = std::fscanf(stream, "%31s", word) == 1;
     std::fclose(stream);
@@ -203,11 +217,13 @@ std::string toldMode(const Daemon& daemon) {
     pid_t child = start(daemon, name);
     for (;;) {
         usleep(lookUs);
-        if (waitpid(child, nullptr, WNOHANG) != 0)
+        if (waitpid(child, nullptr, WNOHANG) != 0) {
             std::exit(1);
+        }
         const std::string told = toldMode(daemon);
-        if (told.empty() || told == daemon.mode)
+        if (told.empty() || told == daemon.mode) {
             continue;
+        }
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
         daemon.mode = told;
@@ -232,8 +248,9 @@ Daemon parse(int argc, char** argv) {
         }
     }
     const int eid = optind + 1 == argc ? std::atoi(argv[optind]) : 0;
-    if (eid < 1 || eid > 255 || !isMode(daemon.mode))
+    if (eid < 1 || eid > 255 || !isMode(daemon.mode)) {
         usage();
+    }
     daemon.eid = static_cast<uint8_t>(eid);
     const std::string hardware = fromEnvironment("GW_HW_DIR", "/run/hw");
     mkdir(hardware.c_str(), 0755);
@@ -244,8 +261,9 @@ Daemon parse(int argc, char** argv) {
 
 // The platform ends a stray hunt by this name.
 const char* processName(uint8_t eid) {
-    if (eid == VCFG_EID_VCAUTOHUNT)
+    if (eid == VCFG_EID_VCAUTOHUNT) {
         return "vcautohunt";
+    }
     return eid == VCFG_EID_VLANAUTOHUNT ? "vlanautohunt" : "gw-huntd";
 }
 

@@ -37,8 +37,9 @@ unsigned long typeNumber(const char* text) {
     char* end = nullptr;
     errno = 0;
     const unsigned long number = std::strtoul(text, &end, 0);
-    if (errno != 0 || end == text || *end != '\0' || *text == '-' || number > 0xFFFF)
+    if (errno != 0 || end == text || *end != '\0' || *text == '-' || number > 0xFFFF) {
         fail(std::string("\"") + text + "\" is no event type; 0 to 0xffff are");
+    }
     return number;
 }
 
@@ -63,28 +64,33 @@ Options parse(int argc, char** argv) {
                 usage();
         }
     }
-    if (optind < argc)
+    if (optind < argc) {
         options.text = argv[optind++];
+    }
     const bool raw = options.rawFile != nullptr;
     const bool described = options.text.has_value() || options.type.has_value();
-    if (optind != argc || raw == described)
+    if (optind != argc || raw == described) {
         usage();
+    }
     return options;
 }
 
 std::string fileBytes(const char* path) {
     FILE* stream = std::strcmp(path, "-") == 0 ? stdin : std::fopen(path, "re");
-    if (stream == nullptr)
+    if (stream == nullptr) {
         fail(std::string("cannot read ") + path + ": " + std::strerror(errno));
+    }
     std::string bytes;
     char part[4096];
     for (size_t got; (got = std::fread(part, 1, sizeof part, stream)) > 0;) {
         bytes.append(part, got);
-        if (bytes.size() > datagramMax)
+        if (bytes.size() > datagramMax) {
             fail(std::string(path) + " is larger than any datagram");
+        }
     }
-    if (std::ferror(stream) != 0)
+    if (std::ferror(stream) != 0) {
         fail(std::string("cannot read ") + path);
+    }
     return bytes;
 }
 
@@ -96,11 +102,13 @@ int main(int argc, char** argv) {
     const std::string datagram =
         options.rawFile != nullptr ? fileBytes(options.rawFile) : kernel_event::message(type, options.text);
     const auto process = kernel_event::registeredProcess(options.registration);
-    if (!process)
+    if (!process) {
         fail("no process is registered in " + options.registration);
+    }
     std::string error;
-    if (kernel_event::send(*process, datagram, sendTimeoutMs, error) != kernel_event::Delivery::done)
+    if (kernel_event::send(*process, datagram, sendTimeoutMs, error) != kernel_event::Delivery::done) {
         fail(error);
+    }
     noteEffect("kernel event " + (options.text ? *options.text : std::to_string(datagram.size()) + " bytes") +
                " sent to process " + std::to_string(*process));
     return 0;

@@ -59,8 +59,9 @@ sockaddr_un controlAddress() {
 
 int request(int argc, char** argv) {
     std::string words;
-    for (int at = 1; at < argc; ++at)
+    for (int at = 1; at < argc; ++at) {
         words.append(argv[at]).push_back('\n');
+    }
     const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     const sockaddr_un address = controlAddress();
     if (fd < 0 || connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
@@ -78,10 +79,12 @@ int request(int argc, char** argv) {
     const int status = answer[0] - '0';
     std::string text(answer + 1, static_cast<size_t>(got - 1));
     std::fputs(text.c_str(), status == 0 ? stdout : stderr);
-    if (!text.empty() && text.back() == '\n')
+    if (!text.empty() && text.back() == '\n') {
         text.pop_back();
-    if (status != 2 && std::strcmp(argv[1], "state") != 0)
+    }
+    if (status != 2 && std::strcmp(argv[1], "state") != 0) {
         noteEffect(text);
+    }
     return status;
 }
 
@@ -103,8 +106,9 @@ std::vector<std::string> wordsOf(const char* text, size_t size) {
 
 void answerOne(LineSimulator& lines, int server) {
     const int client = accept4(server, nullptr, nullptr, SOCK_CLOEXEC);
-    if (client < 0)
+    if (client < 0) {
         return;
+    }
     const timeval patience{.tv_sec = clientPatienceS, .tv_usec = 0};
     setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
@@ -123,8 +127,9 @@ int listen() {
     const sockaddr_un address = controlAddress();
     unlink(address.sun_path);
     const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, 16) != 0)
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, 16) != 0) {
         fail("cannot listen for requests");
+    }
     return fd;
 }
 
@@ -141,12 +146,14 @@ void carryFrames(const LineSimulator& lines, const std::vector<pollfd>& watched)
         const Wire& wire = lines.wires[at];
         const int ends[2] = {wire.near, wire.far};
         for (size_t end = 0; end < 2; ++end) {
-            if ((watched[1 + 2 * at + end].revents & POLLIN) == 0)
+            if ((watched[1 + 2 * at + end].revents & POLLIN) == 0) {
                 continue;
-            if (wire.carrier)
+            }
+            if (wire.carrier) {
                 tap::pass(ends[end], ends[1 - end]);
-            else
+            } else {
                 tap::drop(ends[end]);
+            }
         }
     }
 }
@@ -159,8 +166,9 @@ void carryFrames(const LineSimulator& lines, const std::vector<pollfd>& watched)
         const int64_t wait = next < 0 ? -1 : std::max<int64_t>(0, next - now());
         poll(watched.data(), watched.size(), static_cast<int>(wait));
         train(lines, now());
-        if ((watched[0].revents & POLLIN) != 0)
+        if ((watched[0].revents & POLLIN) != 0) {
             answerOne(lines, server);
+        }
         carryFrames(lines, watched);
     }
 }
@@ -208,8 +216,9 @@ void parse(int argc, char** argv, LineSimulator& lines, Start& start) {
                 usage();
         }
     }
-    if (optind != argc || start.dslLines < 0 || start.dslLines > 9)
+    if (optind != argc || start.dslLines < 0 || start.dslLines > 9) {
         usage();
+    }
 }
 
 int serve(int argc, char** argv) {
@@ -217,13 +226,16 @@ int serve(int argc, char** argv) {
     lines.registration = kernel_event::registrationFile;
     Start start;
     parse(argc, argv, lines, start);
-    if (const char* delay = std::getenv("GW_DSL_TRAIN_MS"); delay != nullptr && std::atoi(delay) >= 0)
+    if (const char* delay = std::getenv("GW_DSL_TRAIN_MS"); delay != nullptr && std::atoi(delay) >= 0) {
         lines.trainMs = std::atoi(delay);
-    for (int number = 1; number <= start.dslLines; ++number)
+    }
+    for (int number = 1; number <= start.dslLines; ++number) {
         lines.dsl.push_back({.number = number, .signal = start.signal && number == 1, .atm = start.atm});
+    }
     const int server = listen();
-    if (!makeWires(lines))
+    if (!makeWires(lines)) {
         return 1;
+    }
     reportAll(lines, now());
     std::puts("ready");
     std::fflush(stdout);
@@ -233,9 +245,11 @@ int serve(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2)
+    if (argc < 2) {
         usage();
-    if (std::strcmp(argv[1], "serve") == 0)
+    }
+    if (std::strcmp(argv[1], "serve") == 0) {
         return serve(argc - 1, argv + 1);
+    }
     return request(argc, argv);
 }

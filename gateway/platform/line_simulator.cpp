@@ -22,9 +22,11 @@ constexpr int atmRates[2] = {16000, 1024};
 constexpr int ptmRates[2] = {100000, 40000};
 
 Wire* wireOf(LineSimulator& lines, const std::string& name) {
-    for (Wire& wire : lines.wires)
-        if (wire.name == name)
+    for (Wire& wire : lines.wires) {
+        if (wire.name == name) {
             return &wire;
+        }
+    }
     return nullptr;
 }
 
@@ -32,19 +34,22 @@ void sendEvent(const LineSimulator& lines, const std::string& text) {
     const auto process = kernel_event::registeredProcess(lines.registration);
     std::string error = "no process is registered";
     if (!process || kernel_event::send(*process, kernel_event::message(kernel_event::linkWithText, text), sendTimeoutMs,
-                                       error) != kernel_event::Delivery::done)
+                                       error) != kernel_event::Delivery::done) {
         std::fprintf(stderr, "gw-linesim: %s: %s\n", text.c_str(), error.c_str());
+    }
 }
 
 void setCarrier(LineSimulator& lines, const std::string& name, bool carrier) {
     Wire* wire = wireOf(lines, name);
-    if (wire == nullptr || wire->carrier == carrier)
+    if (wire == nullptr || wire->carrier == carrier) {
         return;
+    }
     wire->carrier = carrier;
-    if (!lines.devices)
+    if (!lines.devices) {
         sendEvent(lines, name + (carrier ? ":up" : ":down"));
-    else if (!tap::setCarrier(wire->far, carrier) || !tap::setCarrier(wire->near, carrier))
+    } else if (!tap::setCarrier(wire->far, carrier) || !tap::setCarrier(wire->near, carrier)) {
         std::fprintf(stderr, "gw-linesim: %s: no carrier change: %s\n", name.c_str(), std::strerror(errno));
+    }
 }
 
 const char* linkStatus(DslLine::Phase phase) {
@@ -74,8 +79,9 @@ std::string channelOf(const DslLine& line) {
     };
     for (int channel = 1; channel <= mostChannels; ++channel) {
         std::string at = "DSL.Channel." + std::to_string(channel) + ".";
-        if (says(at, below) && says(at, mode))
+        if (says(at, below) && says(at, mode)) {
             return at;
+        }
     }
     return "DSL.Channel." + number + ".";
 }
@@ -91,12 +97,14 @@ void writeDsl(const DslLine& line) {
     std::vector<std::string> parameters{channelAt + "Status=" + (up ? "Up" : "LowerLayerDown"),
                                         channelAt + "DownstreamCurrRate=" + std::to_string(up ? rates[0] : 0),
                                         channelAt + "UpstreamCurrRate=" + std::to_string(up ? rates[1] : 0)};
-    if (up)
+    if (up) {
         parameters.push_back(channelAt + "LinkEncapsulationUsed=G.992.3_Annex_K_" + mode);
+    }
     parameters.push_back(lineAt + "Status=" + (up ? "Up" : "Down"));
     parameters.push_back(lineAt + "LinkStatus=" + linkStatus(line.phase));
-    if (up)
+    if (up) {
         parameters.push_back(lineAt + "X_VORAN_LinkTypeIsATM=" + (line.trainedAtm ? "true" : "false"));
+    }
     owner_report::write(parameters);
 }
 
@@ -128,55 +136,65 @@ bool isDslAction(const std::string& word) {
 bool parseDsl(const std::vector<std::string>& words, DslRequest& request) {
     for (size_t at = 1; at < words.size(); ++at) {
         const std::string value = at + 1 < words.size() ? words[at + 1] : "";
-        if (words[at] == "--line" && std::atoi(value.c_str()) > 0)
+        if (words[at] == "--line" && std::atoi(value.c_str()) > 0) {
             request.line = std::atoi(words[++at].c_str());
-        else if (words[at] == "--mode" && (value == "atm" || value == "ptm"))
+        } else if (words[at] == "--mode" && (value == "atm" || value == "ptm")) {
             request.mode = words[++at];
-        else if (request.action.empty() && isDslAction(words[at]))
+        } else if (request.action.empty() && isDslAction(words[at])) {
             request.action = words[at];
-        else
+        } else {
             return false;
+        }
     }
     return !request.action.empty();
 }
 
 void change(DslLine& line, const DslRequest& request) {
-    if (request.action == "up" || request.action == "down")
+    if (request.action == "up" || request.action == "down") {
         line.signal = request.action == "up";
-    else
+    } else {
         line.open = request.action == "open";
-    if (!request.mode.empty())
+    }
+    if (!request.mode.empty()) {
         line.atm = request.mode == "atm";
+    }
 }
 
 Answer obeyDsl(LineSimulator& lines, const std::vector<std::string>& words, int64_t now) {
     DslRequest request;
-    if (!parseDsl(words, request))
+    if (!parseDsl(words, request)) {
         return {2, "usage: gw-linesim dsl up|down|open|close [--line N] [--mode atm|ptm]\n"};
+    }
     // The modem's switch is one for all its lines; a signal comes on one line.
-    if (request.line == 0 && (request.action == "up" || request.action == "down"))
+    if (request.line == 0 && (request.action == "up" || request.action == "down")) {
         request.line = 1;
+    }
     Answer answer;
     for (DslLine& line : lines.dsl) {
-        if (request.line != 0 && line.number != request.line)
+        if (request.line != 0 && line.number != request.line) {
             continue;
+        }
         change(line, request);
-        if (settle(line, now, lines.trainMs))
+        if (settle(line, now, lines.trainMs)) {
             publish(lines, line);
+        }
         answer.text += describe(line);
     }
-    if (answer.text.empty())
+    if (answer.text.empty()) {
         return {1, "there is no DSL line " + std::to_string(request.line) + "\n"};
+    }
     return answer;
 }
 
 Answer obeyOptical(LineSimulator& lines, const std::string& action) {
-    if (action != "up" && action != "down")
+    if (action != "up" && action != "down") {
         return {2, "usage: gw-linesim optical up|down\n"};
+    }
     const bool up = action == "up";
     setCarrier(lines, "opt0", up);
-    if (!owner_report::tell(opticalServiceMessage, up ? R"({"serviceStatus":true})" : R"({"serviceStatus":false})"))
+    if (!owner_report::tell(opticalServiceMessage, up ? R"({"serviceStatus":true})" : R"({"serviceStatus":false})")) {
         return {1, "optical link: " + action + ", but the daemon did not take the report\n"};
+    }
     return {0, "optical link: " + action + "\n"};
 }
 
@@ -191,30 +209,36 @@ constexpr UsbState usbStates[] = {{"up", "Up", "Up"}, {"down", "Down", "Down"}, 
 Answer obeyUsb(LineSimulator& lines, const std::string& action) {
     const auto* state = std::find_if(std::begin(usbStates), std::end(usbStates),
                                      [&](const UsbState& each) { return action == each.action; });
-    if (state == std::end(usbStates))
+    if (state == std::end(usbStates)) {
         return {2, "usage: gw-linesim usb up|down|absent\n"};
+    }
     owner_report::write({std::string("USB.Interface.1.Status=") + state->interfaceStatus});
     owner_report::write({std::string("X_VORAN_WWANBackup.Status=") + state->backupStatus});
     setCarrier(lines, "usb0", action == "up");
-    if (!owner_report::tell(wanLinkMessage, ""))
+    if (!owner_report::tell(wanLinkMessage, "")) {
         return {1, "USB link: " + action + ", but the daemon did not take the report\n"};
+    }
     return {0, "USB link: " + action + "\n"};
 }
 
 Answer describeAll(const LineSimulator& lines) {
     Answer answer;
-    for (const DslLine& line : lines.dsl)
+    for (const DslLine& line : lines.dsl) {
         answer.text += describe(line);
-    for (const Wire& wire : lines.wires)
+    }
+    for (const Wire& wire : lines.wires) {
         answer.text += wire.name + ": " + (wire.carrier ? "carrier" : "no carrier") + "\n";
+    }
     return answer;
 }
 
 std::vector<std::string> wireNames(const LineSimulator& lines) {
     std::vector<std::string> names;
-    for (const DslLine& line : lines.dsl)
-        for (const char* kind : {"atm", "ptm"})
+    for (const DslLine& line : lines.dsl) {
+        for (const char* kind : {"atm", "ptm"}) {
             names.push_back(kind + std::to_string(line.number - 1));
+        }
+    }
     names.insert(names.end(), {"opt0", "usb0"});
     return names;
 }
@@ -247,27 +271,35 @@ void reportAll(LineSimulator& lines, int64_t now) {
 Answer obey(LineSimulator& lines, const std::vector<std::string>& words, int64_t now) {
     const std::string kind = words.empty() ? "" : words[0];
     const std::string action = words.size() == 2 ? words[1] : "";
-    if (kind == "dsl")
+    if (kind == "dsl") {
         return obeyDsl(lines, words, now);
-    if (kind == "optical")
+    }
+    if (kind == "optical") {
         return obeyOptical(lines, action);
-    if (kind == "usb")
+    }
+    if (kind == "usb") {
         return obeyUsb(lines, action);
-    if (kind == "state" && words.size() == 1)
+    }
+    if (kind == "state" && words.size() == 1) {
         return describeAll(lines);
+    }
     return {2, "usage: gw-linesim dsl|optical|usb|state ...\n"};
 }
 
 void train(LineSimulator& lines, int64_t now) {
-    for (DslLine& line : lines.dsl)
-        if (settle(line, now, lines.trainMs))
+    for (DslLine& line : lines.dsl) {
+        if (settle(line, now, lines.trainMs)) {
             publish(lines, line);
+        }
+    }
 }
 
 int64_t nextTraining(const LineSimulator& lines) {
     int64_t next = -1;
-    for (const DslLine& line : lines.dsl)
-        if (line.phase == DslLine::Phase::training && (next < 0 || line.trainedAt < next))
+    for (const DslLine& line : lines.dsl) {
+        if (line.phase == DslLine::Phase::training && (next < 0 || line.trainedAt < next)) {
             next = line.trainedAt;
+        }
+    }
     return next;
 }

@@ -16,8 +16,9 @@ constexpr const char* daemonEndpoint = "2";
 bool run(std::vector<std::string> words) {
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
-    for (auto& word : words)
+    for (auto& word : words) {
         arguments.push_back(word.data());
+    }
     arguments.push_back(nullptr);
     pid_t child = 0;
     const int error = posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
@@ -42,8 +43,9 @@ bool write(const std::vector<std::string>& parameters) {
 std::vector<std::string> read(const std::string& paths) {
     std::vector<std::string> parameters;
     FILE* const answer = popen(("vcfgctl get " + paths).c_str(), "re");
-    if (answer == nullptr)
+    if (answer == nullptr) {
         return parameters;
+    }
     char line[1024];
     while (std::fgets(line, sizeof line, answer) != nullptr) {
         line[std::strcspn(line, "\n")] = '\0';

@@ -25,8 +25,9 @@ bool switchOn(const std::string& name) {
     request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
     done = done && ioctl(fd, SIOCSIFFLAGS, &request) == 0;
     const int reason = errno;
-    if (fd >= 0)
+    if (fd >= 0) {
         close(fd);
+    }
     errno = reason;
     return done;
 }
@@ -42,10 +43,12 @@ bool create(int fd, const std::string& name) {
 
 int open(const std::string& name) {
     const int fd = ::open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
+    if (fd < 0) {
         return -1;
-    if (create(fd, name) && setCarrier(fd, false) && switchOn(name))
+    }
+    if (create(fd, name) && setCarrier(fd, false) && switchOn(name)) {
         return fd;
+    }
     const int reason = errno;
     close(fd);
     errno = reason;
@@ -61,17 +64,20 @@ void pass(int from, int to) {
     static Frame frame;
     for (int count = 0; count < framesAtOnce; ++count) {
         const ssize_t size = read(from, frame.data(), frame.size());
-        if (size <= 0)
+        if (size <= 0) {
             return;
+        }
         [[maybe_unused]] const ssize_t written = write(to, frame.data(), static_cast<size_t>(size));
     }
 }
 
 void drop(int from) {
     static Frame frame;
-    for (int count = 0; count < framesAtOnce; ++count)
-        if (read(from, frame.data(), frame.size()) <= 0)
+    for (int count = 0; count < framesAtOnce; ++count) {
+        if (read(from, frame.data(), frame.size()) <= 0) {
             return;
+        }
+    }
 }
 
 }  // namespace tap

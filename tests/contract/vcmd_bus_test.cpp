@@ -55,12 +55,14 @@ std::vector<std::string> news(size_t count) {
     const vcfg::Deadline deadline = vcfg::Deadline::in(kPatienceMs);
     while (lines.size() < count) {
         bus::MessagePtr message;
-        if (bus::nextFrom(VCFG_EID_VCMD, deadline, &message) != VCFG_OK)
+        if (bus::nextFrom(VCFG_EID_VCMD, deadline, &message) != VCFG_OK) {
             break;
+        }
         EXPECT_EQ(message->type, static_cast<uint32_t>(wire::kChange));
         std::istringstream text(vcfg_msg_text(message.get()));
-        for (std::string line; std::getline(text, line);)
+        for (std::string line; std::getline(text, line);) {
             lines.push_back(line);
+        }
     }
     EXPECT_EQ(lines.size(), count);
     lines.resize(count);

@@ -152,8 +152,9 @@ TEST_F(VcmdHooks, ApplyHooksRunOneByOneInTheOrderOfTheWrites) {
     }
     std::istringstream lines(vcmd.file("order"));
     int count = 0;
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         EXPECT_EQ(member(line, "LastChange"), std::to_string(++count)) << line;
+    }
     EXPECT_EQ(count, 10);
 }
 
@@ -246,8 +247,9 @@ TEST_F(VcmdHooks, MoreChangesThanCanWaitAreRefused) {
     vcmd.hook("apply", kInterface, "while [ ! -e go ]; do sleep 0.01; done");
     int code = VCFG_OK;
     int taken = 0;
-    while (taken < 1000 && (code = enable(taken % 2 == 0, VCFG_FE_WRITE_APPLY)) == VCFG_OK)
+    while (taken < 1000 && (code = enable(taken % 2 == 0, VCFG_FE_WRITE_APPLY)) == VCFG_OK) {
         ++taken;
+    }
     EXPECT_EQ(code, VCFG_ERR_FULL);
     EXPECT_GE(taken, 256);
     EXPECT_EQ(record<IpInterface>(interface).Enable, taken % 2) << "a refused write has changed something";

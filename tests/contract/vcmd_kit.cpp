@@ -32,11 +32,13 @@ std::string content(const fs::path& path) {
     arguments.insert(arguments.end(), options.begin(), options.end());
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments)
+    for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
+    }
     pointers.push_back(nullptr);
-    if (getppid() == parent)
+    if (getppid() == parent) {
         execv(VCMD_PATH, pointers.data());
+    }
     _exit(127);
 }
 
@@ -67,8 +69,9 @@ Vcmd::~Vcmd() {
 pid_t Vcmd::launch(const std::vector<std::string>& options) {
     const pid_t parent = getpid();
     const pid_t child = fork();
-    if (child == 0)
+    if (child == 0) {
         become(home_ / "log", options, parent);
+    }
     return child;
 }
 
@@ -84,8 +87,9 @@ int Vcmd::stop() {
 
 int Vcmd::await() {
     int status = -1;
-    if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }))
+    if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) {
         kill9();
+    }
     pid_ = -1;
     return status;
 }
@@ -111,8 +115,9 @@ std::string Vcmd::log() const {
 size_t Vcmd::logged(const std::string& part) const {
     std::istringstream lines(log());
     size_t count = 0;
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         count += line.find(part) != std::string::npos ? 1 : 0;
+    }
     return count;
 }
 
@@ -142,8 +147,9 @@ int writeJson(uint32_t oid, const objIndex& at, const std::string& json, uint32_
 
 objIndex iid(std::initializer_list<uint8_t> numbers) {
     objIndex made{};
-    for (const uint8_t number : numbers)
+    for (const uint8_t number : numbers) {
         made.idx[made.level++] = number;
+    }
     return made;
 }
 
@@ -156,8 +162,9 @@ objIndex addInstance(uint32_t oid, const objIndex& parent) {
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
+        if (std::chrono::steady_clock::now() > end) {
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;

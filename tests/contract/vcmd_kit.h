@@ -59,10 +59,11 @@ RecordType record(const objIndex& at, uint32_t request = vcfg::wire::kGetStored)
     const vcfg::Answer answer = ask(request, vcfg::ObjectId<RecordType>::value, at);
     EXPECT_EQ(answer.code, VCFG_OK) << answer.body;
     RecordType found{};
-    if (answer.body.size() == sizeof found)
+    if (answer.body.size() == sizeof found) {
         memcpy(&found, answer.body.data(), sizeof found);
-    else
+    } else {
         ADD_FAILURE() << "a record of " << answer.body.size() << " bytes";
+    }
     return found;
 }
 

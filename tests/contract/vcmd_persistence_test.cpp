@@ -26,12 +26,14 @@ using JsonPtr = std::unique_ptr<json_object, FreeJson>;
 // A parameter's value in a model file; -1 when the file does not hold it, -2 when the file is no JSON.
 int savedNumber(const std::string& content, const char* object, const char* parameter) {
     const JsonPtr file(json_tokener_parse(content.c_str()));
-    if (!json_object_is_type(file.get(), json_type_object))
+    if (!json_object_is_type(file.get(), json_type_object)) {
         return -2;
+    }
     json_object* found = nullptr;
     json_object_object_get_ex(file.get(), "objects", &found);
-    if (!json_object_object_get_ex(found, object, &found) || !json_object_object_get_ex(found, parameter, &found))
+    if (!json_object_object_get_ex(found, object, &found) || !json_object_object_get_ex(found, parameter, &found)) {
         return -1;
+    }
     return json_object_get_int(found);
 }
 
@@ -152,8 +154,9 @@ TEST(VcmdPersistence, ItDetachesAndItsStarterEndsWhenItServes) {
 class VcmdFullDisk : public ::testing::Test {
   protected:
     void SetUp() override {
-        if (mount("tmpfs", vcmd.data().c_str(), "tmpfs", 0, "size=64k,mode=0700") != 0)
+        if (mount("tmpfs", vcmd.data().c_str(), "tmpfs", 0, "size=64k,mode=0700") != 0) {
             GTEST_SKIP() << "no right to mount a small disk";
+        }
         vcmd.start();
         interface = addInstance(RDM_OID_IP_IFACE);
         EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, interface, counting(1)), VCFG_OK);
@@ -217,8 +220,9 @@ TEST(VcmdPersistence, KilledAThousandTimesTheFileHoldsTheLastAnsweredStateOrTheN
             ::kill(pid, SIGKILL);
         });
         int answered = next - 1;
-        while (writeJson(RDM_OID_IP_IFACE, iid({1}), counting(next), VCFG_FE_WRITE_NO_APPLY) == VCFG_OK)
+        while (writeJson(RDM_OID_IP_IFACE, iid({1}), counting(next), VCFG_FE_WRITE_NO_APPLY) == VCFG_OK) {
             answered = next++;
+        }
         killer.join();
         vcmd.kill9();
         const int saved = savedNumber(vcmd.savedFile(), "IP.Interface.1", "LastChange");

@@ -18,8 +18,9 @@ bool consistsOf(std::string_view text, std::string_view others) {
 
 std::string_view trimmed(std::string_view text) {
     const size_t begin = text.find_first_not_of(" \t");
-    if (begin == std::string_view::npos)
+    if (begin == std::string_view::npos) {
         return {};
+    }
     return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
 }
 
@@ -43,15 +44,17 @@ bool isForbidden(std::string_view character) {
 }  // namespace
 
 bool isHost(std::string_view text) {
-    if (text.empty() || text.size() > 253 || text.front() == '-')
+    if (text.empty() || text.size() > 253 || text.front() == '-') {
         return false;
+    }
     return consistsOf(text, ".-_") || (consistsOf(text, ":.") && text.find(':') != std::string_view::npos);
 }
 
 bool isAddress(std::string_view text) {
     const size_t at = text.rfind('@');
-    if (at == std::string_view::npos || at == 0 || at > 64)
+    if (at == std::string_view::npos || at == 0 || at > 64) {
         return false;
+    }
     const std::string_view domain = text.substr(at + 1);
     return consistsOf(text.substr(0, at), "!#$%&'*+-/=?^_`{|}~.") && isHost(domain) &&
            domain.find(':') == std::string_view::npos;
@@ -62,34 +65,41 @@ std::vector<std::string> listOf(std::string_view text) {
     for (;;) {
         const size_t comma = text.find(',');
         const std::string_view address = trimmed(text.substr(0, comma));
-        if (!address.empty())
+        if (!address.empty()) {
             addresses.emplace_back(address);
-        if (comma == std::string_view::npos)
+        }
+        if (comma == std::string_view::npos) {
             return addresses;
+        }
         text.remove_prefix(comma + 1);
     }
 }
 
 size_t characterSize(char first) {
     const auto byte = static_cast<unsigned char>(first);
-    if (byte < 0x80)
+    if (byte < 0x80) {
         return 1;
-    if (byte < 0xC0)
+    }
+    if (byte < 0xC0) {
         return 0;
+    }
     return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : byte < 0xF8 ? 4 : 0;
 }
 
 bool isText(std::string_view text, bool lines) {
     while (!text.empty()) {
         const size_t size = characterSize(text[0]);
-        if (size == 0 || size > text.size())
+        if (size == 0 || size > text.size()) {
             return false;
+        }
         const std::string_view character = text.substr(0, size);
-        if (!std::all_of(character.begin() + 1, character.end(), isContinuation) || isForbidden(character))
+        if (!std::all_of(character.begin() + 1, character.end(), isContinuation) || isForbidden(character)) {
             return false;
+        }
         const bool allowed = lines && (text[0] == '\n' || text[0] == '\r' || text[0] == '\t');
-        if (isControl(text[0]) && !allowed)
+        if (isControl(text[0]) && !allowed) {
             return false;
+        }
         text.remove_prefix(size);
     }
     return true;

@@ -24,21 +24,26 @@ bool readRequest(std::string& text) {
     char part[4096];
     for (;;) {
         const ssize_t got = read(STDIN_FILENO, part, sizeof part);
-        if (got == 0)
+        if (got == 0) {
             return true;
-        if (got < 0 && errno != EINTR)
+        }
+        if (got < 0 && errno != EINTR) {
             return false;
-        if (got > 0)
+        }
+        if (got > 0) {
             text.append(part, static_cast<size_t>(got));
-        if (text.size() > longestRequest)
+        }
+        if (text.size() > longestRequest) {
             return false;
+        }
     }
 }
 
 std::string newIdentity(time_t date) {
     uint64_t chance = 0;
-    if (getrandom(&chance, sizeof chance, 0) != static_cast<ssize_t>(sizeof chance))
+    if (getrandom(&chance, sizeof chance, 0) != static_cast<ssize_t>(sizeof chance)) {
         chance = static_cast<uint64_t>(getpid());
+    }
     char text[64];
     snprintf(text, sizeof text, "%" PRId64 ".%016" PRIx64, static_cast<int64_t>(date), chance);
     return text;
@@ -47,8 +52,9 @@ std::string newIdentity(time_t date) {
 mail::Limits limitsOfEnvironment() {
     mail::Limits limits;
     const char* caFile = getenv("VCFG_MAIL_CA_FILE");
-    if (caFile != nullptr)
+    if (caFile != nullptr) {
         limits.caFile = caFile;
+    }
     const char* timeout = getenv("VCFG_MAIL_TIMEOUT_S");
     const long seconds = timeout == nullptr ? 0 : strtol(timeout, nullptr, 10);
     if (seconds > 0 && seconds <= 600) {
@@ -60,12 +66,14 @@ mail::Limits limitsOfEnvironment() {
 
 std::string sendMail() {
     std::string text;
-    if (!readRequest(text))
+    if (!readRequest(text)) {
         return "the request cannot be read or is too long";
+    }
     mail::Request request;
     std::string reason = mail::parse(text, request);
-    if (!reason.empty())
+    if (!reason.empty()) {
         return reason;
+    }
     const time_t now = time(nullptr);
     return mail::deliver(request, mail::compose(request, now, newIdentity(now)), limitsOfEnvironment());
 }
@@ -79,8 +87,9 @@ int main() {
     } catch (const std::exception&) {
         reason = "there is no memory for the mail";
     }
-    if (reason.empty())
+    if (reason.empty()) {
         return 0;
+    }
     fprintf(stderr, "vcfg-mail: %s\n", reason.c_str());
     return 1;
 }

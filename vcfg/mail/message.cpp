@@ -24,10 +24,12 @@ std::string base64(std::string_view bytes) {
     for (size_t at = 0; at < bytes.size(); at += 3) {
         const size_t count = std::min<size_t>(3, bytes.size() - at);
         uint32_t group = 0;
-        for (size_t each = 0; each < 3; ++each)
+        for (size_t each = 0; each < 3; ++each) {
             group = group << 8 | (each < count ? static_cast<unsigned char>(bytes[at + each]) : 0U);
-        for (size_t each = 0; each < 4; ++each)
+        }
+        for (size_t each = 0; each < 4; ++each) {
             text += each <= count ? digits[group >> (18 - 6 * each) & 63U] : '=';
+        }
     }
     return text;
 }
@@ -37,15 +39,17 @@ std::string withLineEnds(std::string_view text) {
     std::string lines;
     for (size_t at = 0; at < text.size(); ++at) {
         if (text[at] == '\r' || text[at] == '\n') {
-            if (text[at] == '\r' && at + 1 < text.size() && text[at + 1] == '\n')
+            if (text[at] == '\r' && at + 1 < text.size() && text[at + 1] == '\n') {
                 ++at;
+            }
             lines += "\r\n";
         } else {
             lines += text[at];
         }
     }
-    if (lines.empty() || lines.back() != '\n')
+    if (lines.empty() || lines.back() != '\n') {
         lines += "\r\n";
+    }
     return lines;
 }
 
@@ -53,24 +57,27 @@ bool hasLongLine(std::string_view lines) {
     size_t length = 0;
     for (const char character : lines) {
         length = character == '\n' ? 0 : length + 1;
-        if (length > longestLine)
+        if (length > longestLine) {
             return true;
+        }
     }
     return false;
 }
 
 std::string encodedBody(std::string_view lines) {
     std::string text;
-    for (size_t at = 0; at < lines.size(); at += encodedLine)
+    for (size_t at = 0; at < lines.size(); at += encodedLine) {
         text += base64(lines.substr(at, encodedLine)) + "\r\n";
+    }
     return text;
 }
 
 // As many whole characters as one encoded word holds.
 size_t wordSize(std::string_view text) {
     size_t size = 0;
-    while (size < text.size() && size + characterSize(text[size]) <= encodedWord)
+    while (size < text.size() && size + characterSize(text[size]) <= encodedWord) {
         size += characterSize(text[size]);
+    }
     return size;
 }
 
@@ -84,8 +91,9 @@ std::string dateText(time_t date) {
 
 std::string joined(const std::vector<std::string>& addresses) {
     std::string text;
-    for (const std::string& address : addresses)
+    for (const std::string& address : addresses) {
         text += (text.empty() ? "" : ",\r\n ") + address;
+    }
     return text;
 }
 
@@ -93,8 +101,9 @@ std::string joined(const std::vector<std::string>& addresses) {
 
 std::string headerText(std::string_view text) {
     // What looks like an encoded word has to be one.
-    if (isAscii(text) && text.find("=?") == std::string_view::npos && text.size() <= longestPlainHeader)
+    if (isAscii(text) && text.find("=?") == std::string_view::npos && text.size() <= longestPlainHeader) {
         return std::string(text);
+    }
     std::string words;
     while (!text.empty()) {
         const size_t size = wordSize(text);

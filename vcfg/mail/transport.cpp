@@ -34,8 +34,9 @@ bool isRefusal(std::string_view answer) {
 // Keeps the server's last refusal, which says why; what follows is only the farewell.
 size_t keepRefusal(char* text, size_t size, size_t count, void* kept) {
     const std::string_view answer(text, size * count);
-    if (isRefusal(answer))
+    if (isRefusal(answer)) {
         static_cast<std::string*>(kept)->assign(answer.substr(0, longestReason));
+    }
     return answer.size();
 }
 
@@ -44,9 +45,11 @@ std::string oneLine(std::string text) {
     text.erase(
         std::find_if(text.begin(), text.end(), [](char character) { return character == '\r' || character == '\n'; }),
         text.end());
-    for (char& character : text)
-        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
+    for (char& character : text) {
+        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) {
             character = '?';
+        }
+    }
     return text;
 }
 
@@ -59,8 +62,9 @@ List recipients(const Request& request) {
     List list;
     for (const std::string& address : request.to) {
         curl_slist* longer = curl_slist_append(list.get(), address.c_str());
-        if (longer == nullptr)
+        if (longer == nullptr) {
             return nullptr;
+        }
         [[maybe_unused]] curl_slist* before = list.release();
         list.reset(longer);
     }
@@ -75,8 +79,9 @@ void setConnection(CURL* transfer, const Request& request, const Limits& limits)
                      request.security == Security::none ? long{CURLUSESSL_NONE} : long{CURLUSESSL_ALL});
     curl_easy_setopt(transfer, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(transfer, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!limits.caFile.empty())
+    if (!limits.caFile.empty()) {
         curl_easy_setopt(transfer, CURLOPT_CAINFO, limits.caFile.c_str());
+    }
     curl_easy_setopt(transfer, CURLOPT_PROXY, "");
     curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(transfer, CURLOPT_CONNECTTIMEOUT, limits.connectSeconds);
@@ -86,8 +91,9 @@ void setConnection(CURL* transfer, const Request& request, const Limits& limits)
 void setEnvelope(CURL* transfer, const Request& request, const curl_slist* to) {
     curl_easy_setopt(transfer, CURLOPT_MAIL_FROM, request.from.c_str());
     curl_easy_setopt(transfer, CURLOPT_MAIL_RCPT, to);
-    if (request.user.empty())
+    if (request.user.empty()) {
         return;
+    }
     curl_easy_setopt(transfer, CURLOPT_USERNAME, request.user.c_str());
     curl_easy_setopt(transfer, CURLOPT_PASSWORD, request.password.c_str());
 }
@@ -100,12 +106,14 @@ std::string reasonFor(CURLcode code, const char* detail, const std::string& refu
 }  // namespace
 
 std::string deliver(const Request& request, const std::string& message, const Limits& limits) {
-    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
         return "the mail transport cannot start";
+    }
     const Transfer transfer(curl_easy_init());
     const List to = recipients(request);
-    if (!transfer || !to)
+    if (!transfer || !to) {
         return "there is no memory for the mail";
+    }
     std::string_view rest = message;
     std::string refusal;
     char detail[CURL_ERROR_SIZE] = "";

@@ -20,8 +20,9 @@ constexpr unsigned kMostTries = 250;
 
 SocketFile socketFile(uint8_t eid) {
     struct stat status {};
-    if (stat(bus::socketPath(eid).c_str(), &status) != 0)
+    if (stat(bus::socketPath(eid).c_str(), &status) != 0) {
         return {};
+    }
     return {status.st_dev, status.st_ino, status.st_ctim};
 }
 
@@ -36,8 +37,9 @@ void lookForDaemon(Announcer& announcer) {
     while (read(announcer.watch.get(), events, sizeof events) > 0) {
     }
     const SocketFile now = socketFile(VCFG_EID_TARN);
-    if (now == SocketFile{} || now == announcer.announced)
+    if (now == SocketFile{} || now == announcer.announced) {
         return;
+    }
     announcer.announced = now;
     announcer.due = true;
     announcer.tries = 0;
@@ -45,18 +47,20 @@ void lookForDaemon(Announcer& announcer) {
 }
 
 void announce(Announcer& announcer) {
-    if (!announcer.due || !announcer.nextTry.passed())
+    if (!announcer.due || !announcer.nextTry.passed()) {
         return;
+    }
     // A connection to the endpoint's former server could still be trusted for a moment.
     bus::dropLink(VCFG_EID_TARN, bus::Way::OneWay);
     const bus::MessagePtr message = newMessage(VCFG_MSG_INIT_DATAMODEL_FIN, VCFG_EID_TARN);
     const int code = message != nullptr ? bus::deliverNow(*message) : VCFG_ERR_FAIL;
     announcer.due = code != VCFG_OK && code != VCFG_DELIVERED && ++announcer.tries < kMostTries;
     announcer.nextTry = announcer.due ? Deadline::in(kPauseMs) : Deadline::never();
-    if (code == VCFG_OK || code == VCFG_DELIVERED)
+    if (code == VCFG_OK || code == VCFG_DELIVERED) {
         VCMD_LOG(VLOG_INFO, "start-up completion is announced to endpoint %d", VCFG_EID_TARN);
-    else if (!announcer.due)
+    } else if (!announcer.due) {
         VCMD_LOG(VLOG_WARNING, "endpoint %d takes no announcement of start-up completion", VCFG_EID_TARN);
+    }
 }
 
 }  // namespace vcfg::vcmd

@@ -19,12 +19,14 @@ constexpr Daemon kDaemons[] = {{"vcmd", VCFG_EID_VCMD}, {"tarn", VCFG_EID_TARN}}
 void tell(const Daemon& daemon, int level) {
     const std::string payload = "{\"level\":" + std::to_string(level) + "}";
     const bus::MessagePtr message = newMessage(wire::kDebugConfig, daemon.eid, payload, true);
-    if (message == nullptr)
+    if (message == nullptr) {
         return;
-    if (daemon.eid == VCFG_EID_VCMD)
+    }
+    if (daemon.eid == VCFG_EID_VCMD) {
         voUtilHandleRecvdMsgDebugCfg(message.get());
-    else if (bus::deliverNow(*message) == VCFG_ERR_FULL)
+    } else if (bus::deliverNow(*message) == VCFG_ERR_FULL) {
         VCMD_LOG(VLOG_WARNING, "endpoint %u is not told its log level: it does not read", daemon.eid);
+    }
 }
 
 }  // namespace
@@ -40,8 +42,9 @@ void tellDebugLevels(const store::Store& store) {
         DebugLog entry;
         memcpy(&entry, record, sizeof entry);
         for (const Daemon& daemon : kDaemons) {
-            if (entry.Daemon == daemon.name)
+            if (entry.Daemon == daemon.name) {
                 tell(daemon, entry.Level);
+            }
         }
     }
 }

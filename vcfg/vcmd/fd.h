@@ -24,8 +24,9 @@ class Fd {
     int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
     void reset() {
-        if (fd_ >= 0)
+        if (fd_ >= 0) {
             close(std::exchange(fd_, -1));
+        }
     }
 
   private:

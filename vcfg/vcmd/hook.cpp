@@ -27,19 +27,22 @@ Fd inputFile(const std::string& input) {
     size_t done = 0;
     while (file && done < input.size()) {
         const ssize_t count = write(file.get(), input.data() + done, input.size() - done);
-        if (count < 0 && errno != EINTR)
+        if (count < 0 && errno != EINTR) {
             return Fd();
+        }
         done += count > 0 ? static_cast<size_t>(count) : 0;
     }
-    if (file)
+    if (file) {
         lseek(file.get(), 0, SEEK_SET);
+    }
     return file;
 }
 
 bool outputPipe(Fd& reader, Fd& writer) {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         return false;
+    }
     reader = Fd(ends[0]);
     writer = Fd(ends[1]);
     fcntl(reader.get(), F_SETFL, O_NONBLOCK);
@@ -50,8 +53,9 @@ bool outputPipe(Fd& reader, Fd& writer) {
 // writing there when nobody listens any more.
 bool complaintSocket(Fd& reader, Fd& writer) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends) != 0)
+    if (socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
+    }
     reader = Fd(ends[0]);
     writer = Fd(ends[1]);
     return true;
@@ -64,8 +68,9 @@ std::vector<std::string> cleanEnvironment() {
     all.push_back(std::string("PATH=") + (path != nullptr ? path : "/usr/sbin:/usr/bin:/sbin:/bin"));
     for (const char* name : {"VCFG_RUN_DIR", "VCFG_DATA_DIR"}) {
         const char* value = getenv(name);
-        if (value != nullptr)
+        if (value != nullptr) {
             all.push_back(std::string(name) + "=" + value);
+        }
     }
     return all;
 }
@@ -73,8 +78,9 @@ std::vector<std::string> cleanEnvironment() {
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> all;
     all.reserve(texts.size() + 1);
-    for (std::string& text : texts)
+    for (std::string& text : texts) {
         all.push_back(text.data());
+    }
     all.push_back(nullptr);
     return all;
 }
@@ -88,8 +94,9 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     signal(SIGPIPE, SIG_DFL);
     signal(SIGINT, SIG_DFL);
     if (dup2(input, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0 || dup2(complaints, STDERR_FILENO) < 0 ||
-        chdir("/") != 0)
+        chdir("/") != 0) {
         _exit(kCannotExecute);
+    }
     execve(arguments[0], arguments, environment);
     _exit(kCannotExecute);
 }
@@ -107,14 +114,17 @@ bool fail(HookRun& run, const char* what) {
 }
 
 void takeComplaint(HookRun& run, const char* bytes, size_t count) {
-    while (count > 0 && (bytes[count - 1] == '\n' || bytes[count - 1] == '\r'))
+    while (count > 0 && (bytes[count - 1] == '\n' || bytes[count - 1] == '\r')) {
         --count;
-    if (count == 0)
+    }
+    if (count == 0) {
         return;
+    }
     run.complaint.assign(bytes, count < kMaxComplaint ? count : kMaxComplaint);
     for (char& c : run.complaint) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
             c = ' ';
+        }
     }
 }
 
@@ -122,8 +132,9 @@ void readComplaints(HookRun& run) {
     char buffer[4096];
     for (unsigned turn = 0; turn < kMostComplaintsAtOnce; ++turn) {
         const ssize_t count = recv(run.complaints.get(), buffer, sizeof buffer, MSG_DONTWAIT);
-        if (count < 0)
+        if (count < 0) {
             return;
+        }
         takeComplaint(run, buffer, static_cast<size_t>(count));
     }
 }
@@ -131,20 +142,23 @@ void readComplaints(HookRun& run) {
 void readOutput(HookRun& run) {
     char buffer[4096];
     ssize_t count = 0;
-    while (run.output && run.text.size() <= kMaxOutput && (count = read(run.output.get(), buffer, sizeof buffer)) > 0)
+    while (run.output && run.text.size() <= kMaxOutput && (count = read(run.output.get(), buffer, sizeof buffer)) > 0) {
         run.text.append(buffer, static_cast<size_t>(count));
-    if (run.output && count == 0)
+    }
+    if (run.output && count == 0) {
         run.output.reset();
+    }
 }
 
 std::string describeStatus(int status, const std::string& complaint) {
     std::string text;
-    if (WIFSIGNALED(status))
+    if (WIFSIGNALED(status)) {
         text = "ended by signal " + std::to_string(WTERMSIG(status));
-    else if (WEXITSTATUS(status) == kCannotExecute)
+    } else if (WEXITSTATUS(status) == kCannotExecute) {
         text = "cannot be executed";
-    else
+    } else {
         text = "ended with status " + std::to_string(WEXITSTATUS(status));
+    }
     return complaint.empty() ? text : text + ", \"" + complaint + "\"";
 }
 
@@ -160,21 +174,25 @@ bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
     const Fd input = inputFile(run.call.input);
     Fd output;
     Fd complaints;
-    if (!input || !complaintSocket(run.complaints, complaints))
+    if (!input || !complaintSocket(run.complaints, complaints)) {
         return fail(run, "no descriptors for a hook");
+    }
     if (run.call.wantsOutput ? !outputPipe(run.output, output)
-                             : !(output = Fd(open("/dev/null", O_WRONLY | O_CLOEXEC))))
+                             : !(output = Fd(open("/dev/null", O_WRONLY | O_CLOEXEC)))) {
         return fail(run, "no output for a hook");
+    }
 
     std::vector<std::string> arguments{run.call.program, run.call.action, run.call.path};
     std::vector<std::string> environment = cleanEnvironment();
     const std::vector<char*> argumentPointers = pointers(arguments);
     const std::vector<char*> environmentPointers = pointers(environment);
     run.pid = fork();
-    if (run.pid == 0)
+    if (run.pid == 0) {
         becomeHook(argumentPointers.data(), environmentPointers.data(), input.get(), output.get(), complaints.get());
-    if (run.pid < 0)
+    }
+    if (run.pid < 0) {
         return fail(run, "no process for a hook");
+    }
     setpgid(run.pid, run.pid);
     return true;
 }
@@ -182,35 +200,42 @@ bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
 void tendHook(HookRun& run) {
     readComplaints(run);
     readOutput(run);
-    if (!run.failure.empty())
+    if (!run.failure.empty()) {
         return;
-    if (run.deadline.passed())
+    }
+    if (run.deadline.passed()) {
         run.failure = "was killed, its time was up";
-    else if (run.text.size() > kMaxOutput)
+    } else if (run.text.size() > kMaxOutput) {
         run.failure = "was killed, it wrote more than " + std::to_string(kMaxOutput) + " bytes";
-    if (!run.failure.empty())
+    }
+    if (!run.failure.empty()) {
         killHook(run);
+    }
 }
 
 bool reapHook(HookRun& run) {
     int status = 0;
-    if (waitpid(run.pid, &status, WNOHANG) != run.pid)
+    if (waitpid(run.pid, &status, WNOHANG) != run.pid) {
         return false;
+    }
     run.pid = -1;
     readComplaints(run);
     readOutput(run);
-    if (run.failure.empty() && run.text.size() > kMaxOutput)
+    if (run.failure.empty() && run.text.size() > kMaxOutput) {
         run.failure = "wrote more than " + std::to_string(kMaxOutput) + " bytes";
-    if (run.failure.empty() && status != 0)
+    }
+    if (run.failure.empty() && status != 0) {
         run.failure = describeStatus(status, run.complaint);
+    }
     run.output.reset();
     run.complaints.reset();
     return true;
 }
 
 void killHook(HookRun& run) {
-    if (run.pid > 0)
+    if (run.pid > 0) {
         kill(-run.pid, SIGKILL);
+    }
 }
 
 }  // namespace vcfg::vcmd

@@ -23,10 +23,11 @@ bool start(Hooks& hooks, HookJob job) {
     auto running = std::make_unique<Hooks::Running>();
     running->job = std::move(job);
     const bool started = startHook(running->job.call, hooks.limitMs, running->run);
-    if (started)
+    if (started) {
         hooks.running.push_back(std::move(running));
-    else
+    } else {
         running->job.done(running->run);
+    }
     return started;
 }
 
@@ -48,12 +49,14 @@ bool finishEnded(Hooks& hooks) {
     std::vector<std::unique_ptr<Hooks::Running>> ended;
     for (auto& one : hooks.running) {
         tendHook(one->run);
-        if (reapHook(one->run))
+        if (reapHook(one->run)) {
             ended.push_back(std::move(one));
+        }
     }
     std::erase(hooks.running, nullptr);
-    for (const auto& one : ended)
+    for (const auto& one : ended) {
         one->job.done(one->run);
+    }
     return !ended.empty();
 }
 
@@ -76,8 +79,9 @@ void queueHook(Hooks& hooks, HookJob job) {
 void pollHooks(const Hooks& hooks, std::vector<pollfd>& fds) {
     for (const auto& one : hooks.running) {
         fds.push_back({one->run.complaints.get(), POLLIN, 0});
-        if (one->run.output)
+        if (one->run.output) {
             fds.push_back({one->run.output.get(), POLLIN, 0});
+        }
     }
 }
 
@@ -86,8 +90,9 @@ int hookTimeout(const Hooks& hooks) {
     for (const auto& one : hooks.running) {
         // One that has been killed is reaped when the signal of its end comes.
         const int left = one->run.failure.empty() ? one->run.deadline.remainingMs() : -1;
-        if (left >= 0 && (timeout < 0 || left < timeout))
+        if (left >= 0 && (timeout < 0 || left < timeout)) {
             timeout = left;
+        }
     }
     return timeout;
 }
@@ -101,8 +106,9 @@ void tendHooks(Hooks& hooks) {
 }
 
 void killHooks(Hooks& hooks) {
-    for (const auto& one : hooks.running)
+    for (const auto& one : hooks.running) {
         killHook(one->run);
+    }
 }
 
 }  // namespace vcfg::vcmd

@@ -23,14 +23,16 @@ Fd openSignals() {
 // An ended hook is found by tendHooks; only the request to end matters here.
 void takeSignals(Vcmd& vcmd, int fd) {
     signalfd_siginfo signal{};
-    while (read(fd, &signal, sizeof signal) == sizeof signal)
+    while (read(fd, &signal, sizeof signal) == sizeof signal) {
         vcmd.stop = vcmd.stop || signal.ssi_signo != SIGCHLD;
+    }
 }
 
 void lookAtRunDirectory(Vcmd& vcmd) {
     lookForDaemon(vcmd.announcer);
-    if (vcmd.server->isCurrent())
+    if (vcmd.server->isCurrent()) {
         return;
+    }
     if (socketFile(VCFG_EID_VCMD) == SocketFile{}) {
         VCMD_LOG(VLOG_WARNING, "the socket of endpoint %d has been removed; it is made anew", VCFG_EID_VCMD);
         vcmd.server->reopen();
@@ -42,8 +44,9 @@ void lookAtRunDirectory(Vcmd& vcmd) {
 
 void tellNews(Vcmd& vcmd) {
     tellWatchers(vcmd.watchers, *vcmd.server);
-    if (std::exchange(vcmd.levelsChanged, false))
+    if (std::exchange(vcmd.levelsChanged, false)) {
         tellDebugLevels(vcmd.store);
+    }
 }
 
 int sooner(int left, int right) {
@@ -61,10 +64,12 @@ void run(Vcmd& vcmd) {
         fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
         pollHooks(vcmd.hooks, fds);
         poll(fds.data(), fds.size(), more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
-        if (fds[1].revents != 0)
+        if (fds[1].revents != 0) {
             takeSignals(vcmd, signals.get());
-        if (fds[2].revents != 0)
+        }
+        if (fds[2].revents != 0) {
             lookAtRunDirectory(vcmd);
+        }
         announce(vcmd.announcer);
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
@@ -73,8 +78,9 @@ void run(Vcmd& vcmd) {
     }
     killHooks(vcmd.hooks);
     std::string why;
-    if (!saveModel(vcmd, &why))
+    if (!saveModel(vcmd, &why)) {
         VCMD_LOG(VLOG_ERROR, "the model cannot be saved: %s", why.c_str());
+    }
 }
 
 }  // namespace vcfg::vcmd

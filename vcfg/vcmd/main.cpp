@@ -16,14 +16,16 @@ namespace {
 // A daemon runs in "/", so directories of the command line must not depend on where it was started.
 std::string absolute(const std::string& path) {
     char directory[PATH_MAX];
-    if (path.starts_with('/') || path.empty() || getcwd(directory, sizeof directory) == nullptr)
+    if (path.starts_with('/') || path.empty() || getcwd(directory, sizeof directory) == nullptr) {
         return path;
+    }
     return std::string(directory) + "/" + path;
 }
 
 void makeAbsolute(Options& options) {
-    for (std::string* path : {&options.runDir, &options.dataDir, &options.hookDir, &options.defaults})
+    for (std::string* path : {&options.runDir, &options.dataDir, &options.hookDir, &options.defaults}) {
         *path = absolute(*path);
+    }
     setenv("VCFG_RUN_DIR", options.runDir.c_str(), 1);
     setenv("VCFG_DATA_DIR", options.dataDir.c_str(), 1);
 }
@@ -34,21 +36,24 @@ void openStandardStreams() {
     do {
         fd = open("/dev/null", O_RDWR);
     } while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd > STDERR_FILENO)
+    if (fd > STDERR_FILENO) {
         close(fd);
+    }
 }
 
 void detachStreams() {
     const Fd nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         dup2(nothing.get(), stream);
+    }
 }
 
 // In the parent: ends with the child's success at serving.
 [[noreturn]] void awaitChild(pid_t child, const Fd& ready) {
     char byte = 0;
-    if (read(ready.get(), &byte, 1) == 1)
+    if (read(ready.get(), &byte, 1) == 1) {
         _exit(EXIT_SUCCESS);
+    }
     waitpid(child, nullptr, 0);
     _exit(EXIT_FAILURE);
 }
@@ -56,8 +61,9 @@ void detachStreams() {
 // Goes on in the child; what is returned tells the parent when it is written to.
 Fd detach() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         return Fd();
+    }
     Fd ready(ends[0]);
     Fd tell(ends[1]);
     const pid_t child = fork();
@@ -74,8 +80,9 @@ Fd detach() {
 int main(int argc, char** argv) {
     Vcmd vcmd;
     int status = EXIT_SUCCESS;
-    if (!parseOptions(argc, argv, vcmd.options, status))
+    if (!parseOptions(argc, argv, vcmd.options, status)) {
         return status;
+    }
     openStandardStreams();
     makeAbsolute(vcmd.options);
     signal(SIGPIPE, SIG_IGN);
@@ -85,11 +92,13 @@ int main(int argc, char** argv) {
         perror("vcmd: cannot detach");
         return EXIT_FAILURE;
     }
-    if (!setUp(vcmd))
+    if (!setUp(vcmd)) {
         return EXIT_FAILURE;
+    }
     if (!vcmd.options.foreground) {
-        if (chdir("/") != 0 || write(tell.get(), "", 1) != 1)
+        if (chdir("/") != 0 || write(tell.get(), "", 1) != 1) {
             return EXIT_FAILURE;
+        }
         tell.reset();
         detachStreams();
     }

@@ -9,8 +9,9 @@ bus::MessagePtr newMessage(uint32_t type, uint8_t dstEid, std::string_view paylo
     bus::MessagePtr message(length <= VCFG_MSG_PAYLOAD_MAX
                                 ? static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + length + 1))
                                 : nullptr);
-    if (message == nullptr)
+    if (message == nullptr) {
         return nullptr;
+    }
     message->type = type;
     message->srcEid = VCFG_EID_VCMD;
     message->dstEid = dstEid;

@@ -53,8 +53,9 @@ std::string fromEnvironment(const char* name, const char* otherwise) {
 bool takeHookTimeout(const char* text, Options& options) {
     char* end = nullptr;
     const long seconds = strtol(text, &end, 10);
-    if (end == text || *end != '\0' || seconds < 1 || seconds > kLongestHook)
+    if (end == text || *end != '\0' || seconds < 1 || seconds > kLongestHook) {
         return false;
+    }
     options.hookLimitMs = static_cast<uint32_t>(seconds) * 1000;
     return true;
 }
@@ -100,14 +101,17 @@ bool parseOptions(int argc, char** argv, Options& options, int& status) {
     Next next = Next::GoOn;
     int found;
     opterr = 0;
-    while (next == Next::GoOn && (found = getopt_long(argc, argv, "", kOptions, nullptr)) != -1)
+    while (next == Next::GoOn && (found = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
         next = takeOption(found, options);
-    if (next == Next::GoOn && optind == argc)
+    }
+    if (next == Next::GoOn && optind == argc) {
         return true;
+    }
     status = next == Next::Done ? EXIT_SUCCESS : kWrongUsage;
-    if (next != Next::Done)
+    if (next != Next::Done) {
         fprintf(stderr, "vcmd: what is meant by '%s'? See 'vcmd --help'\n",
                 argv[next == Next::Wrong ? optind - 1 : optind]);
+    }
     return false;
 }
 

@@ -52,9 +52,10 @@ int find(Vcmd& vcmd, const Request& request, Target& target, std::string& why) {
     } else {
         code = vcmd.store.next(message.oid, &target.iid, &target.record);
     }
-    if (code == VCFG_ERR_INVALID)
+    if (code == VCFG_ERR_INVALID) {
         why = std::string(target.object->pattern) + ": " + std::to_string(message.objIid.level) +
               " instance numbers are not what the request takes";
+    }
     return code;
 }
 
@@ -62,10 +63,11 @@ void answerFound(Vcmd& vcmd, Staged& staged) {
     Target target;
     std::string why;
     const int code = find(vcmd, staged.request, target, why);
-    if (code == VCFG_OK)
+    if (code == VCFG_OK) {
         confirm(staged, target.iid, bytes(target));
-    else
+    } else {
         refuse(staged, code, why);
+    }
 }
 
 // Puts what the hook has printed into the model; a hook that failed changes nothing.
@@ -75,19 +77,22 @@ void takeRefreshed(Vcmd& vcmd, const model::Object& object, const objIndex& iid,
         VCMD_LOG(VLOG_WARNING, "%s", hookFailure(run).c_str());
         return;
     }
-    if (run.text.find_first_not_of(" \t\r\n") == std::string::npos)
+    if (run.text.find_first_not_of(" \t\r\n") == std::string::npos) {
         return;
+    }
     const store::JsonPtr values = store::parseObject(run.text, &why);
     vcmd.writer = "refresh hook";
     const int code = values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(object.oid, iid, values.get(), &why);
-    if (code != VCFG_OK)
+    if (code != VCFG_OK) {
         VCMD_LOG(VLOG_WARNING, "hook %s get %s: its output is refused: %s", run.call.program.c_str(),
                  run.call.path.c_str(), why.c_str());
+    }
 }
 
 void startRefresh(Vcmd& vcmd, Staged& staged, const Target& target, std::string program) {
-    if (hookRoom(vcmd.hooks, HookKind::Refresh) == 0)
+    if (hookRoom(vcmd.hooks, HookKind::Refresh) == 0) {
         return refuse(staged, VCFG_ERR_FULL, "too many refreshes are waiting");
+    }
     const store::JsonPtr values = store::recordJson(*target.object, target.record);
     HookCall call{std::move(program), "get", model::path(*target.object, target.iid),
                   json_object_to_json_string_ext(values.get(), JSON_C_TO_STRING_PLAIN), true};
@@ -106,21 +111,24 @@ void startRefresh(Vcmd& vcmd, Staged& staged, const Target& target, std::string 
 
 bool serveRead(Vcmd& vcmd, Staged& staged) {
     const uint32_t type = staged.request.message->type;
-    if (!isRead(type))
+    if (!isRead(type)) {
         return false;
+    }
     Target target;
     std::string why;
     const int code = find(vcmd, staged.request, target, why);
     std::string program;
-    if (code == VCFG_OK && isRefreshed(type))
+    if (code == VCFG_OK && isRefreshed(type)) {
         program = hookProgram(vcmd.hooks, HookKind::Refresh, *target.object);
+    }
     staged.reads = program.empty();
-    if (code != VCFG_OK)
+    if (code != VCFG_OK) {
         refuse(staged, code, why);
-    else if (program.empty())
+    } else if (program.empty()) {
         confirm(staged, target.iid, bytes(target));
-    else
+    } else {
         startRefresh(vcmd, staged, target, std::move(program));
+    }
     return true;
 }
 

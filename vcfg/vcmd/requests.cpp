@@ -25,8 +25,9 @@ bool expectsAnswer(const vcfg_msg_t& message) {
 
 void serveWatch(Vcmd& vcmd, Staged& staged) {
     const std::string_view payload = staged.request.payload();
-    if (!payload.empty() && payload.find('\0') != payload.size() - 1)
+    if (!payload.empty() && payload.find('\0') != payload.size() - 1) {
         return refuse(staged, VCFG_ERR_INVALID, "the patterns are not one terminated text");
+    }
     const int code = addWatcher(vcmd.watchers, *vcmd.server, staged.request.from, *staged.request.message,
                                 payload.substr(0, payload.find('\0')));
     code == VCFG_OK ? confirm(staged) : refuse(staged, code, "there are too many watchers");
@@ -37,39 +38,45 @@ void confirmStartUp(Staged& staged) {
     const vcfg_msg_t& notice = *staged.request.message;
     VCMD_LOG(VLOG_INFO, "endpoint %u has completed its start-up", notice.srcEid);
     staged.answer = newMessage(VCFG_MSG_INIT_DATAMODEL_FIN, notice.srcEid, "OK", true);
-    if (staged.answer != nullptr)
+    if (staged.answer != nullptr) {
         staged.answer->requestId = notice.requestId;
+    }
 }
 
 void serveOther(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
-    if (message.type == wire::kWatch)
+    if (message.type == wire::kWatch) {
         serveWatch(vcmd, staged);
-    else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN)
+    } else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN) {
         confirmStartUp(staged);
-    else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0)
+    } else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0) {
         confirm(staged);
-    else
+    } else {
         refuse(staged, VCFG_ERR_INVALID, "no such request");
+    }
 }
 
 void serve(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     try {
-        if (!serveRead(vcmd, staged) && !serveWrite(vcmd, staged, spokenFor))
+        if (!serveRead(vcmd, staged) && !serveWrite(vcmd, staged, spokenFor)) {
             serveOther(vcmd, staged);
+        }
     } catch (const std::bad_alloc&) {
-        if (staged.undo)
+        if (staged.undo) {
             staged.undo();
+        }
         staged.wrote = false;
         staged.jobs.clear();
-        if (staged.request.message != nullptr)
+        if (staged.request.message != nullptr) {
             staged.answer = newRefusal(*staged.request.message, VCFG_ERR_FAIL, "memory is short");
+        }
     }
 }
 
 void finish(Vcmd& vcmd, Staged& staged) {
-    for (HookJob& job : staged.jobs)
+    for (HookJob& job : staged.jobs) {
         queueHook(vcmd.hooks, std::move(job));
+    }
     answerNow(vcmd, staged);
 }
 
@@ -78,8 +85,9 @@ void finish(Vcmd& vcmd, Staged& staged) {
 void takeBack(Vcmd& vcmd, Batch& batch, const std::string& why) {
     VCMD_LOG(VLOG_ERROR, "the model cannot be saved, the writes are refused: %s", why.c_str());
     for (size_t i = batch.staged.size(); i > 0; --i) {
-        if (batch.staged[i - 1].undo)
+        if (batch.staged[i - 1].undo) {
             batch.staged[i - 1].undo();
+        }
     }
     forgetChanges(vcmd.watchers);
     for (Staged& staged : batch.staged) {
@@ -95,31 +103,37 @@ void takeBack(Vcmd& vcmd, Batch& batch, const std::string& why) {
 
 void conclude(Vcmd& vcmd, Batch& batch) {
     std::string why;
-    if (batch.wrote && !saveModel(vcmd, &why))
+    if (batch.wrote && !saveModel(vcmd, &why)) {
         return takeBack(vcmd, batch, why);
-    for (Staged& staged : batch.staged)
+    }
+    for (Staged& staged : batch.staged) {
         finish(vcmd, staged);
+    }
 }
 
 }  // namespace
 
 void refuse(Staged& staged, int code, const std::string& why) {
     const vcfg_msg_t& message = *staged.request.message;
-    if (code == VCFG_ERR_INVALID)
+    if (code == VCFG_ERR_INVALID) {
         VCMD_LOG(VLOG_WARNING, "request 0x%08x of endpoint %u is refused: %s", message.type, message.srcEid,
                  why.c_str());
-    if (expectsAnswer(message))
+    }
+    if (expectsAnswer(message)) {
         staged.answer = newRefusal(message, code, why);
+    }
 }
 
 void confirm(Staged& staged, const objIndex& iid, std::span<const std::byte> record) {
-    if (expectsAnswer(*staged.request.message))
+    if (expectsAnswer(*staged.request.message)) {
         staged.answer = newAnswer(*staged.request.message, VCFG_OK, iid, record);
+    }
 }
 
 void answerNow(Vcmd& vcmd, Staged& staged) {
-    if (staged.answer != nullptr)
+    if (staged.answer != nullptr) {
         vcmd.server->answer(staged.request.from, *staged.answer);
+    }
 }
 
 std::string hookFailure(const HookRun& run) {
@@ -133,15 +147,17 @@ bool serveRequests(Vcmd& vcmd) {
         Staged staged;
         staged.request.message = vcmd.server->receive(&staged.request.from);
         more = staged.request.message != nullptr;
-        if (!more)
+        if (!more) {
             break;
+        }
         serve(vcmd, staged, batch.jobs);
         batch.wrote = batch.wrote || staged.wrote;
         batch.jobs += staged.jobs.size();
-        if (batch.wrote)
+        if (batch.wrote) {
             batch.staged.push_back(std::move(staged));
-        else
+        } else {
             finish(vcmd, staged);
+        }
     }
     conclude(vcmd, batch);
     return more;

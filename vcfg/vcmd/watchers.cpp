@@ -16,10 +16,11 @@ void addText(json_object* line, const char* name, const std::string& text) {
 }
 
 void addValue(json_object* line, const char* name, const std::optional<std::string>& value) {
-    if (value)
+    if (value) {
         addText(line, name, *value);
-    else
+    } else {
         json_object_object_add(line, name, nullptr);
+    }
 }
 
 std::string changeLine(const store::Change& change, const std::string& by) {
@@ -34,8 +35,9 @@ std::string changeLine(const store::Change& change, const std::string& by) {
 
 bool wants(const Watchers::Watcher& watcher, const std::string& path) {
     for (const std::string& pattern : watcher.patterns) {
-        if (model::pathMatches(pattern, path))
+        if (model::pathMatches(pattern, path)) {
             return true;
+        }
     }
     return watcher.patterns.empty();
 }
@@ -43,8 +45,9 @@ bool wants(const Watchers::Watcher& watcher, const std::string& path) {
 // False when the watcher is gone or does not read.
 bool send(const Watchers::Watcher& watcher, bus::Server& server, std::string_view lines) {
     const bus::MessagePtr message = newMessage(wire::kChange, watcher.eid, lines, true);
-    if (message == nullptr)
+    if (message == nullptr) {
         return false;
+    }
     message->requestId = watcher.requestId;
     return server.answer(watcher.connection, *message) == VCFG_OK;
 }
@@ -52,11 +55,13 @@ bool send(const Watchers::Watcher& watcher, bus::Server& server, std::string_vie
 bool tell(const Watchers::Watcher& watcher, bus::Server& server, const std::vector<Watchers::News>& news) {
     std::string lines;
     for (const Watchers::News& one : news) {
-        if (!wants(watcher, one.path))
+        if (!wants(watcher, one.path)) {
             continue;
+        }
         if (lines.size() + one.line.size() > kLongestNews) {
-            if (!send(watcher, server, lines))
+            if (!send(watcher, server, lines)) {
                 return false;
+            }
             lines.clear();
         }
         lines.append(lines.empty() ? "" : "\n").append(one.line);
@@ -73,15 +78,18 @@ void dropGone(Watchers& watchers, bus::Server& server) {
 
 int addWatcher(Watchers& watchers, bus::Server& server, bus::ConnectionId connection, const vcfg_msg_t& request,
                std::string_view patterns) {
-    if (watchers.all.size() >= kMostWatchers)
+    if (watchers.all.size() >= kMostWatchers) {
         dropGone(watchers, server);
-    if (watchers.all.size() >= kMostWatchers)
+    }
+    if (watchers.all.size() >= kMostWatchers) {
         return VCFG_ERR_FULL;
+    }
     Watchers::Watcher watcher{connection, request.srcEid, request.requestId, {}};
     while (!patterns.empty()) {
         const size_t end = patterns.find('\n');
-        if (end != 0)
+        if (end != 0) {
             watcher.patterns.emplace_back(patterns.substr(0, end));
+        }
         patterns.remove_prefix(end == patterns.npos ? patterns.size() : end + 1);
     }
     watchers.all.push_back(std::move(watcher));
@@ -89,13 +97,15 @@ int addWatcher(Watchers& watchers, bus::Server& server, bus::ConnectionId connec
 }
 
 void noteChange(Watchers& watchers, const store::Change& change, const std::string& by) {
-    if (!watchers.all.empty())
+    if (!watchers.all.empty()) {
         watchers.news.push_back({change.path, changeLine(change, by)});
+    }
 }
 
 void tellWatchers(Watchers& watchers, bus::Server& server) {
-    if (watchers.news.empty())
+    if (watchers.news.empty()) {
         return;
+    }
     for (auto one = watchers.all.begin(); one != watchers.all.end();) {
         if (tell(*one, server, watchers.news)) {
             ++one;

@@ -34,23 +34,26 @@ void limitWait(int fd, unsigned timeoutMs) {
 // The kernel's own datagrams are not held to a sender's buffer size, so neither are these.
 void makeRoomFor(int fd, size_t size) {
     const int wanted = static_cast<int>(size) + 4096;
-    if (setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &wanted, sizeof wanted) != 0)
+    if (setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &wanted, sizeof wanted) != 0) {
         setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &wanted, sizeof wanted);
+    }
 }
 
 }  // namespace
 
 std::optional<pid_t> registeredProcess(const std::string& file) {
     FILE* stream = std::fopen(file.c_str(), "re");
-    if (stream == nullptr)
+    if (stream == nullptr) {
         return std::nullopt;
+    }
     char text[32] = "";
     const bool read = std::fgets(text, sizeof text, stream) != nullptr;
     std::fclose(stream);
     pid_t process = 0;
     const auto [end, error] = std::from_chars(text, text + std::strlen(text), process);
-    if (!read || error != std::errc() || process <= 0 || (*end != '\0' && *end != '\n' && *end != ' '))
+    if (!read || error != std::errc() || process <= 0 || (*end != '\0' && *end != '\n' && *end != ' ')) {
         return std::nullopt;
+    }
     return process;
 }
 
@@ -62,8 +65,9 @@ std::string message(uint16_t type, const std::optional<std::string>& text, uint3
                           .nlmsg_seq = sequence,
                           .nlmsg_pid = 0};
     std::string datagram(reinterpret_cast<const char*>(&header), sizeof header);
-    if (text)
+    if (text) {
         datagram += *text;
+    }
     datagram.resize(NLMSG_ALIGN(NLMSG_HDRLEN + payload), '\0');
     return datagram;
 }
@@ -82,16 +86,18 @@ Delivery send(pid_t process, std::string_view datagram, unsigned timeoutMs, std:
     const ssize_t sent = sendto(fd, datagram.data(), datagram.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
     const int reason = errno;
     close(fd);
-    if (sent == static_cast<ssize_t>(datagram.size()))
+    if (sent == static_cast<ssize_t>(datagram.size())) {
         return Delivery::done;
+    }
     const Delivery result = deliveryOf(reason);
     error = "process " + std::to_string(process);
-    if (result == Delivery::nobody)
+    if (result == Delivery::nobody) {
         error += " does not listen for kernel events";
-    else if (result == Delivery::full)
+    } else if (result == Delivery::full) {
         error += " does not take its kernel events: its queue is full";
-    else
+    } else {
         error += std::string(" could not be sent the event: ") + std::strerror(reason);
+    }
     return result;
 }
 

@@ -49,27 +49,31 @@ bool isDslDevice(const std::string& name) {
 
 std::string eventText(const std::string& name, bool up) {
     std::string text = name + (up ? ":up" : ":down");
-    if (isDslDevice(name))
+    if (isDslDevice(name)) {
         return text;
+    }
     return text + ":" + (up ? speedAndDuplex(name) : "0:H");
 }
 
 // When a port last found its link, for commands that have to choose between ports.
 void touch(const Watch& watch, const std::string& name) {
-    if (watch.linkFolder.empty())
+    if (watch.linkFolder.empty()) {
         return;
+    }
     const std::string file = watch.linkFolder + "/" + name;
     const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (fd < 0)
+    if (fd < 0) {
         return;
+    }
     futimens(fd, nullptr);
     close(fd);
 }
 
 // A full queue keeps the event waiting; with nobody to hear it, it is gone, as on the real platform.
 void report(Watch& watch, const std::string& name, Port& port) {
-    if (port.up == port.reported)
+    if (port.up == port.reported) {
         return;
+    }
     const auto process = kernel_event::registeredProcess(watch.registration);
     if (!process) {
         port.reported = port.up;
@@ -79,15 +83,18 @@ void report(Watch& watch, const std::string& name, Port& port) {
     std::string error;
     const auto delivery = kernel_event::send(
         *process, kernel_event::message(kernel_event::linkWithText, text, ++watch.sequence), sendTimeoutMs, error);
-    if (delivery != kernel_event::Delivery::full)
+    if (delivery != kernel_event::Delivery::full) {
         port.reported = port.up;
-    if (delivery != kernel_event::Delivery::done)
+    }
+    if (delivery != kernel_event::Delivery::done) {
         std::fprintf(stderr, "port-linkd: %s: %s\n", text.c_str(), error.c_str());
+    }
 }
 
 void reportAll(Watch& watch) {
-    for (auto& [name, port] : watch.ports)
+    for (auto& [name, port] : watch.ports) {
         report(watch, name, port);
+    }
 }
 
 bool anyWaiting(const Watch& watch) {
@@ -96,11 +103,13 @@ bool anyWaiting(const Watch& watch) {
 }
 
 void take(Watch& watch, const link_watch::Change& change) {
-    if (!watched(watch, change.name))
+    if (!watched(watch, change.name)) {
         return;
+    }
     Port& port = watch.ports[change.name];
-    if (change.up && !port.up)
+    if (change.up && !port.up) {
         touch(watch, change.name);
+    }
     port.up = change.up;
     report(watch, change.name, port);
 }
@@ -112,29 +121,34 @@ void take(Watch& watch, const link_watch::Change& change) {
 
 std::vector<link_watch::Change> presentLinks() {
     std::vector<link_watch::Change> links;
-    if (!link_watch::list(links))
+    if (!link_watch::list(links)) {
         fail("cannot list the links");
+    }
     return links;
 }
 
 // What is so from the beginning is no change.
 void learnPresentState(Watch& watch) {
-    for (const auto& link : presentLinks())
-        if (watched(watch, link.name))
+    for (const auto& link : presentLinks()) {
+        if (watched(watch, link.name)) {
             watch.ports[link.name] = {.up = link.up, .reported = link.up};
+        }
+    }
 }
 
 // Changes were lost: only the links themselves tell the truth now. One that is not there any more is down.
 void readTruth(Watch& watch) {
     std::vector<link_watch::Change> truth;
-    for (const auto& [name, port] : watch.ports)
+    for (const auto& [name, port] : watch.ports) {
         truth.push_back({.name = name, .up = false});
+    }
     for (auto& link : presentLinks()) {
         std::erase_if(truth, [&](const auto& known) { return known.name == link.name; });
         truth.push_back(std::move(link));
     }
-    for (const auto& link : truth)
+    for (const auto& link : truth) {
         take(watch, link);
+    }
 }
 
 [[noreturn]] void watchForever(Watch& watch, int fd) {
@@ -144,8 +158,9 @@ void readTruth(Watch& watch) {
         std::vector<link_watch::Change> changes;
         switch (link_watch::read(fd, changes)) {
             case link_watch::Reading::changes:
-                for (const auto& change : changes)
+                for (const auto& change : changes) {
                     take(watch, change);
+                }
                 break;
             case link_watch::Reading::overrun:
                 readTruth(watch);
@@ -181,8 +196,9 @@ Watch parse(int argc, char** argv) {
         }
     }
     watch.patterns.assign(argv + optind, argv + argc);
-    if (watch.patterns.empty())
+    if (watch.patterns.empty()) {
         usage();
+    }
     return watch;
 }
 
@@ -191,8 +207,9 @@ Watch parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     Watch watch = parse(argc, argv);
     const int fd = link_watch::open();
-    if (fd < 0)
+    if (fd < 0) {
         fail("cannot watch links");
+    }
     learnPresentState(watch);
     std::puts("ready");
     std::fflush(stdout);
