@@ -139,17 +139,6 @@ TEST_F(DebugScript, ConnectionThatComesAndGoesWithinAPeriodIsNotSeen) {
     EXPECT_TRUE(gw.commands().empty());
 }
 
-TEST_F(DebugScript, ThatIsMissingIsToldAndWaitsForTheNextPeriod) {
-    Gateway bare;
-    wan.wanInternetUp = 1;
-    bare.set("X_VORAN_SystemDebug.Interval", "5");
-    bare.duringPause(2, [&] { bare.receiveEmpty(VCFG_MSG_SYSTEM_LOG_STOP); });
-    bare.receiveEmpty(VCFG_MSG_SYSTEM_LOG_START);
-    bare.runThreads();
-    EXPECT_TRUE(bare.logged("stdout", "periodic_send_log_thread: Not found systemDebug.sh!"));
-    EXPECT_EQ(bare.commands().size(), 1u);
-}
-
 TEST_F(DebugScript, ThatAnEarlierFetchLeftIsRunWhenAFetchFails) {
     gw.commandResult(kFetch, 256);
     runUntilPause(2);
@@ -177,6 +166,18 @@ TEST_F(DebugScript, CommandThatCannotBeStartedIsTold) {
     runUntilPause(2);
     EXPECT_TRUE(gw.logged("vlog", VLOG_ERROR, "cannot start ftpget"));
     EXPECT_FALSE(gw.loggedContaining("secret"));
+}
+
+TEST(DebugScriptMissing, IsToldAndWaitsForTheNextPeriod) {
+    Gateway gw;
+    wan.wanInternetUp = 1;
+    gw.set("X_VORAN_SystemDebug.Interval", "5");
+    gw.duringPause(3, [&] { gw.receiveEmpty(VCFG_MSG_SYSTEM_LOG_STOP); });
+    gw.receiveEmpty(VCFG_MSG_SYSTEM_LOG_START);
+    gw.runThreads();
+    const std::string fetch = "ftpget -u '' -p '' '' /tmp/systemDebug.sh systemDebug.sh";
+    EXPECT_EQ(gw.commands(), (Commands{fetch, fetch}));
+    EXPECT_TRUE(gw.logged("stdout", "periodic_send_log_thread: Not found systemDebug.sh!"));
 }
 
 TEST_F(SystemLogSettings, AreQuotedWhereTheyNeedIt) {
