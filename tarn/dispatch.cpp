@@ -11,11 +11,13 @@
 #include "core/event.h"
 #include "core/log.h"
 #include "core/message.h"
+#include "core/system_log.h"
 #include "link/internet_led.h"
 #include "link/optical.h"
 #include "link/wan_link_status.h"
 #include "link/wwan_backup.h"
 #include "mgmt/checksum.h"
+#include "mgmt/dhcp_server.h"
 #include "mgmt/mail_event.h"
 #include "platform/econet/wrapper.h"
 #include "startup.h"
@@ -130,7 +132,8 @@ const Row kRows[] = {
         [](const Message&) { initialiseLinks(true); }},
     {VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT",
         infoLine("VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT"), Payload::Optional, kLater},
-    {VCFG_MSG_DHCPD_OPTION, "VCFG_MSG_DHCPD_OPTION", debugLine("VCFG_MSG_DHCPD_OPTION"), Payload::Required, kLater},
+    {VCFG_MSG_DHCPD_OPTION, "VCFG_MSG_DHCPD_OPTION", debugLine("VCFG_MSG_DHCPD_OPTION"), Payload::Required,
+        [](const Message& m) { tarnProcessDhcpdOption(m.payload); }},
     {VCFG_MSG_PINGSVRS_RST, "VCFG_MSG_PINGSVRS_RST", debugLine("VCFG_MSG_PINGSVRS_RST"), Payload::Required, kLater},
     {VCFG_MSG_MAIL_SEND_EVENT, "VCFG_MSG_MAIL_SEND_EVENT", {Channel::SyslogInfo, "receving VCFG_MSG_MAIL_SEND_EVENT\n"},
         Payload::Optional, [](const Message& m) { emailEventHandle(m.payload, m.srcEid, m.requestId); }},
@@ -171,8 +174,10 @@ const Row kRows[] = {
     {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, kLater},
     {VCFG_MSG_WPS_STATUS, "VCFG_MSG_WPS_STATUS", kSilent, Payload::Optional, kLater},
     {VCFG_MSG_WPS_STOP, "VCFG_MSG_WPS_STOP", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_SYSTEM_LOG_START, "VCFG_MSG_SYSTEM_LOG_START", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_SYSTEM_LOG_STOP, "VCFG_MSG_SYSTEM_LOG_STOP", kSilent, Payload::Optional, kLater},
+    {VCFG_MSG_SYSTEM_LOG_START, "VCFG_MSG_SYSTEM_LOG_START", kSilent, Payload::Optional,
+        [](const Message&) { SystemLogThreadHandle(1); }},
+    {VCFG_MSG_SYSTEM_LOG_STOP, "VCFG_MSG_SYSTEM_LOG_STOP", kSilent, Payload::Optional,
+        [](const Message&) { SystemLogThreadHandle(0); }},
     // clang-format on
 };
 

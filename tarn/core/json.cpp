@@ -10,7 +10,14 @@ Json Json::object() {
 }
 
 Json Json::parse(const char* text) {
-    json_object* parsed = text != nullptr ? json_tokener_parse(text) : nullptr;
+    const char* error = nullptr;
+    return parse(text, error);
+}
+
+Json Json::parse(const char* text, const char*& error) {
+    json_tokener_error code = json_tokener_success;
+    json_object* parsed = json_tokener_parse_verbose(text != nullptr ? text : "", &code);
+    error = code != json_tokener_success ? json_tokener_error_desc(code) : nullptr;
     if (parsed != nullptr && json_object_get_type(parsed) != json_type_object) {
         json_object_put(parsed);
         parsed = nullptr;

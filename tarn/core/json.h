@@ -15,6 +15,8 @@ class Json {
     // A payload. Text that is missing, does not parse, is nested too deep or is no object gives a Json that is not
     // valid and has no keys.
     static Json parse(const char* text);
+    // The same; `error` is the library's word for what does not parse, null for JSON of whatever kind.
+    static Json parse(const char* text, const char*& error);
 
     Json(Json&& other) noexcept;
     Json& operator=(Json&& other) noexcept;

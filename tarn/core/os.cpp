@@ -81,6 +81,10 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
     return text;
 }
 
+bool fileExists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
 bool writeFile(const std::string& path, std::string_view text) {
     File file(fopen(path.c_str(), "we"));
     if (file == nullptr) {

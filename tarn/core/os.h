@@ -22,6 +22,7 @@ void standardOutput(const std::string& text);
 
 // Whole content of a file, at most `limit` bytes; nothing when it cannot be opened.
 std::optional<std::string> readFile(const std::string& path, size_t limit);
+bool fileExists(const std::string& path);
 // Creates or truncates a file and writes `text`; false when it cannot be opened or written.
 bool writeFile(const std::string& path, std::string_view text);
 

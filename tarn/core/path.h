@@ -22,6 +22,7 @@ inline constexpr std::string_view kDslLine = "DSL.Line.";
 inline constexpr std::string_view kDslChannel = "DSL.Channel.";
 inline constexpr std::string_view kOpticalInterface = "Optical.Interface.";
 inline constexpr std::string_view kUsbInterface = "USB.Interface.";
+inline constexpr std::string_view kBridge = "Bridging.Bridge.";
 
 // "IP.Interface." and 3 give "IP.Interface.3".
 std::string of(std::string_view table, unsigned instance);

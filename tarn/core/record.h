@@ -210,3 +210,7 @@ template <class T>
 int add(objIndex& iid) {
     return vcfgFeObjStructAdd(vcfg::ObjectId<T>::value, &iid, nullptr);
 }
+template <class T>
+int remove(const objIndex& iid) {
+    return vcfgFeObjStructDel(vcfg::ObjectId<T>::value, &iid, nullptr);
+}

@@ -4,6 +4,7 @@
 
 #include "core/log.h"
 #include "core/os.h"
+#include "core/stoppable.h"
 
 namespace shell_detail {
 namespace {
@@ -71,6 +72,10 @@ int run(const std::string& command) {
     const int result = os::runCommand(command);
     noteDuration(command, start);
     return result;
+}
+
+std::optional<int> run(os::Stoppable& thread, const std::string& command) {
+    return thread.run(command);
 }
 
 std::optional<std::string> shellFirstLine(const std::string& command, size_t limit) {

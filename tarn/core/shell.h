@@ -5,6 +5,10 @@
 #include <string>
 #include <string_view>
 
+namespace os {
+class Stoppable;
+}
+
 namespace shell_detail {
 
 // A value as one word of the command: quoted when it holds anything but [A-Za-z0-9_.:/%+=@,-], or is empty.
@@ -41,6 +45,14 @@ int run(const std::string& command);
 template <class... Values>
 int shell(std::string_view format, const Values&... values) {
     return run(shell_detail::command(format, values...));
+}
+
+// The same on a thread that can be stopped: nothing when it was, -1 when the command could not be started. Nobody waits
+// for such a command, so its duration is not logged.
+std::optional<int> run(os::Stoppable& thread, const std::string& command);
+template <class... Values>
+std::optional<int> shell(os::Stoppable& thread, std::string_view format, const Values&... values) {
+    return run(thread, shell_detail::command(format, values...));
 }
 
 // First line that a command prints, at most `limit` characters.

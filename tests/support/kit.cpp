@@ -8,6 +8,7 @@
 #include "connection/pending_request.h"
 #include "core/kernel_monitor.h"
 #include "core/path.h"
+#include "core/system_log.h"
 #include "core/wan_state.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
@@ -39,6 +40,7 @@ void forgetRecords() {
     world().replies.clear();
     world().requests.clear();
     world().sleeps.clear();
+    world().pauses.clear();
     world().commands.clear();
     world().signals.clear();
     world().mails.clear();
@@ -81,6 +83,8 @@ Gateway::Gateway() {
     world().commandResults.clear();
     world().commandDurations.clear();
     world().commandOutputs.clear();
+    world().duringCommand.clear();
+    world().duringPause.clear();
     world().files.clear();
     world().unwritable.clear();
     world().alive = {1, 4711};
@@ -91,6 +95,7 @@ Gateway::Gateway() {
 }
 
 Gateway::~Gateway() {
+    SystemLogThreadHandle(0);
     runThreads();  // each owns what it was started with
 }
 
@@ -144,6 +149,16 @@ void Gateway::runThreads() {
         }
         thread.body(thread.argument);
     }
+}
+
+void Gateway::duringPause(size_t number, std::function<void()> happens) {
+    const std::lock_guard lock(world().guard);
+    world().duringPause[number] = std::move(happens);
+}
+
+void Gateway::duringCommand(const std::string& command, std::function<void()> happens) {
+    const std::lock_guard lock(world().guard);
+    world().duringCommand[command] = std::move(happens);
 }
 
 void Gateway::file(const std::string& path, const std::string& content) {
@@ -219,6 +234,10 @@ std::vector<std::pair<pid_t, int>> Gateway::signals() const {
 
 std::vector<uint32_t> Gateway::sleeps() const {
     return copyOf(world().sleeps);
+}
+
+std::vector<int64_t> Gateway::pauses() const {
+    return copyOf(world().pauses);
 }
 
 std::vector<std::string> Gateway::mails() const {

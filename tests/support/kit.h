@@ -62,6 +62,9 @@ class Gateway {
     void kernelDatagram(const std::string& bytes);  // one datagram through processKernelMonitor()
     void advance(uint32_t milliseconds);            // moves the clock
     void runThreads();                              // runs what startThread() was given, in order, to its end
+    // What happens while a thread that can be stopped is in its n-th pause (from 1), or runs that command.
+    void duringPause(size_t number, std::function<void()> happens);
+    void duringCommand(const std::string& command, std::function<void()> happens);
 
     // --- the world around it ---
     void file(const std::string& path, const std::string& content);         // exists, with that content
@@ -83,6 +86,7 @@ class Gateway {
     std::vector<std::string> commands() const;  // shell commands, in order
     std::vector<std::pair<pid_t, int>> signals() const;
     std::vector<uint32_t> sleeps() const;    // pauses asked for, milliseconds
+    std::vector<int64_t> pauses() const;     // of threads that can be stopped, milliseconds
     std::vector<std::string> mails() const;  // requests to voUtilMailSend
     void mailResult(int code);
     std::vector<LogLine> log() const;

@@ -60,6 +60,10 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
     return file != world().files.end() ? std::optional(file->second.substr(0, limit)) : std::nullopt;
 }
 
+bool fileExists(const std::string& path) {
+    return readFile(path, 0).has_value();
+}
+
 bool writeFile(const std::string& path, std::string_view text) {
     const std::lock_guard lock(world().guard);
     if (world().unwritable.count(path) != 0) {

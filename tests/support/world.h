@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -28,11 +29,14 @@ struct World {
 
     uint32_t clockMs = 0;
     std::vector<uint32_t> sleeps;
+    std::vector<int64_t> pauses;
+    std::map<size_t, std::function<void()>> duringPause;
 
     std::vector<std::string> commands;
     std::map<std::string, int> commandResults;
     std::map<std::string, uint32_t> commandDurations;
     std::map<std::string, std::string> commandOutputs;
+    std::map<std::string, std::function<void()>> duringCommand;
 
     std::map<std::string, std::string> files;
     std::set<std::string> unwritable;
