@@ -106,13 +106,13 @@ std::string kernelRelease() {
     return "4.4.115";
 }
 
-bool startThread(void (*body)(void*), void* argument) {
+int startThread(void (*body)(void*), void* argument, size_t) {
     const std::lock_guard lock(world().guard);
     if (world().threadsRefused) {
-        return false;
+        return VCFG_ERR_FAIL;
     }
     world().threads.push_back({body, argument});
-    return true;
+    return VCFG_OK;
 }
 
 }  // namespace os
