@@ -10,6 +10,11 @@ void FairLock::lock() {
     ++depth_;
 }
 
+uint32_t FairLock::waiting() {
+    const std::lock_guard lock(guard_);
+    return tickets_ - turn_ - (depth_ > 0 ? 1 : 0);
+}
+
 void FairLock::unlock() {
     const std::lock_guard lock(guard_);
     if (--depth_ == 0) {

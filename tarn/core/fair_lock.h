@@ -11,6 +11,7 @@ class FairLock {
   public:
     void lock();
     void unlock();
+    uint32_t waiting();  // threads that wait for it
 
   private:
     std::mutex guard_;  // held only to look at what follows
