@@ -10,6 +10,7 @@
 #include "core/command_relay.h"
 #include "core/event.h"
 #include "core/log.h"
+#include "core/mail_event.h"
 #include "core/message.h"
 #include "core/system_log.h"
 #include "link/internet_led.h"
@@ -18,7 +19,6 @@
 #include "link/wwan_backup.h"
 #include "mgmt/checksum.h"
 #include "mgmt/dhcp_server.h"
-#include "mgmt/mail_event.h"
 #include "platform/econet/wrapper.h"
 #include "startup.h"
 

@@ -1,10 +1,13 @@
 #include "startup.h"
 
+#include <mutex>
+
 #include "core/log.h"
 #include "core/message.h"
 #include "core/record.h"
 #include "core/shell.h"
 #include "core/wan_state.h"
+#include "link/link_turn.h"
 #include "link/wan_link_status.h"
 #include "link/wan_link_table.h"
 #include "platform/econet/wrapper.h"
@@ -20,17 +23,12 @@ void startUpnp() {
     }
 }
 
-// Two bus threads may come here at once; the table is built by one of them.
-std::atomic<bool> building{false};
-
 void updateLinks() {
-    if (wan.wanLinkInfoInit == 1 || building.exchange(true)) {
+    if (wan.wanLinkInfoInit == 1) {
         updateWanLinkStatus(nullptr, false);
         return;
     }
-    const int32_t built = initWanLinkInfo();
-    building = false;
-    if (built != VCFG_OK) {
+    if (initWanLinkInfo() != VCFG_OK) {
         logs::system(LOG_ERR, "Init WAN Link Information Fail\n");
         return;
     }
@@ -48,6 +46,7 @@ void resetLanPhys() {
 }  // namespace
 
 void startupCompleted() {
+    const std::lock_guard turn(linkTurn);
     run("/etc/init.d/button_disable_for_manufacture.sh");
     run("/etc/init.d/mcpd.sh reload");
     run("/etc/init.d/disable_lan.sh stop ");
@@ -57,6 +56,7 @@ void startupCompleted() {
 }
 
 void initialiseLinks(bool autoHuntFinished) {
+    const std::lock_guard turn(linkTurn);
     tarnResetWanLinkStatus(kLinkNone);
     wan.isAutoHuntFinished = autoHuntFinished ? 1 : 0;
     wan.isVcAutoHuntRunnig = 0;
@@ -65,8 +65,9 @@ void initialiseLinks(bool autoHuntFinished) {
         tarnSupportCAT3Cable();
     }
     updateLinks();
-    if (!lanPhyResetDone.exchange(true)) {
+    if (!lanPhyResetDone) {
         resetLanPhys();
+        lanPhyResetDone = true;
     }
     VLOG(VLOG_DEBUG, "VCFG_MSG_INIT_DATAMODEL_FIN, send to VCMD");
     sendInitFin();

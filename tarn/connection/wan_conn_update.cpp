@@ -1,12 +1,8 @@
 #include "connection/wan_conn_update.h"
 
-#include <vcfg/text.h>
-
-#include <atomic>
-#include <map>
-#include <mutex>
 #include <string>
 
+#include "connection/link_walks.h"
 #include "core/event.h"
 #include "core/log.h"
 #include "core/memory.h"
@@ -16,51 +12,23 @@
 
 namespace {
 
-constexpr size_t kPathSize = 130;
 constexpr const char* kStatusUpdateName = "tarnWanConnStatusUpdate";
+constexpr size_t kStackBytes = 128u << 10;  // many of these threads run while links flap, and each needs little
 
-struct Task {
-    int32_t type = 0;
-    uint8_t status = 0;
-    vcfg::Text<kPathSize> path{};
-    uint32_t number = 0;  // of the link changes since start, in their order
-};
-
-std::atomic<uint32_t> changes{0};
-
-// Links flap faster than the walks pass, so that walks from one link run side by side. The last status that a layer
-// gets from a link has to be that of the link's newest change: so a layer that a newer walk has come to is left alone,
-// and whoever wrote while a newer walk came to the layer writes once more, what the newer one has to say.
-std::mutex layersGuard;
-std::map<std::string, Task> newestOnLayer;  // by link and layer
-
-bool isNewer(const Task& task, const Task& other) {
-    return static_cast<int32_t>(task.number - other.number) > 0;
-}
-
-// The newest task that has come to this layer, this one included.
-Task comeToLayer(const std::string& layer, const Task& task) {
-    const std::lock_guard lock(layersGuard);
-    const auto [place, isFirst] = newestOnLayer.try_emplace(std::string(task.path.view()) + " " + layer, task);
-    if (!isFirst && isNewer(task, place->second)) {
-        place->second = task;
-    }
-    return place->second;
-}
-
-void writeLayer(const std::string& layer, const Task& task) {
-    Task newest = comeToLayer(layer, task);
-    Task written{};
-    if (newest.number != task.number) {
+void writeLayer(const std::string& layer, const LinkChange& change) {
+    LinkChange newest = walks::comeTo(layer, change);
+    LinkChange written{};
+    if (newest.number != change.number) {
         return;
     }
     do {
         written = newest;
         tarnWanConnStatusUpdate(layer.c_str(), written.status, written.type);
-        newest = comeToLayer(layer, written);
+        newest = walks::comeTo(layer, written);
     } while (newest.number != written.number);
 }
 
+// Paced by the layers that are met, whether or not one had to be written: what starts on top of it takes its time.
 class Pace {
   public:
     void pause() { os::sleepMs(++updated_ <= 2 ? 3000 : 5000); }
@@ -70,37 +38,45 @@ class Pace {
 };
 
 template <class Wanted>
-void updateHigherLayers(const Task& task, std::string_view lowerLayer, const Wanted& wanted) {
+void updateHigherLayers(const LinkChange& change, std::string_view lowerLayer, const Wanted& wanted) {
     Pace pace;
     for (const auto& entry : instances<InterfaceStack>()) {
         if (entry->LowerLayer == lowerLayer && wanted(*entry)) {
-            writeLayer(std::string(entry->HigherLayer.view()), task);
+            writeLayer(std::string(entry->HigherLayer.view()), change);
             pace.pause();
         }
     }
 }
 
-std::string channelPath(const Task& task) {
-    const std::string_view encapsulation = task.type == kLinkDslPtm ? "G.992.3_Annex_K_PTM" : "G.992.3_Annex_K_ATM";
+std::string channelPath(const LinkChange& change) {
+    const std::string_view encapsulation = change.type == kLinkDslPtm ? "G.992.3_Annex_K_PTM" : "G.992.3_Annex_K_ATM";
     const auto channel = findInstance<DslChannel>([&](const DslChannel& candidate) {
-        return candidate.LowerLayers == task.path.view() && candidate.LinkEncapsulationUsed == encapsulation;
+        return candidate.LowerLayers == change.path.view() && candidate.LinkEncapsulationUsed == encapsulation;
     });
     return channel ? path::of(path::kDslChannel, channel.instance()) : "";
 }
 
-void execTarnDslWanConnUpdate(const Task& task) {
+void execTarnDslWanConnUpdate(const LinkChange& change) {
     logs::system(LOG_INFO, "%s : Enter\n", __func__);
-    const std::string channel = channelPath(task);
+    const std::string channel = channelPath(change);
     if (channel.empty()) {
-        return;  // nothing lies on a line without a channel in this mode
+        return;  // without a channel in the trained mode nothing lies on the line, whatever else names it
     }
-    updateHigherLayers(task, channel,
+    updateHigherLayers(change, channel,
                        [](const InterfaceStack& entry) { return !entry.HigherLayer.contains("DSL.BondingGroup"); });
 }
 
-void execWanConnUpdateProc(const Task& task) {
+void execWanConnUpdateProc(const LinkChange& change) {
     logs::system(LOG_INFO, "%s : Enter\n", __func__);
-    updateHigherLayers(task, task.path, [](const InterfaceStack&) { return true; });
+    updateHigherLayers(change, change.path, [](const InterfaceStack&) { return true; });
+}
+
+void followLink(const LinkChange& change) {
+    if (change.type == kLinkDslAtm || change.type == kLinkDslPtm) {
+        execTarnDslWanConnUpdate(change);
+    } else {
+        execWanConnUpdateProc(change);
+    }
 }
 
 const char* linkStatus(uint8_t status) {
@@ -166,25 +142,29 @@ int32_t updateEthernetLinkOrPpp(std::string_view layer, uint8_t status, int32_t 
 }  // namespace
 
 int32_t tarnWanConnUpdate(const char* path, uint8_t status, int32_t type) {
-    if (path == nullptr || std::string_view(path).size() > kPathSize) {
-        VLOG(VLOG_ERROR, "a link's path is missing or longer than %zu characters, refused", kPathSize);
+    if (path == nullptr || std::string_view(path).size() > kLinkPathSize) {
+        VLOG(VLOG_ERROR, "a link's path is missing or longer than %zu characters, refused", kLinkPathSize);
         return VCFG_ERR_FAIL;
     }
-    auto task = allocate<Task>();
-    if (task == nullptr) {
+    auto change = allocate<LinkChange>();
+    if (change == nullptr) {
         logs::system(LOG_ERR, "%s : allocate memory failed\n", __func__);
         return VCFG_ERR_FAIL;
     }
-    task->type = type;
-    task->status = status;
-    task->path = path;
-    task->number = ++changes;
-    if (!os::startThread(execTarnWanConnUpdateTaskHandler, task.get())) {
+    change->type = type;
+    change->status = status;
+    change->path = path;
+    if (!walks::begin(*change)) {
+        VLOG(VLOG_DEBUG, "%d updates of %s are under way, its change waits for one of them", kWalksOfALink, path);
+        return VCFG_OK;
+    }
+    if (os::startThread(execTarnWanConnUpdateTaskHandler, change.get(), kStackBytes) != VCFG_OK) {
+        walks::abandon(*change);
         logs::system(LOG_ERR, "%s : create pthread failed\n", __func__);
         return VCFG_ERR_FAIL;
     }
-    (void)task.release();  // the thread owns it now
-    return 0;
+    (void)change.release();  // the thread owns it now
+    return VCFG_OK;
 }
 
 int32_t tarnWanConnStatusUpdate(const char* higherLayerPath, uint8_t status, int32_t type) {
@@ -216,12 +196,8 @@ void execTarnWanConnUpdateTaskHandler(void* record) {
         logs::system(LOG_ERR, "%s : args is NULL!\n", __func__);
         return;
     }
-    const std::unique_ptr<Task> task(static_cast<Task*>(record));
-    handleEvent("WAN connection update", [&task] {
-        if (task->type == kLinkDslAtm || task->type == kLinkDslPtm) {
-            execTarnDslWanConnUpdate(*task);
-        } else {
-            execWanConnUpdateProc(*task);
-        }
-    });
+    const std::unique_ptr<LinkChange> first(static_cast<LinkChange*>(record));
+    for (std::optional<LinkChange> change = *first; change; change = walks::end(*change)) {
+        handleEvent("WAN connection update", [&change] { followLink(*change); });
+    }
 }

@@ -132,10 +132,6 @@ void processKernelMonitor(kernel::LinkChanged linkChanged) {
         logs::print("read_netlink: Error recvmsg: %d\n", static_cast<int>(received));
         errno = error;
         perror("read_netlink: Error: ");
-        if (error == ENOBUFS) {
-            // The kernel had to throw events away: what they said is found out by looking at the links.
-            linkChanged(nullptr);
-        }
         return;
     }
     if (received == 0) {

@@ -32,7 +32,8 @@ bool bindToOwnProcess() {
 int openKernelMonitor() {
     closeKernelMonitor();
     logs::print("[TARN] Initial kernel monitor ...");
-    kernelFd = socket(AF_NETLINK, SOCK_DGRAM, kLinkMonitorProtocol);
+    // The commands that the daemon runs have no business with it.
+    kernelFd = socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, kLinkMonitorProtocol);
     if (kernelFd < 0) {
         logs::print("Could not open netlink socket for kernel monitor");
         return VCFG_ERR_FAIL;

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr uint32_t kPatienceMs = 3000;
+
 MessagePtr allocate(size_t payloadSize) {
     return MessagePtr(static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + payloadSize)));
 }
@@ -48,6 +50,10 @@ MessagePtr newRequest(uint32_t type, uint8_t dstEid, size_t spare) {
     request->srcEid = VCFG_EID_TARN;
     request->dstEid = dstEid;
     return request;
+}
+
+int deliver(MessagePtr request) {
+    return vcfg_msg_sendAndGetReply(request.release(), nullptr, kPatienceMs);
 }
 
 void sendInitFin() {

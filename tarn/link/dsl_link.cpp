@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "connection/wan_conn_update.h"
 #include "core/log.h"
 #include "core/message.h"
@@ -127,7 +129,7 @@ int32_t WANAutoDetectEthStart() {
     if (request == nullptr) {
         return -1;
     }
-    const int result = vcfg_msg_sendAndGetReply(request.release(), nullptr, 0);
+    const int result = deliver(std::move(request));
     if (result != VCFG_DELIVERED) {
         VLOG(VLOG_ERROR, "fail to send VCFG_MSG_INIT_WAN_LINK_INFO to TARN with ret = %d", result);
         return -1;

@@ -1,7 +1,9 @@
 #include "link/internet_led.h"
 
 #include <cstdio>
+#include <mutex>
 
+#include "core/fair_lock.h"
 #include "core/log.h"
 #include "core/record.h"
 #include "core/shell.h"
@@ -126,7 +128,13 @@ void drive(int32_t state) {
     }
 }
 
-void updateOnce() {
+// Of two updates at once, the one that has looked first could be shown last.
+FairLock updating;
+
+}  // namespace
+
+int32_t wanInternetLEDUpdate() {
+    const std::lock_guard turn(updating);
     std::string device;
     hasDefaultRoute(device);
     hasIpv6DefaultRoute(device);
@@ -136,27 +144,7 @@ void updateOnce() {
         drive(state);
         wan.lastInternetLedState = state;
     }
-}
-
-std::atomic<uint32_t> updatesAsked{0};
-
-}  // namespace
-
-int32_t wanInternetLEDUpdate() {
-    if (updatesAsked.fetch_add(1) != 0) {
-        return wan.lastInternetLedState;  // the thread that is at it looks once more
-    }
-    uint32_t answered = 0;
-    try {
-        do {
-            answered = updatesAsked;
-            updateOnce();
-        } while (!updatesAsked.compare_exchange_strong(answered, 0));
-    } catch (...) {
-        updatesAsked = 0;
-        throw;
-    }
-    return wan.lastInternetLedState;
+    return state;
 }
 
 bool hasDefaultRoute(std::string& device) {

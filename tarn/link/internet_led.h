@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// Recomputes the LED's state and drives the LED when it changed. One thread at a time does so; a call meanwhile makes
-// that thread look once more. Returns the state: 0 no service, 1 an address, 2 only bridged, 3 being attempted.
+// Recomputes the LED's state and drives the LED when it changed. One thread at a time does so, in the order of the
+// calls. Returns the state: 0 no service, 1 an address, 2 only bridged, 3 being attempted.
 int32_t wanInternetLEDUpdate();
 
 // Whether the kernel has a default route, and by which device.

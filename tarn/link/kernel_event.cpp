@@ -1,10 +1,12 @@
 #include "link/kernel_event.h"
 
+#include <mutex>
 #include <string_view>
 
 #include "core/log.h"
 #include "core/shell.h"
 #include "core/wan_state.h"
+#include "link/link_turn.h"
 #include "link/wan_link_status.h"
 #include "link/wan_link_table.h"
 #include "platform/econet/ethernet_port.h"
@@ -30,6 +32,7 @@ void retrainDsl() {
 }  // namespace
 
 void updateLinkStatus(const char* event) {
+    const std::lock_guard turn(linkTurn);
     logs::print("%s %d: receiving Kernel event !!\n", __func__, __LINE__);
     const std::string_view text = event != nullptr ? event : "";
     if (namesDsl(text)) {

@@ -1,12 +1,14 @@
 #include "link/optical.h"
 
+#include <mutex>
+
 #include "connection/wan_conn_update.h"
 #include "core/json.h"
 #include "core/log.h"
 #include "core/record.h"
 #include "core/wan_state.h"
 #include "link/internet_led.h"
-#include "link/link_work.h"
+#include "link/link_turn.h"
 #include "link/wan_link_table.h"
 
 namespace {
@@ -50,7 +52,7 @@ void followService(WanLinkInfo& link, Interface& interface, bool serviceUp) {
     tarnWanConnUpdate(path::of(path::kOpticalInterface, interface.instance()).c_str(), link.linkStatus, kLinkOptical);
 }
 
-void handleReport(const char* payload, bool) {
+void handleReport(const char* payload) {
     const Json report = Json::parse(payload);
     if (!report.valid()) {
         return;
@@ -74,8 +76,9 @@ void handleReport(const char* payload, bool) {
 }  // namespace
 
 void updateOpticalLinkStatus(const char* payload) {
+    const std::lock_guard turn(linkTurn);
     logs::system(LOG_INFO, "Enter %s\n", __func__);
     if (payload != nullptr) {
-        doLinkWork({handleReport, payload});
+        handleReport(payload);
     }
 }

@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <mutex>
 #include <string_view>
 
 #include "connection/wan_conn_update.h"
@@ -11,7 +12,7 @@
 #include "core/wan_state.h"
 #include "link/internet_led.h"
 #include "link/link_event.h"
-#include "link/link_work.h"
+#include "link/link_turn.h"
 #include "platform/econet/ethernet_port.h"
 
 namespace {
@@ -112,7 +113,10 @@ Then updateLink(WanLinkInfo& link, LinkEvent& event) {
     }
 }
 
-void walkWanLinks(const char* payload, bool checkVlanHunt) {
+}  // namespace
+
+void updateWanLinkStatus(const char* payload, bool checkVlanHunt) {
+    const std::lock_guard turn(linkTurn);
     LinkEvent event = readEvent(payload, checkVlanHunt);
     for (WanLinkInfo* link = firstWanLink(); link != nullptr; link = link->next.get()) {
         logs::system(LOG_INFO, "%s: linkInfo iface name: %s\n", kWalkName, link->ifaceName.c_str());
@@ -124,10 +128,4 @@ void walkWanLinks(const char* payload, bool checkVlanHunt) {
             return;
         }
     }
-}
-
-}  // namespace
-
-void updateWanLinkStatus(const char* payload, bool checkVlanHunt) {
-    doLinkWork({walkWanLinks, payload != nullptr ? std::optional<std::string>(payload) : std::nullopt, checkVlanHunt});
 }

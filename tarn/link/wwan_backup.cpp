@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "core/log.h"
+#include "core/mail_event.h"
 #include "core/record.h"
-#include "mgmt/mail_event.h"
 
 namespace {
 

@@ -82,11 +82,14 @@ Gateway::Gateway() {
     world().clockMs = 0;
     world().commandResults.clear();
     world().commandDurations.clear();
+    world().commandEvents.clear();
     world().commandOutputs.clear();
     world().duringCommand.clear();
     world().duringPause.clear();
     world().files.clear();
     world().unwritable.clear();
+    world().fullDisks.clear();
+    world().uptimeKnown = true;
     world().alive = {1, 4711};
     world().threads.clear();
     world().threadsRefused = false;
@@ -175,6 +178,21 @@ std::optional<std::string> Gateway::fileContent(const std::string& path) const {
 void Gateway::unwritable(const std::string& path) {
     const std::lock_guard lock(world().guard);
     world().unwritable.insert(path);
+}
+
+void Gateway::fullDisk(const std::string& path) {
+    const std::lock_guard lock(world().guard);
+    world().fullDisks.insert(path);
+}
+
+void Gateway::noUptime() {
+    const std::lock_guard lock(world().guard);
+    world().uptimeKnown = false;
+}
+
+void Gateway::whileRunning(const std::string& command, const std::function<void()>& happens) {
+    const std::lock_guard lock(world().guard);
+    world().commandEvents[command] = happens;
 }
 
 void Gateway::commandResult(const std::string& command, int result) {

@@ -25,7 +25,8 @@ struct SentMessage {
     uint32_t statCode;
     uint16_t length;
     objIndex objIid;
-    std::string payload;  // all bytes
+    std::string payload;      // all bytes
+    uint32_t patienceMs = 0;  // of a request; 0 without limit
 };
 
 struct LogLine {
@@ -69,8 +70,12 @@ class Gateway {
     // --- the world around it ---
     void file(const std::string& path, const std::string& content);         // exists, with that content
     std::optional<std::string> fileContent(const std::string& path) const;  // what is in it now
-    void unwritable(const std::string& path);
-    void commandResult(const std::string& command, int result);            // of system(); 0 is the default
+    void unwritable(const std::string& path);                               // cannot be opened
+    void fullDisk(const std::string& path);                                 // can be opened, takes no byte
+    void noUptime();                                                        // the system does not say how long it is up
+    void commandResult(const std::string& command, int result);             // of system(); 0 is the default
+    // What else happens while the command runs, on the thread that runs it; nothing any more with an empty function.
+    void whileRunning(const std::string& command, const std::function<void()>& happens);
     void commandTakes(const std::string& command, uint32_t milliseconds);  // of the test's clock
     void commandOutput(const std::string& command, const std::string& firstLine);
     void endpointAnswers(uint8_t eid, int code);  // what a request to it returns; 1 (delivered) is the default

@@ -10,14 +10,15 @@ using kit::world;
 
 namespace {
 
-SentMessage describe(const vcfg_msg_t& message) {
+SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0) {
     return {message.type,
             message.dstEid,
             message.requestId,
             message.statCode,
             message.length,
             message.objIid,
-            std::string(vcfg_msg_text(&message), message.length)};
+            std::string(vcfg_msg_text(&message), message.length),
+            patienceMs};
 }
 
 }  // namespace
@@ -49,9 +50,9 @@ int vcfg_msg_serverSend(vcfg_msg_t* msg) {
     return VCFG_OK;
 }
 
-int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t) {
+int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t timeoutMs) {
     const std::lock_guard lock(world().guard);
-    world().requests.push_back(describe(*msg));
+    world().requests.push_back(describe(*msg, timeoutMs));
     const auto answer = world().answers.find(msg->dstEid);
     const int code = answer != world().answers.end() ? answer->second : int{VCFG_DELIVERED};
     free(msg);

@@ -17,6 +17,20 @@ std::string withoutNewline(std::string text) {
     return text;
 }
 
+// What the test lets happen meanwhile, without the world's guard: it may be a whole event.
+void letHappen(const std::string& command) {
+    std::function<void()> happens;
+    {
+        const std::lock_guard lock(world().guard);
+        world().commands.push_back(command);
+        const auto found = world().commandEvents.find(command);
+        happens = found != world().commandEvents.end() ? found->second : nullptr;
+    }
+    if (happens) {
+        happens();
+    }
+}
+
 void logLine(const char* channel, int level, const std::string& text) {
     const std::lock_guard lock(world().guard);
     world().log.push_back({channel, level, "", withoutNewline(text)});
@@ -27,8 +41,8 @@ void logLine(const char* channel, int level, const std::string& text) {
 namespace os {
 
 int runCommand(const std::string& command) {
+    letHappen(command);
     const std::lock_guard lock(world().guard);
-    world().commands.push_back(command);
     if (const auto took = world().commandDurations.find(command); took != world().commandDurations.end()) {
         world().clockMs += took->second;
     }
@@ -37,8 +51,8 @@ int runCommand(const std::string& command) {
 }
 
 std::optional<std::string> firstLineOf(const std::string& command, size_t limit) {
+    letHappen(command);
     const std::lock_guard lock(world().guard);
-    world().commands.push_back(command);
     const auto output = world().commandOutputs.find(command);
     if (output == world().commandOutputs.end()) {
         return std::nullopt;
@@ -69,7 +83,7 @@ bool writeFile(const std::string& path, std::string_view text) {
     if (world().unwritable.count(path) != 0) {
         return false;
     }
-    world().files[path] = text;
+    world().files[path] = world().fullDisks.count(path) == 0 ? text : "";
     return true;
 }
 
@@ -97,7 +111,7 @@ void sleepMs(uint32_t milliseconds) {
 
 std::optional<uint32_t> uptimeSeconds() {
     const std::lock_guard lock(world().guard);
-    return world().clockMs / 1000;
+    return world().uptimeKnown ? std::optional(world().clockMs / 1000) : std::nullopt;
 }
 
 int64_t now() {
@@ -110,13 +124,13 @@ std::string kernelRelease() {
     return "4.4.115";
 }
 
-bool startThread(void (*body)(void*), void* argument) {
+int startThread(void (*body)(void*), void* argument, size_t) {
     const std::lock_guard lock(world().guard);
     if (world().threadsRefused) {
-        return false;
+        return VCFG_ERR_FAIL;
     }
     world().threads.push_back({body, argument});
-    return true;
+    return VCFG_OK;
 }
 
 }  // namespace os

@@ -35,11 +35,14 @@ struct World {
     std::vector<std::string> commands;
     std::map<std::string, int> commandResults;
     std::map<std::string, uint32_t> commandDurations;
+    std::map<std::string, std::function<void()>> commandEvents;
     std::map<std::string, std::string> commandOutputs;
     std::map<std::string, std::function<void()>> duringCommand;
 
     std::map<std::string, std::string> files;
     std::set<std::string> unwritable;
+    std::set<std::string> fullDisks;
+    bool uptimeKnown = true;
     std::set<pid_t> alive;
     std::vector<std::pair<pid_t, int>> signals;
     std::deque<Thread> threads;

@@ -1,4 +1,4 @@
-#include "mgmt/mail_event.h"
+#include "core/mail_event.h"
 
 #include <vcfg/os.h>
 

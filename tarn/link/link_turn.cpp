@@ -1,0 +1,3 @@
+#include "link/link_turn.h"
+
+FairLock linkTurn;
