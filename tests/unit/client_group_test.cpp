@@ -1,4 +1,6 @@
 // LAN clients that a DHCP criterion puts into a group.
+#include <syslog.h>
+
 #include "unit/lan_client_support.h"
 
 namespace {

@@ -1,4 +1,6 @@
 // What the LAN's DHCP server reports, by its actions.
+#include <syslog.h>
+
 #include "unit/lan_client_support.h"
 
 namespace {

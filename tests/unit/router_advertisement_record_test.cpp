@@ -1,3 +1,5 @@
+#include <syslog.h>
+
 #include <string>
 
 #include "connection/router_advertisement.h"

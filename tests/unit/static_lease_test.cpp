@@ -1,4 +1,6 @@
 // LAN clients that keep their address.
+#include <syslog.h>
+
 #include "mgmt/static_lease.h"
 
 #include "unit/lan_client_support.h"

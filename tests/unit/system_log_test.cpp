@@ -1,4 +1,6 @@
 // The thread that fetches and runs the operator's debug script.
+#include <syslog.h>
+
 #include "core/system_log.h"
 
 #include "core/wan_state.h"
