@@ -96,7 +96,7 @@ Thread startThread() {
     }
     const Thread thread = std::make_shared<os::Stoppable>();
     *owned = thread;
-    if (!os::startThread(runThread, owned.get())) {
+    if (os::startThread(runThread, owned.get()) != VCFG_OK) {
         return nullptr;
     }
     (void)owned.release();  // the thread owns it now
