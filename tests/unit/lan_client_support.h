@@ -1,7 +1,10 @@
 // A LAN with two bridges and a DHCP pool, and what its DHCP server reports.
 #pragma once
 
+#include <syslog.h>
+
 #include <string>
+#include <tuple>
 
 #include "mgmt/dhcp_server.h"
 #include "support/kit.h"
