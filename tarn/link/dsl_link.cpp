@@ -145,6 +145,7 @@ void logDSLStreamRate(const char* dslLinePath, int32_t mode) {
     if (mode != kLinkDslAtm && mode != kLinkDslPtm) {
         return;
     }
+    // The line has to be named as a whole: the channel of "DSL.Line.12" is none of "DSL.Line.1".
     const auto channel = findInstance<DslChannel>([&](const DslChannel& candidate) {
         return path::occursIn(candidate.LowerLayers, dslLinePath) &&
                candidate.LinkEncapsulationUsed == encapsulation(mode);

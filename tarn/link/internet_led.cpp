@@ -84,6 +84,7 @@ void lookAt(const Record<IpInterface>& interface, std::string_view ipv6DefaultIn
     if (interface->IPv4Enable && interface->X_VORAN_WAN) {
         lookAtIpv4(interface, found);
     }
+    // As a whole path: "IP.Interface.1" is not in the list for the sake of "IP.Interface.12".
     if (interface->IPv6Enable && path::occursIn(ipv6DefaultInterfaces, interfacePath)) {
         lookAtIpv6(interface, interfacePath, found);
     }

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "connection/pending_request.h"
@@ -28,6 +29,8 @@ World& world() {
 using kit::world;
 
 namespace {
+
+thread_local int recvmsgError = 0;
 
 template <class Field>
 auto copyOf(const Field& field) {
@@ -132,6 +135,12 @@ void Gateway::kernelDatagram(const std::string& bytes) {
     kernelFd = -1;
     close(ends[0]);
     close(ends[1]);
+}
+
+void Gateway::kernelReadFails(int error) {
+    recvmsgError = error;
+    processKernelMonitor(updateLinkStatus);
+    recvmsgError = 0;
 }
 
 void Gateway::advance(uint32_t milliseconds) {
@@ -306,4 +315,19 @@ void expectReply(const Gateway& gw, uint32_t type, Sender to) {
         }
     }
     ADD_FAILURE() << "no reply of type " << std::hex << type << " to endpoint " << std::dec << int{to.eid};
+}
+
+// The linker leads the program's calls of recvmsg here (--wrap).
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker chose the names
+ssize_t __real_recvmsg(int descriptor, msghdr* message, int flags);
+ssize_t __wrap_recvmsg(int descriptor, msghdr* message, int flags);
+ssize_t __wrap_recvmsg(int descriptor, msghdr* message, int flags) {
+    if (recvmsgError != 0) {
+        errno = recvmsgError;
+        return -1;
+    }
+    return __real_recvmsg(descriptor, message, flags);
+}
+// NOLINTEND(bugprone-reserved-identifier)
 }

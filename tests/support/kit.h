@@ -61,6 +61,7 @@ class Gateway {
     void receiveEmpty(uint32_t type, Sender from = {}, objIndex iid = {});                            // length 0
     void receiveBytes(uint32_t type, const std::string& bytes, Sender from = {}, objIndex iid = {});  // as they are
     void kernelDatagram(const std::string& bytes);  // one datagram through processKernelMonitor()
+    void kernelReadFails(int error);                // with that errno, through processKernelMonitor()
     void advance(uint32_t milliseconds);            // moves the clock
     void runThreads();                              // runs what startThread() was given, in order, to its end
     // What happens while a thread that can be stopped is in its n-th pause (from 1), or runs that command.

@@ -217,6 +217,18 @@ TEST_F(KernelSocket, ErrorIsPrintedWithItsResult) {
     EXPECT_TRUE(gw.logged("stdout", "read_netlink: Error recvmsg: -1"));
 }
 
+// The kernel had to throw events away: that is a read error like any other.
+TEST_F(KernelSocket, ErrorOfLostEventsLooksAtNothing) {
+    gw.usbPort(1, "Up");
+    gw.tableBuilt();
+    testing::internal::CaptureStderr();
+    gw.kernelReadFails(ENOBUFS);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "read_netlink: Error: : No buffer space available\n");
+    EXPECT_EQ(gw.log().size(), 1u);
+    EXPECT_TRUE(gw.logged("stdout", "read_netlink: Error recvmsg: -1"));
+    EXPECT_EQ(statusOf("usb"), 0);
+}
+
 TEST_F(KernelLinkEvent, SaysThatItCame) {
     updateLinkStatus("eth0.2:up:10:F");
     EXPECT_TRUE(gw.printedAtLine("updateLinkStatus ", ": receiving Kernel event !!"));

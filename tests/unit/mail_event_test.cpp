@@ -107,6 +107,19 @@ TEST_F(MailSent, FileThatCannotBeMadeIsNamedTwiceAndTheMailGoesOut) {
     EXPECT_EQ(gw.mails().size(), 1u);
 }
 
+TEST_F(MailSent, FileThatFindsNoRoomOnTheDiskIsNoFileThatCannotBeMade) {
+    gw.fullDisk(kStatus);
+    raiseOther();
+    EXPECT_FALSE(gw.loggedContaining(kNoFile));
+    EXPECT_EQ(gw.mails().size(), 1u);
+}
+
+TEST_F(MailSent, RecordThatIsMissingIsSaidInTheDaemonsOwnName) {
+    inproc::nullRecord("X_VORAN_MailEvent.{i}");
+    raiseOther();
+    EXPECT_TRUE(gw.logged("vlog", 7, "Free NULL pointer"));
+}
+
 TEST_F(MailSent, OtherEventsKeepTheirBody) {
     raiseOther();
     EXPECT_TRUE(gw.writes().empty());

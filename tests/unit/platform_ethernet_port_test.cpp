@@ -88,6 +88,16 @@ TEST_F(PortEvent, ChangeOfStatusTakesTheUptime) {
     EXPECT_EQ(port(2, "LastChange"), "60");
 }
 
+TEST_F(PortEvent, SystemWithoutUptimeKeepsTheTime) {
+    gw.noUptime();
+    updateLanLinkStatus("eth0.3:up:100:F");
+    EXPECT_EQ(port(2, "Status"), "Up");
+    EXPECT_EQ(port(2, "LastChange"), "7");
+    updateLanLinkStatus("eth0.3:down:0:H");
+    EXPECT_EQ(port(2, "Status"), "Down");
+    EXPECT_EQ(port(2, "LastChange"), "7");
+}
+
 TEST_F(PortEvent, UnchangedStatusKeepsItsTime) {
     updateLanLinkStatus("eth0.3:down:0:H");
     EXPECT_EQ(port(2, "LastChange"), "7");

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "connection/link_walks.h"
 #include "support/short_memory.h"
 #include "support/world.h"
 #include "unit/wan_fixture.h"
@@ -120,6 +121,16 @@ TEST_F(WanConnTask, FourHigherLayersTakeThreeThreeFiveAndFiveSeconds) {
     }
     link("Ethernet.Interface.5", 1, kLinkEthernet);
     EXPECT_EQ(gw.sleeps(), (std::vector<uint32_t>{3000, 3000, 5000, 5000}));
+}
+
+TEST_F(WanConnTask, LayerThatIsNotWrittenIsPausedForToo) {
+    stack(1, "IP.Interface.1", "Ethernet.Interface.5");   // of no kind that is written
+    stack(2, "Ethernet.Link.9", "Ethernet.Interface.5");  // missing
+    stack(3, "Ethernet.Link.1", "Ethernet.Interface.5");
+    gw.add("Ethernet.Link.1");
+    link("Ethernet.Interface.5", 1, kLinkEthernet);
+    EXPECT_EQ(gw.writes(), Commands{"set Ethernet.Link.1"});
+    EXPECT_EQ(gw.sleeps(), (std::vector<uint32_t>{3000, 3000, 5000}));
 }
 
 TEST_F(WanConnTask, FollowsOnlyEntriesOnItsPath) {
@@ -292,8 +303,7 @@ TEST_F(WanConnFlap, HundredFlapsOnThreadsOfTheirOwnEndInTheNewestState) {
     std::vector<std::thread> threads;
     for (int flap = 0; flap < 100; ++flap) {
         EXPECT_EQ(tarnWanConnUpdate("Ethernet.Interface.5", static_cast<uint8_t>(flap % 2), kLinkEthernet), 0);
-        const kit::Thread thread = takeThread();
-        threads.emplace_back([thread] { thread.body(thread.argument); });
+        threads.emplace_back([this] { gw.runThreads(); });
     }
     for (std::thread& thread : threads) {
         thread.join();
@@ -301,6 +311,33 @@ TEST_F(WanConnFlap, HundredFlapsOnThreadsOfTheirOwnEndInTheNewestState) {
     for (unsigned n = 1; n <= 3; ++n) {
         EXPECT_EQ(gw.get("Ethernet.Link." + std::to_string(n) + ".Status"), "Up") << n;
     }
+}
+
+TEST_F(WanConnFlap, ChangeBeyondTheBoundWaitsForAWalkThatEnds) {
+    stack(1, "Ethernet.Link.1", "Ethernet.Interface.5");
+    gw.add("Ethernet.Link.1");
+    gw.forget();
+    for (int flap = 0; flap < 10 * kWalksOfALink; ++flap) {
+        EXPECT_EQ(tarnWanConnUpdate("Ethernet.Interface.5", static_cast<uint8_t>(flap % 2), kLinkEthernet), 0);
+    }
+    gw.runThreads();
+    EXPECT_EQ(gw.count("thread starts"), kWalksOfALink);
+    EXPECT_EQ(gw.get("Ethernet.Link.1.Status"), "Up");
+    link("Ethernet.Interface.5", 0, kLinkEthernet);
+    EXPECT_EQ(gw.count("thread starts"), 1);
+    EXPECT_EQ(gw.get("Ethernet.Link.1.Status"), "LowerLayerDown");
+}
+
+TEST_F(WanConnFlap, ThreadsThatCannotBeCreatedDoNotCountAsWalks) {
+    stack(1, "Ethernet.Link.1", "Ethernet.Interface.5");
+    gw.add("Ethernet.Link.1");
+    gw.refuseThreads();
+    for (int flap = 0; flap <= kWalksOfALink; ++flap) {
+        EXPECT_EQ(tarnWanConnUpdate("Ethernet.Interface.5", 1, kLinkEthernet), -5);
+    }
+    gw.refuseThreads(false);
+    link("Ethernet.Interface.5", 1, kLinkEthernet);
+    EXPECT_EQ(gw.get("Ethernet.Link.1.Status"), "Up");
 }
 
 }  // namespace

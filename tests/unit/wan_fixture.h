@@ -74,6 +74,12 @@ class WanGateway : public Gateway {
         }
         return found;
     }
+    // Of a command in the order of all; -1 when it did not run.
+    long placeOf(const std::string& command) const {
+        const Commands ran = commands();
+        const auto found = std::find(ran.begin(), ran.end(), command);
+        return found != ran.end() ? found - ran.begin() : -1;
+    }
     // A line "<before><line number><after>".
     bool printedAtLine(const std::string& before, const std::string& after) const {
         const auto lines = log();

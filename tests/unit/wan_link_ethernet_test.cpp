@@ -103,15 +103,14 @@ TEST_F(WanLinkEthernet, DownAfterAnotherCameUpInTheSameEventCountsAgainstIt) {
 TEST_F(WanLinkEthernet, CountOfUpsNeverGoesBelowZero) {
     copperPort("Down");
     gw.ethernetPort(5, "eth0.5", "Up");
-    gw.ethernetPort(6, "eth0.6", "Up");
-    gw.ethernetPort(7, "eth0.7", "Up");
+    gw.dslLine(1, "Up");
     wan.WANPriority = kNoRule;
     gw.settled();
-    gw.set("Ethernet.Interface.7.Status", "Down");  // met first: 0, not -1
-    gw.set("Ethernet.Interface.6.Status", "Down");
-    gw.set("Ethernet.Interface.4.Status", "Up");  // met last: 1
-    wan.isDslLinkUp = 0;
+    gw.set("Ethernet.Interface.5.Status", "Down");  // met first: 0, not -1
+    gw.set("Ethernet.Interface.4.Status", "Up");    // 1, not 0
+    gw.dslLine(1, "NoSignal");                      // met last: an Ethernet link carries the WAN
     gw.look();
+    EXPECT_EQ(wan.isDslLinkUp, 0);
     EXPECT_EQ(wan.wanLinkDown, 0);
 }
 
@@ -183,6 +182,18 @@ TEST_F(WanLinkEthernet, HuntThatCannotBeStoppedEndsTheEvent) {
     gw.look();
     EXPECT_EQ(statusOf("eth0.4"), 0);
     EXPECT_EQ(above(), "Unknown");
+}
+
+TEST_F(WanLinkEthernet, SystemWithoutUptimeKeepsTheTimeOfTheLastChange) {
+    copperPort("Up");
+    gw.set("Ethernet.Interface.4.LastChange", "7");
+    wan.WANPriority = kNoRule;
+    gw.tableBuilt();
+    gw.advance(50'000);
+    gw.noUptime();
+    updateWanLinkStatus("eth0.4:down:0:H", false);
+    EXPECT_EQ(gw.get("Ethernet.Interface.4.Status"), "Down");
+    EXPECT_EQ(gw.get("Ethernet.Interface.4.LastChange"), "7");
 }
 
 TEST_F(WanLinkEthernet, ActivationIsPrintedAndItsResultReturned) {

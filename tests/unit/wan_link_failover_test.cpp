@@ -298,6 +298,7 @@ TEST_F(WanLinkDslRule, AutoDetectDownWithEthernetAsCarrierSetsTheLinksUpAnew) {
     EXPECT_EQ(gw.requests()[0].type, 0x80000113u);
     EXPECT_EQ(gw.requests()[0].dstEid, VCFG_EID_TARN);
     EXPECT_EQ(gw.requests()[0].length, 0);
+    EXPECT_EQ(gw.requests()[0].patienceMs, 3000u);  // its own queue may be full
     EXPECT_TRUE(
         gw.logged("syslog", 6, "WANAutoDetectEthStart: dsl link down, and ethnet link is going to be activated !!!"));
     EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
@@ -339,6 +340,55 @@ TEST_F(WanLinkDslRule, KeptEthernetDownDoesNothingMore) {
     EXPECT_TRUE(gw.actions().empty());
     EXPECT_TRUE(gw.requests().empty());
     EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
+}
+
+// When the LED is computed among the commands of an event.
+class WanLinkLedPlace : public WanLinkFailover {
+  protected:
+    void expectOrder(const Commands& commands) {
+        long last = -1;
+        for (const std::string& command : commands) {
+            EXPECT_GT(gw.placeOf(command), last) << command;
+            last = gw.placeOf(command);
+        }
+    }
+};
+
+TEST_F(WanLinkLedPlace, IsFirstWhenEthernetComesUp) {
+    gw.ethernetPort(4, "eth0.4", "Down");
+    gw.settled();
+    copper("Up");
+    gw.look();
+    expectOrder({kRouteCommands[0], kRouteCommands[1], kDslClose, kNoVlanHunter});
+}
+
+TEST_F(WanLinkLedPlace, FollowsTheOtherPortsTurnWhenEthernetGoesDown) {
+    gw.ethernetPort(4, "eth0.4", "Up");
+    gw.settled();
+    copper("Down");
+    gw.look();
+    expectOrder({kEnable, kRouteCommands[0], kRouteCommands[1]});
+}
+
+TEST_F(WanLinkLedPlace, FollowsTheDriversAndPrecedesTheHuntWhenDslComesUp) {
+    wan.WANPriority = kDslFirst;
+    gw.dslLine(1, "NoSignal", true);
+    gw.settled();
+    wan.lastXtmLinkMode = kLinkDslAtm;
+    gw.dslLine(1, "Up", true);
+    gw.look();
+    expectOrder({kDisable, kRouteCommands[0], kRouteCommands[1], "killall vcautohunt"});
+}
+
+TEST_F(WanLinkLedPlace, FollowsThePtmResetAndPrecedesTheOtherWanWhenDslGoesDown) {
+    wan.WANPriority = kDslFirst;
+    gw.set("IP.Interface.1.X_VORAN_IfName", "ptm0.1");
+    gw.dslLine(1, "Up");
+    gw.settled();
+    gw.dslLine(1, "NoSignal");
+    gw.look();
+    expectOrder({"echo 0 >/proc/tc3162/ptm_do_reset_sequence", "vlanctl --tx --if ptm0 --tags 0 --rule-remove 0",
+                 kRouteCommands[0], kRouteCommands[1], kEnable});
 }
 
 }  // namespace

@@ -45,6 +45,15 @@ TEST_F(WanLinkPayload, UpInAnyLetterCaseTakesTheLinkUp) {
     }
 }
 
+// The port's event knows "up" in small letters only, and it is the port's event that writes the record.
+TEST_F(WanLinkPayload, UpInOtherLetterCaseIsDownInTheRecord) {
+    event("eth0.5:UP:100:F");
+    EXPECT_TRUE(gw.logged("stdout", "[TARN]: change interface eth0.5 status to UP"));
+    EXPECT_EQ(statusOf("eth0.5"), 1);
+    EXPECT_EQ(gw.get("Ethernet.Interface.5.Status"), "Down");
+    EXPECT_EQ(gw.get("Ethernet.Interface.5.MaxBitRate"), "-1");
+}
+
 TEST_F(WanLinkPayload, AnythingElseIsDown) {
     for (const char* status : {"down", "u", "", "pu", " up"}) {
         event("eth0.5:up:100:F");

@@ -1,0 +1,136 @@
+// The daemon's start, and what it does without the parts of it that failed.
+#include <signal.h>
+#include <unistd.h>
+
+#include "daemon_world.h"
+
+namespace {
+
+constexpr int kFailed = 255;  // -1, as the shell sees it
+
+class DaemonStart : public testing::Test {
+  protected:
+    static bool answers(uint8_t eid) {
+        return eventually([eid] { return askDaemon(eid) == VCFG_OK; });
+    }
+    Vcmd bus;
+};
+
+TEST_F(DaemonStart, ServesBothEndpoints) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+}
+
+TEST_F(DaemonStart, GoesInItsOrder) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+    EXPECT_TRUE(daemon.says("TARN Start"));
+    EXPECT_TRUE(daemon.says("TARN msg server init..."));
+    EXPECT_TRUE(daemon.says("[TARN] Initial kernel monitor ..."));
+    EXPECT_TRUE(daemon.says("TARN usr config thread starts"));
+    EXPECT_TRUE(daemon.says("TARN ground thread starts"));
+    EXPECT_TRUE(daemon.asksFor("scheduler of 0: SCHED_RR 5"));
+    EXPECT_EQ(daemon.asked().at(0), "echo " + std::to_string(daemon.pid()) + " > /proc/kmonitor/user_pid");
+}
+
+TEST_F(DaemonStart, WithoutServerSocketFails) {
+    Daemon daemon(bus, "server");
+    EXPECT_EQ(daemon.awaitEnd(), kFailed);
+    EXPECT_EQ(daemon.logged("TARN messsage server init fail!!"), 1u);
+    EXPECT_EQ(daemon.logged("fail to init TARN"), 1u);
+}
+
+TEST_F(DaemonStart, WithoutUsrConfigThreadFails) {
+    Daemon daemon(bus, "first thread");
+    EXPECT_EQ(daemon.awaitEnd(), kFailed);
+    EXPECT_EQ(daemon.logged("fail to create usr config thread"), 1u);
+    EXPECT_EQ(daemon.logged("fail to initialize TARN, exit TARN process"), 1u);
+}
+
+TEST_F(DaemonStart, WithoutGroundThreadFails) {
+    Daemon daemon(bus, "second thread");
+    EXPECT_EQ(daemon.awaitEnd(), kFailed);
+    EXPECT_EQ(daemon.logged("fail to create ground thread"), 1u);
+    EXPECT_EQ(daemon.logged("fail to initialize TARN, exit TARN process"), 1u);
+}
+
+TEST_F(DaemonStart, GroundEndpointThatFailsEndsItsThreadOnly) {
+    const Daemon daemon(bus, "ground endpoint");
+    EXPECT_TRUE(daemon.says("fail to init VCFG_EID_TARN_GROUND"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_EQ(askDaemon(VCFG_EID_TARN_GROUND), VCFG_ERR_NO_PEER);
+}
+
+TEST_F(DaemonStart, GroundServerThatFailsEndsItsThreadOnly) {
+    const Daemon daemon(bus, "ground server");
+    EXPECT_TRUE(daemon.says("fail to init server socket"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_EQ(askDaemon(VCFG_EID_TARN_GROUND), VCFG_ERR_NO_PEER);
+}
+
+TEST_F(DaemonStart, WithoutRealTimePriorityGoesOn) {
+    const Daemon daemon(bus, "scheduler");
+    EXPECT_TRUE(daemon.says("Failed to make tarn as realtime process"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+}
+
+TEST_F(DaemonStart, WithoutKernelSocketServesTheBus) {
+    const Daemon daemon(bus, "socket");
+    EXPECT_TRUE(daemon.says("Could not open netlink socket for kernel monitor"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+    EXPECT_EQ(daemon.logged("kernelFd="), 0u);
+    for (const std::string& command : daemon.asked()) {
+        EXPECT_EQ(command.find("user_pid"), std::string::npos);
+    }
+}
+
+TEST_F(DaemonStart, WithUnboundKernelSocketServesTheBus) {
+    const Daemon daemon(bus, "bind");
+    EXPECT_TRUE(daemon.says("Could not bind netlink socket for kernel monitor"));
+    EXPECT_TRUE(daemon.says("kernelFd="));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(daemon.runs());
+}
+
+TEST_F(DaemonStart, SecondDaemonGetsTheKernelsEvents) {
+    const Daemon first(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+    const Daemon second(bus, "", "second");
+    EXPECT_TRUE(second.asksFor("echo " + std::to_string(second.pid()) + " > /proc/kmonitor/user_pid"));
+    second.kernelSays("eth0.2:up:100:F");
+    EXPECT_TRUE(second.says("receiving Kernel event !!"));
+    EXPECT_EQ(first.logged("receiving Kernel event !!"), 0u);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(first.runs());
+}
+
+TEST_F(DaemonStart, FaultHandlerPrintsItsRedLineAndReturns) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    kill(daemon.pid(), SIGSEGV);
+    EXPECT_TRUE(daemon.says("\033[0;32;31mTARN Invalid memory segment access!!!!!!!!!!\033[0m"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+}
+
+TEST_F(DaemonStart, InterruptIsIgnored) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    kill(daemon.pid(), SIGINT);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(daemon.runs());
+}
+
+TEST_F(DaemonStart, CommandsInheritNoSocketOfTheDaemon) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+    const std::string seen = bus.path("descriptors").string();
+    tellDaemon(VCFG_EID_TARN, VCFG_MSG_FAKEROOT_SHELL_COMMAND,
+               "ls -l /proc/self/fd > " + seen + "; echo done >> " + seen);
+    EXPECT_TRUE(eventually([this] { return bus.file("descriptors").find("done") != std::string::npos; }));
+    EXPECT_EQ(bus.file("descriptors").find("socket:"), std::string::npos) << bus.file("descriptors");
+    EXPECT_EQ(bus.file("descriptors").find("eventpoll"), std::string::npos);
+}
+
+}  // namespace
