@@ -26,7 +26,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-// Whatever stands under the name, opening it neither waits nor reaches a device.
+// Whatever stands under the name, opening it does not wait, and what is no file is never read.
 File openRegular(const std::string& path) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     struct stat about {};

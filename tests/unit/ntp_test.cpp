@@ -1,5 +1,6 @@
 #include "mgmt/ntp.h"
 
+#include <algorithm>
 #include <string>
 
 #include "support/kit.h"
@@ -154,6 +155,12 @@ TEST_F(NtpBadInput, TextThatIsNoDateIsOneLineAndTheNextIsTaken) {
     }
     synchronised();
     EXPECT_EQ(firstUse(), kToday);
+}
+
+TEST_F(NtpBadInput, LineNamesTheModule) {
+    synchronised("pool");
+    const auto log = gw.log();
+    EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const LogLine& line) { return line.source == "tarn_ntp"; }));
 }
 
 }  // namespace
