@@ -19,6 +19,9 @@
 #include "link/wwan_backup.h"
 #include "mgmt/checksum.h"
 #include "mgmt/dhcp_server.h"
+#include "mgmt/management_nat.h"
+#include "mgmt/ntp.h"
+#include "mgmt/tr064.h"
 #include "platform/econet/wrapper.h"
 #include "startup.h"
 
@@ -75,7 +78,8 @@ constexpr void (*kLater)(const Message&) = nullptr;
 void dhcpc(const Message& m) {
     processDhcpcMsg(m.payload, m.type);
 }
-void ntpSyncSuccess(const Message&) {
+void ntpSyncSuccess(const Message& m) {
+    tarnNtpUpdate(m.payload);
     if (!ntpSyncNoticeSent.exchange(true)) {
         feNTPSync();
     }
@@ -111,9 +115,9 @@ const Row kRows[] = {
     {VCFG_MSG_RA_INFO, "VCFG_MSG_RA_INFO", kSilent, Payload::Required,
         [](const Message& m) { processRaInfo(m.payload); }},
     {VCFG_MSG_MGMT_NAT_DETECT, "VCFG_MSG_MGMT_NAT_DETECT", debugLine("VCFG_MSG_MGMT_NAT_DETECT"), Payload::Required,
-        kLater},
+        [](const Message& m) { mgmtNatDetect(m.payload); }},
     {VCFG_MSG_MGMT_NAT_CLEAR, "VCFG_MSG_MGMT_NAT_CLEAR", debugLine("VCFG_MSG_MGMT_NAT_CLEAR"), Payload::Optional,
-        kLater},
+        [](const Message&) { mgmtNatClear(); }},
     {VCFG_MSG_NSLOOKUP_MSG, "VCFG_MSG_NSLOOKUP_MSG", debugLine("VCFG_MSG_NSLOOKUP_MSG"), Payload::Required, kLater},
     {VCFG_MSG_ATM_OAM_F5_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F5)", debugLine("VCFG_MSG_ATM_OAM_COMPLETE"),
         Payload::Required, kLater},
@@ -126,7 +130,8 @@ const Row kRows[] = {
     {VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT",
         debugLine("VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT"), Payload::Required, kLater},
     {VCFG_MSG_TR64_LAN_DEVICE_UPDATE, "VCFG_MSG_TR64_LAN_DEVICE_UPDATE",
-        infoLine("VCFG_MSG_TR64_LAN_DEVICE_UPDATE"), Payload::Optional, kLater},
+        infoLine("VCFG_MSG_TR64_LAN_DEVICE_UPDATE"), Payload::Optional,
+        [](const Message&) { tr64LanDeviceUpdate(); }},
     {VCFG_MSG_DHCPC_RENEWED, "VCFG_MSG_DHCPC_RENEWED", kDhcpcOption, Payload::Required, dhcpc},
     {VCFG_MSG_AUTO_HUNT_FINISHED, "VCFG_MSG_AUTO_HUNT_FINISHED", kSilent, Payload::Optional,
         [](const Message&) { initialiseLinks(true); }},

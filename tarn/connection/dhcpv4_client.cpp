@@ -21,6 +21,21 @@ constexpr uint32_t kOptionClasslessRoutes = 121;
 
 using Client = Record<Dhcpv4Client>;
 
+// The client that the event is about. One without a pid file is nobody's, also when a client's own pid file is still
+// unset.
+Client reportingClient(const Json& event) {
+    const std::string pidFile = event.textOr("pidfile", "");
+    Client client;
+    if (!pidFile.empty()) {
+        client = findInstance<Dhcpv4Client>(
+            [&](const Dhcpv4Client& candidate) { return candidate.X_VORAN_PidFile == pidFile; });
+    }
+    if (!client) {
+        logs::system(LOG_ERR, "%s : no DHCPv4 client has the pid file \"%s\"\n", kHandler, pidFile.c_str());
+    }
+    return client;
+}
+
 objIndex interfaceOf(const Dhcpv4Client& client) {
     return instanceId({path::instance(path::kIpInterface, client.Interface).value_or(0)});
 }
@@ -50,10 +65,10 @@ void takeLease(Dhcpv4Client& client, const Json& event) {
         setAddress(client.IPAddress, *address);
     }
     if (const auto routers = event.text("router")) {
-        client.IPRouters = *routers;
+        setAddressList(client.IPRouters, *routers);
     }
     if (const auto servers = event.text("dns")) {
-        client.DNSServers = joinedServers(*servers);
+        setAddressList(client.DNSServers, joinedServers(*servers));
     }
 }
 
@@ -99,6 +114,7 @@ void writeClient(const Client& client) {
     }
 }
 
+// A lease without an address has none to configure: that is a failure, and nobody is told that the connection stands.
 int configureAddress(const objIndex& ipInterface, const Json& event) {
     const std::string address = event.textOr("ip", "");
     const std::string mask = event.textOr("subnet", "");
@@ -153,13 +169,24 @@ int leaseReleased(Client client, const Json& event) {
     return VCFG_OK;
 }
 
+// A list that is too long would have the whole write refused.
+void copyRelays(Json& parameters, const Json& event) {
+    constexpr size_t kLimit = decltype(IpInterface::X_VORAN_BorderRelayIPv4Addresses)::capacity;
+    const auto relays = event.text("brAddr");
+    if (relays && relays->size() > kLimit) {
+        parameters.set("X_VORAN_BorderRelayIPv4Addresses", wholeEntries(*relays, kLimit));
+    } else {
+        parameters.copy("X_VORAN_BorderRelayIPv4Addresses", event, "brAddr");
+    }
+}
+
 void add6rdParameters(Json& parameters, const Json& event) {
     parameters.set("X_VORAN_6RD_Assigned", true);
     parameters.copy("X_VORAN_IPv4MaskLength", event, "v4MaskLen");
     const auto prefix = event.text("v6Prefix");
     parameters.set("X_VORAN_SPIPv6Prefix",
                    prefix ? *prefix + "/" + std::to_string(event.integer("v6PrefixLen")) : std::string());
-    parameters.copy("X_VORAN_BorderRelayIPv4Addresses", event, "brAddr");
+    copyRelays(parameters, event);
 }
 
 void clear6rdParameters(Json& parameters, const IpInterface& interface) {
@@ -190,13 +217,7 @@ int processDhcpcMsg(const char* payload, uint32_t type) {
         logs::system(LOG_ERR, "%s : the payload is not a JSON object\n", __func__);
         return VCFG_OK;
     }
-    const auto pidFile = event.text("pidfile");
-    if (!pidFile || pidFile->empty()) {
-        logs::system(LOG_ERR, "%s : the event names no pid file\n", __func__);
-        return VCFG_OK;
-    }
-    auto client = findInstance<Dhcpv4Client>(
-        [&](const Dhcpv4Client& candidate) { return candidate.X_VORAN_PidFile == *pidFile; });
+    auto client = reportingClient(event);
     if (!client) {
         return VCFG_OK;
     }

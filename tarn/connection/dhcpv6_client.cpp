@@ -17,7 +17,8 @@ constexpr std::string_view kOrigin = "DHCPv6";
 
 using Client = Record<Dhcpv6Client>;
 
-// A text that is there and says something.
+// A text that is there and says something. An empty one is what a client's script makes of a variable that is not set,
+// so it counts as missing.
 std::optional<std::string> given(const Json& report, const char* key) {
     auto text = report.text(key);
     return text && !text->empty() ? text : std::nullopt;

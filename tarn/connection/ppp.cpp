@@ -64,7 +64,8 @@ void noIpInterface(const Link& link) {
     logs::system(LOG_ERR, "%s : no IP interface lies on %s\n", kHandler, pathOf(link.iid()).c_str());
 }
 
-// A link that negotiates anew has traffic on its address: what follows waits until the new one is in place.
+// A link that negotiates anew has traffic on its address: what follows waits until the new one is in place. An address
+// that is missing cannot be configured, and the link does not count as connected.
 int configureAddress(const Link& link, const Json& report) {
     const auto ipInterface = findPppIpInterface(link.iid());
     if (!ipInterface) {
@@ -190,7 +191,7 @@ int tarnIpcpObjSet(const objIndex& pppInterface, std::string_view local, std::st
     }
     setAddress(layer->LocalIPAddress, local);
     setAddress(layer->RemoteIPAddress, remote);
-    layer->DNSServers = dns;
+    setAddressList(layer->DNSServers, dns);
     if (layer.apply() != VCFG_OK) {
         logs::system(LOG_ERR, "%s : Can't set Device.PPP.Interface.i.IPCP\n", __func__);
         return VCFG_ERR_FAIL;
@@ -204,8 +205,8 @@ int tarnIpv6cpObjSet(const objIndex& pppInterface, std::string_view local, std::
         logs::system(LOG_ERR, "%s : Can't get Device.PPP.Interface.i.IPV6CP\n", __func__);
         return VCFG_ERR_FAIL;
     }
-    layer->LocalInterfaceIdentifier = local;
-    layer->RemoteInterfaceIdentifier = remote;
+    setAddressList(layer->LocalInterfaceIdentifier, local);
+    setAddressList(layer->RemoteInterfaceIdentifier, remote);
     if (layer.apply() != VCFG_OK) {
         logs::system(LOG_ERR, "%s : Can't set Device.PPP.Interface.i.IPV6CP\n", __func__);
         return VCFG_ERR_FAIL;

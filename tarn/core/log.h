@@ -19,6 +19,7 @@ constexpr const char* sourceTag(std::string_view file) {
                  {"/lan/", "tarn_link_lan"},
                  {"/platform/", "tarn_wrapper"},
                  {"/mgmt/manageable_device.", "tarn_mgabdev"},
+                 {"/mgmt/ntp.", "tarn_ntp"},
                  {"/mgmt/", "tarn_mgmt"}};
     for (const auto& [room, tag] : kTags) {
         if (file.find(room) != std::string_view::npos) {

@@ -1,7 +1,9 @@
 #include "core/os.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
 #include <syslog.h>
@@ -23,6 +25,18 @@ struct CloseFile {
     void operator()(FILE* file) const { fclose(file); }
 };
 using File = std::unique_ptr<FILE, CloseFile>;
+
+// Whatever stands under the name, opening it does not wait, and what is no file is never read.
+File openRegular(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat about {};
+    const bool regular = descriptor >= 0 && fstat(descriptor, &about) == 0 && S_ISREG(about.st_mode);
+    FILE* const file = regular ? fdopen(descriptor, "r") : nullptr;
+    if (file == nullptr && descriptor >= 0) {
+        close(descriptor);
+    }
+    return File(file);
+}
 
 struct Start {
     void (*body)(void*) = nullptr;
@@ -70,7 +84,7 @@ void standardOutput(const std::string& text) {
 }
 
 std::optional<std::string> readFile(const std::string& path, size_t limit) {
-    const File file(fopen(path.c_str(), "re"));
+    const File file = openRegular(path);
     if (file == nullptr) {
         return std::nullopt;
     }

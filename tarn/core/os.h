@@ -21,7 +21,8 @@ std::optional<std::string> firstLineOf(const std::string& command, size_t limit)
 void systemLog(int priority, const std::string& text);
 void standardOutput(const std::string& text);
 
-// Whole content of a file, at most `limit` bytes; nothing when it cannot be opened.
+// Whole content of a regular file, at most `limit` bytes; nothing when it cannot be opened or is something else: a pid
+// file may be anything, and a FIFO would hold the reader for good.
 std::optional<std::string> readFile(const std::string& path, size_t limit);
 bool fileExists(const std::string& path);
 // Creates or truncates a file and writes `text`; false when it cannot be opened. What finds no room on the disk is

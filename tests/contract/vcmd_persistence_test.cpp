@@ -88,6 +88,19 @@ TEST(VcmdPersistence, ARestartFindsEverythingAgain) {
     EXPECT_EQ(found.Status, "Enabled");
 }
 
+TEST(VcmdPersistence, FirstUseDateThatIsOnlyPublishedIsInTheFileAndFoundAgain) {
+    Vcmd vcmd;
+    vcmd.start();
+    DeviceInfo device = record<DeviceInfo>({});
+    EXPECT_EQ(device.FirstUseDate, "0001-01-01T00:00:00Z");
+    const std::string date = R"({"FirstUseDate":"2026-11-21T10:20:30Z"})";
+    EXPECT_EQ(writeJson(RDM_OID_DEVICE_INFO, {}, date, VCFG_FE_WRITE_NO_APPLY), VCFG_OK);
+    EXPECT_TRUE(eventually([&] { return vcmd.savedFile().find("2026-11-21T10:20:30Z") != std::string::npos; }));
+    vcmd.kill9();
+    vcmd.start();
+    EXPECT_EQ(record<DeviceInfo>({}).FirstUseDate, "2026-11-21T10:20:30Z");
+}
+
 TEST(VcmdPersistence, DefaultsCountOnlyWithoutAFile) {
     Vcmd vcmd;
     std::ofstream(vcmd.path("defaults.json")) << R"({"version":1,"objects":{"IP.Interface.4":{"Alias":"lan"}}})";

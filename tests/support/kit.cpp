@@ -14,6 +14,7 @@
 #include "dispatch.h"
 #include "link/kernel_event.h"
 #include "link/wan_link_table.h"
+#include "mgmt/ntp.h"
 #include "startup.h"
 #include "world.h"
 
@@ -79,6 +80,7 @@ Gateway::Gateway() {
     pending::clear();
     lanPhyResetDone = false;
     ntpSyncNoticeSent = false;
+    firstUseDateDone = false;
     const std::lock_guard lock(world().guard);
     world().inbox.clear();
     world().answers.clear();

@@ -35,6 +35,13 @@ TEST_F(Dhcp6rd, WithoutLeaseTimeAnAssignedAddressGivesMinusOne) {
     EXPECT_EQ(interface("X_VORAN_6RD_LeaseTime"), "-1");
 }
 
+TEST_F(Dhcp6rd, LeaseWithoutEndIsWrittenAsItCame) {
+    bound(R"(,"lease":4294967295,"v6rdAssigned":true,"v4MaskLen":8)");
+    EXPECT_EQ(interface("X_VORAN_6RD_LeaseTime"), "4294967295");
+    EXPECT_EQ(interface("X_VORAN_IPv4MaskLength"), "8");
+    EXPECT_FALSE(gw.loggedContaining("Set IP Interface fail"));
+}
+
 TEST_F(Dhcp6rd, ReleaseGivesLeaseTimeZero) {
     bound();
     released();

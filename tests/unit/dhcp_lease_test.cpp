@@ -102,9 +102,18 @@ TEST_F(DhcpLease, InterfaceThatCannotBeReadIsNotActivated) {
     EXPECT_TRUE(gw.logged("syslog", 3, "processDhcpcMsg : IP.Interface.9 is not activated"));
 }
 
-TEST_F(DhcpLease, UnknownPidFileWritesNothing) {
-    gw.receive(VCFG_MSG_DHCPC_OPTION, R"({"addressAssigned":true,"ip":"192.0.2.10","pidfile":"/var/run/nobody.pid"})");
-    EXPECT_TRUE(gw.writes().empty());
+TEST_F(DhcpLease, UnknownClientWritesNothingAndLogsOneLine) {
+    for (const char* pidFile : {"", R"(,"pidfile":"")", R"(,"pidfile":null)", R"(,"pidfile":"/var/run/nobody.pid")"}) {
+        for (const char* assigned : {"true", "false"}) {
+            gw.forget();
+            gw.receive(VCFG_MSG_DHCPC_OPTION,
+                       std::string(R"({"ip":"192.0.2.10","addressAssigned":)") + assigned + pidFile + "}");
+            EXPECT_TRUE(gw.writes().empty()) << pidFile;
+            const auto log = gw.log();
+            EXPECT_EQ(std::count_if(log.begin(), log.end(), [](const LogLine& line) { return line.level == 3; }), 1);
+            EXPECT_TRUE(gw.loggedContaining("processDhcpcMsg : no DHCPv4 client has the pid file \"")) << pidFile;
+        }
+    }
 }
 
 TEST_F(DhcpLease, RefusedClientWriteIsLoggedAndTheAddressStillConfigured) {
@@ -187,6 +196,21 @@ TEST_F(DhcpAnswer, RequestIsAnsweredOnce) {
     bound();
     bound();
     EXPECT_EQ(gw.replies().size(), 1u);
+}
+
+TEST_F(DhcpAnswer, RenewalWithAnotherAddressAnswersToo) {
+    gw.set("DHCPv4.Client.2.IPAddress", "192.0.2.99");
+    pending::record(kHttpd.eid, kHttpd.requestId, 2);
+    renewed();
+    expectReply(gw, VCFG_MSG_WAN_REPLY, kHttpd);
+    EXPECT_TRUE(gw.logged("stdout", "DHCP_BOUND with idx=2, send reply."));
+}
+
+TEST_F(DhcpAnswer, RenewalWithTheSameAddressAnswersNobody) {
+    bound();
+    pending::record(kHttpd.eid, kHttpd.requestId, 2);
+    renewed();
+    EXPECT_NO_REPLY(gw);
 }
 
 }  // namespace

@@ -76,4 +76,14 @@ TEST_F(DhcpOption, RefusedWriteIsLoggedWithItsCode) {
     EXPECT_EQ(client("DHCPStatus"), "Bound");
 }
 
+TEST_F(DhcpOption, MissingRoutesThatWereAlreadyEmptyTouchNoRoute) {
+    gw.set("Routing.Router.1.IPv4Forwarding.1.Origin", "DHCP");
+    gw.set("Routing.Router.1.IPv4Forwarding.1.Interface", "IP.Interface.1");
+    gw.set("Routing.Router.1.IPv4Forwarding.1.DestIPAddress", "10.0.0.0");
+    gw.set("DHCPv4.Client.2.IPAddress", "192.0.2.99");
+    renewed();
+    bound();
+    EXPECT_EQ(routes(), 1u);
+}
+
 }  // namespace

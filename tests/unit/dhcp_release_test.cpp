@@ -62,4 +62,16 @@ TEST_F(DhcpRelease, AnswersTheWaitingRequester) {
     EXPECT_FALSE(pending::peek());
 }
 
+TEST_F(DhcpRelease, AsksNeitherForTheInterfacesStatusNorForItsIpv6) {
+    bound();
+    gw.set("IP.Interface.1.Status", "Down");
+    gw.set("IP.Interface.1.IPv6Enable", "true");
+    pending::record(kHttpd.eid, kHttpd.requestId, 2);
+    released();
+    EXPECT_EQ(address("Status"), "Disabled");
+    EXPECT_EQ(client("DHCPStatus"), "Release");
+    EXPECT_EQ(interface("X_VORAN_6RD_LeaseTime"), "0");
+    expectReply(gw, VCFG_MSG_WAN_REPLY, kHttpd);
+}
+
 }  // namespace

@@ -161,4 +161,13 @@ TEST_F(Dhcpv6Answer, EarlierInterfaceWithAnAddressDoesNotCount) {
     expectStillWaiting();
 }
 
+TEST_F(Dhcpv6Answer, AwaitedInterfaceThatIsUpVouchesForTheDownLinkAfterIt) {
+    gw.set("IP.Interface.3.LowerLayers", "PPP.Interface.2");
+    gw.set("IP.Interface.3.Status", "Down");
+    wait(2);
+    hasAddress("3");
+    report();
+    expectAnswered("PPP_CONNECTED with idx=2, send reply.");
+}
+
 }  // namespace

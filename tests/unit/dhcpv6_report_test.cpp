@@ -64,6 +64,7 @@ class Dhcpv6Timeout : public Dhcpv6Base {
 };
 class Dhcpv6BadInput : public Dhcpv6Base {};
 class Dhcpv6Address : public Dhcpv6Base {};
+class Dhcpv6NullRecord : public Dhcpv6Base {};
 
 TEST_F(Dhcpv6Bound, WritesTheAddress) {
     bound();
@@ -225,6 +226,7 @@ TEST_F(Dhcpv6BadInput, ReportOfAnUnknownClientWritesNothing) {
         EXPECT_EQ(processDhcp6cMsg((std::string("{") + pidFile + keys + "}").c_str()), VCFG_ERR_NOT_FOUND) << pidFile;
         EXPECT_TRUE(gw.writes().empty()) << pidFile;
         EXPECT_TRUE(gw.loggedContaining("no DHCPv6 client has the pid file")) << pidFile;
+        EXPECT_EQ(gw.log().size(), 1u) << pidFile;
     }
 }
 
@@ -237,6 +239,9 @@ TEST_F(Dhcpv6BadInput, PayloadThatIsNoObjectWritesNothing) {
 }
 
 TEST_F(Dhcpv6BadInput, EmptyTextsReadAsMissing) {
+    report(R"(,"addrAssigned":true,"addr":"","prefixAssigned":true,"prefix":"","nameserver":"")");
+    EXPECT_EQ(gw.writes(), Writes{"set DNS.Client"});
+    EXPECT_FALSE(gw.loggedContaining("Fail"));
     bound("", "");
     report(R"(,"nameserver":"")");
     EXPECT_FALSE(gw.exists("IP.Interface.4.IPv6Address.1"));
@@ -296,6 +301,24 @@ TEST_F(Dhcpv6Address, AddedInstancesIdIsHandedBack) {
     EXPECT_TRUE(added == instanceId({4, 1}));
     objIndex nowhere = instanceId({9});
     EXPECT_EQ(tarnAddIpv6Prefix(nowhere), VCFG_ERR_FAIL);
+}
+
+TEST_F(Dhcpv6NullRecord, IsNamedAndTheReportGoesOn) {
+    for (const char* pattern : {"IP.Interface.{i}", "IP.Interface.{i}.IPv6Address.{i}",
+                                "IP.Interface.{i}.IPv6Prefix.{i}", "DNS.Client.Server.{i}"}) {
+        gw.forget();
+        inproc::nullRecord(pattern);
+        bound();
+        EXPECT_TRUE(gw.loggedContaining("Free NULL pointer. tarn_connection ")) << pattern;
+        EXPECT_EQ(prefix("Prefix"), "2001:db8:1::/56") << pattern;
+    }
+}
+
+TEST_F(Dhcpv6NullRecord, OfTheClientMakesTheReportNobodys) {
+    inproc::nullRecord("DHCPv6.Client.{i}");
+    EXPECT_EQ(handle(R"(,"nameserver":"2001:db8::53")"), VCFG_ERR_NOT_FOUND);
+    EXPECT_TRUE(gw.loggedContaining("Free NULL pointer. tarn_connection "));
+    EXPECT_TRUE(gw.writes().empty());
 }
 
 }  // namespace

@@ -195,11 +195,12 @@ TEST(Checksum, CarryOfTheFoldIsDropped) {
 
 TEST(NtpSync, AppliesTheTimeConfigurationOnTheFirstReportOnly) {
     Gateway gw;
-    gw.receive(VCFG_MSG_NTP_SYNC_SUCCESS, "pool");
+    gw.set("DeviceInfo.FirstUseDate", "2026-01-01T00:00:00Z");
+    gw.receive(VCFG_MSG_NTP_SYNC_SUCCESS, "2026-01-02T00:00:00Z");
     EXPECT_TRUE(gw.logged("syslog", 6, "feNTPSync: Enter "));
     EXPECT_EQ(gw.writes(), (std::vector<std::string>{"set Time"}));
     gw.forget();
-    gw.receive(VCFG_MSG_NTP_SYNC_SUCCESS, "pool");
+    gw.receive(VCFG_MSG_NTP_SYNC_SUCCESS, "2026-01-03T00:00:00Z");
     EXPECT_TRUE(gw.writes().empty());
 }
 

@@ -129,6 +129,13 @@ TEST_F(DnsUpdate, WritesTheClientBackUnchanged) {
     EXPECT_EQ(gw.get("DNS.Client.Enable"), "true");
 }
 
+TEST_F(DnsUpdate, HandsTheClientToItsOwnerSoThatDnsIsAppliedAgain) {
+    inproc::ownerApplies("DNS.Client");
+    EXPECT_EQ(vcfgTarnDnsUpdate(), VCFG_OK);
+    EXPECT_EQ(vcfgTarnDnsUpdate(), VCFG_OK);
+    EXPECT_EQ(inproc::applied(), (Writes{"set DNS.Client", "set DNS.Client"}));
+}
+
 TEST_F(DnsUpdate, FailedReadIsToldAndReturned) {
     gw.refuseWrite(Operation::Get, "DNS.Client");
     EXPECT_EQ(vcfgTarnDnsUpdate(), VCFG_ERR_FAIL);

@@ -188,4 +188,20 @@ TEST_F(Option121, RefusedDeleteIsLogged) {
     EXPECT_TRUE(gw.logged("syslog", 3, "tarnWanDhcpcSRouteConfig: fail to delete route object with ret=-5"));
 }
 
+TEST_F(Option121, WithoutTheAddFlagItsRoutesAreDeletedAndNoOther) {
+    apply("791018c0a801c0a8010118c0a802c0a80101");
+    tarnWanDhcpcOption121Apply(kWan, parseOption121Routes("790818c0a801c0a80101"), false);
+    EXPECT_EQ(inproc::instancesOf("Routing.Router.1.IPv4Forwarding"),
+              std::vector<std::string>{"Routing.Router.1.IPv4Forwarding.2"});
+    EXPECT_TRUE(gw.logged("stdout", "tarnWanDhcpcSRouteConfig: start to delete static route"));
+}
+
+TEST_F(Option121, WithoutTheAddFlagAMissingRouteIsLoggedAndTheNextDeleted) {
+    apply("790818c0a802c0a80101");
+    tarnWanDhcpcOption121Apply(kWan, parseOption121Routes("791018c0a801c0a8010118c0a802c0a80101"), false);
+    EXPECT_EQ(routeCount(), 0u);
+    EXPECT_TRUE(gw.logged("syslog", 3, "tarnWanDhcpcSRouteConfig: fail to find route object !!"));
+    EXPECT_TRUE(gw.logged("syslog", 3, "tarnWanDhcpcOption121Apply: fail to apply option121 with ret=-7"));
+}
+
 }  // namespace

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include "connection/pending_request.h"
@@ -37,6 +38,8 @@ TEST_F(PppBadInput, ReportOfAnUnknownLinkWritesNothingAndLogsOneLine) {
             report(std::string("{") + name + rest + "}");
             EXPECT_TRUE(gw.writes().empty()) << name << rest;
             EXPECT_TRUE(gw.loggedContaining("no PPP interface has the link name")) << name << rest;
+            const auto log = gw.log();
+            EXPECT_EQ(std::count_if(log.begin(), log.end(), [](const LogLine& line) { return line.level == 3; }), 1);
         }
     }
 }
@@ -84,9 +87,17 @@ TEST_F(PppBadInput, MissingTextsReadAsEmpty) {
     EXPECT_EQ(gw.get("PPP.Interface.2.IPv6CP.LocalInterfaceIdentifier"), "");
 }
 
-TEST_F(PppBadInput, OverlongTextsAreCut) {
-    ipv4Up(R"("ip":"192.0.2.7","dns":")" + std::string(400, 'd') + "\"");
-    EXPECT_EQ(gw.get("PPP.Interface.2.IPCP.DNSServers"), std::string(256, 'd'));
+TEST_F(PppBadInput, OverlongListsAreCutBehindAWholeEntry) {
+    const std::string first(200, '1');
+    ipv4Up(R"("ip":"192.0.2.7","dns":")" + first + " " + std::string(56, '2') + "\"");
+    EXPECT_EQ(gw.get("PPP.Interface.2.IPCP.DNSServers"), first);
+    report(R"({"linkname":"wan","state":"up","type":"ipv6","local":"fe80::a )" + std::string(40, 'a') +
+           R"(","remote":")" + std::string(46, 'b') + "\"}");
+    EXPECT_EQ(gw.get("PPP.Interface.2.IPv6CP.LocalInterfaceIdentifier"), "fe80::a");
+    EXPECT_EQ(gw.get("PPP.Interface.2.IPv6CP.RemoteInterfaceIdentifier"), "");
+}
+
+TEST_F(PppBadInput, OverlongSessionIdIsCut) {
     report(R"({"linkname":"wan","sessionID":")" + std::string(300, '7') + "\"}");
     EXPECT_EQ(gw.get("PPP.Interface.2.PPPoE.X_VORAN_SessionID"), std::string(16, '7'));
 }

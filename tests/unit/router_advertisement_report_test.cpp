@@ -58,6 +58,7 @@ class RaOverPpp : public RaBase {
 };
 class RaDefaultRoute : public RaBase {};
 class RaBadInput : public RaBase {};
+class RaNullRecord : public RaBase {};
 
 TEST_F(RaReport, OfAWanInterfaceIsTaken) {
     EXPECT_EQ(processRaInfo(advertisement().c_str()), VCFG_OK);
@@ -131,6 +132,20 @@ TEST_F(RaOverPpp, DeviceOfTheLinkBelowIsTaken) {
     EXPECT_TRUE(ran("ip -6 ro del default dev ppp3 2>/dev/null"));
 }
 
+TEST_F(RaOverPpp, NeitherTheInterfaceNorItsIpv6NeedsToBeEnabled) {
+    gw.set("IP.Interface.2.Enable", "false");
+    gw.set("IP.Interface.2.IPv6Enable", "false");
+    receive(advertisement("ppp3"));
+    EXPECT_EQ(gw.get("DHCPv6.Client.1.Interface"), "IP.Interface.2");
+}
+
+TEST_F(RaOverPpp, DisabledInterfaceThatNamesTheDeviceItselfIsJudgedByItsLink) {
+    gw.set("IP.Interface.2.X_VORAN_IfName", "ppp3");
+    gw.set("IP.Interface.2.Enable", "false");
+    receive(advertisement("ppp3"));
+    EXPECT_EQ(gw.get("DHCPv6.Client.1.Interface"), "IP.Interface.2");
+}
+
 TEST_F(RaOverPpp, InterfaceThatNamesTheDeviceItselfIsRefused) {
     gw.set("IP.Interface.2.X_VORAN_IfName", "ppp3");
     gw.forget();
@@ -201,6 +216,30 @@ TEST_F(RaDefaultRoute, DeviceNameCannotBecomeACommand) {
     EXPECT_EQ(gw.commands(),
               (std::vector<std::string>{"ip -6 ro del default dev 'eth0;reboot' 2>/dev/null",
                                         R"(ip -6 ro del default dev 'a'\''$(reboot)'\''' 2>/dev/null)"}));
+}
+
+TEST_F(RaDefaultRoute, OfTheDeviceGoesBeforeTheOldRoutersRoute) {
+    receive(advertisement());
+    EXPECT_EQ(gw.commands(), (std::vector<std::string>{kDeleteOnDevice, "ip -6 rou delete default"}));
+}
+
+TEST_F(RaNullRecord, IsNamedAndTheReportGoesOn) {
+    gw.add("Routing.Router.1");
+    for (const char* pattern :
+         {"DHCPv6.Client.{i}", "Routing.Router.{i}", "Routing.RouteInformation.InterfaceSetting.{i}"}) {
+        gw.forget();
+        inproc::nullRecord(pattern);
+        EXPECT_EQ(processRaInfo(advertisement().c_str()), VCFG_OK);
+        EXPECT_TRUE(gw.loggedContaining("Free NULL pointer. tarn_connection ")) << pattern;
+        EXPECT_TRUE(ran(kDeleteOnDevice)) << pattern;
+    }
+}
+
+TEST_F(RaNullRecord, OfTheInterfaceEndsTheWalk) {
+    inproc::nullRecord("IP.Interface.{i}");
+    EXPECT_EQ(processRaInfo(advertisement().c_str()), VCFG_ERR_FAIL);
+    EXPECT_TRUE(gw.loggedContaining("Free NULL pointer. tarn_connection "));
+    expectIgnored();
 }
 
 TEST_F(RaBadInput, SwitchIsNeverReadOutsideItsFolder) {

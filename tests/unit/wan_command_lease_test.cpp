@@ -210,6 +210,17 @@ TEST_F(WanCommandDualStack, ReleaseWritesAddressThenClientThenInterface) {
                                                      "set IP.Interface.3"}));
 }
 
+TEST_F(WanCommandDualStack, ReleaseWritesTheInterfacesFirstClientWhicheverWasNamed) {
+    gw.set("DHCPv4.Client.1.Interface", "IP.Interface.3");
+    gw.set("DHCPv4.Client.1.DHCPStatus", "Bound");
+    release();
+    EXPECT_EQ(gw.get("DHCPv4.Client.1.Status"), "Enabled");
+    EXPECT_EQ(gw.get("DHCPv4.Client.1.DHCPStatus"), "Release");
+    EXPECT_EQ(gw.get("DHCPv4.Client.2.Status"), "Disabled");
+    EXPECT_EQ(gw.get("DHCPv4.Client.2.DHCPStatus"), "Bound");
+    EXPECT_TRUE(gw.logged("stdout", "DHCP_Release with idx=3, send reply."));
+}
+
 TEST_F(WanCommandDualStack, ReleaseLeavesAnAddressThatIsNotInUseAlone) {
     gw.set("IP.Interface.3.IPv6Address.1.Enable", "false");
     release();
