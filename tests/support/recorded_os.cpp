@@ -60,6 +60,14 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
     return file != world().files.end() ? std::optional(file->second.substr(0, limit)) : std::nullopt;
 }
 
+bool visitFile(const std::string& path, void (*visit)(std::string_view bytes, void* context), void* context) {
+    const auto content = readFile(path, SIZE_MAX);
+    if (content) {
+        visit(*content, context);
+    }
+    return content.has_value();
+}
+
 bool writeFile(const std::string& path, std::string_view text) {
     const std::lock_guard lock(world().guard);
     if (world().unwritable.count(path) != 0) {
