@@ -32,7 +32,8 @@ void updateLinks() {
         logs::system(LOG_ERR, "Init WAN Link Information Fail\n");
         return;
     }
-    logs::print("%s %d: Run updateWanLinkStatus(NULL, true)\n", __func__, __LINE__);
+    // The platform's log readers know this line by the dispatcher's name.
+    logs::print("%s %d: Run updateWanLinkStatus(NULL, true)\n", "processRequest", __LINE__);
     updateWanLinkStatus(nullptr, true);
 }
 

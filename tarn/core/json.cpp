@@ -3,10 +3,37 @@
 #include <json-c/json.h>
 
 #include <climits>
+#include <cstring>
+#include <new>
 #include <utility>
 
+#include "core/log.h"
+
+namespace {
+
+[[noreturn]] void outOfMemory(size_t size) {
+    VLOG_OUT_OF_MEMORY(size, "insuffcient");
+    throw std::bad_alloc();
+}
+
+// What json-c made for `size` bytes of value: null when memory is short.
+template <class Made>
+Made* made(Made* what, size_t size) {
+    return what != nullptr ? what : (outOfMemory(size), nullptr);
+}
+
+// Takes over `value`.
+void put(json_object* object, const char* key, json_object* value) {
+    if (json_object_object_add(object, key, value) != 0) {
+        json_object_put(value);
+        outOfMemory(strlen(key) + 1);
+    }
+}
+
+}  // namespace
+
 Json Json::object() {
-    return Json(json_object_new_object());
+    return Json(made(json_object_new_object(), 1));
 }
 
 Json Json::parse(const char* text) {
@@ -54,7 +81,7 @@ std::optional<std::string> Json::text(const char* key) const {
     if (value == nullptr) {
         return std::nullopt;
     }
-    return std::string(json_object_get_string(value));
+    return std::string(made(json_object_get_string(value), 1));
 }
 
 std::string Json::textOr(const char* key, std::string_view missing) const {
@@ -73,15 +100,15 @@ bool Json::flag(const char* key) const {
 
 void Json::set(const char* key, std::string_view value) {
     const int length = value.size() < INT_MAX ? static_cast<int>(value.size()) : INT_MAX;
-    json_object_object_add(object_, key, json_object_new_string_len(value.data(), length));
+    put(object_, key, made(json_object_new_string_len(value.data(), length), value.size() + 1));
 }
 
 void Json::set(const char* key, int32_t value) {
-    json_object_object_add(object_, key, json_object_new_int(value));
+    put(object_, key, made(json_object_new_int(value), sizeof value));
 }
 
 void Json::set(const char* key, bool value) {
-    json_object_object_add(object_, key, json_object_new_boolean(value ? 1 : 0));
+    put(object_, key, made(json_object_new_boolean(value ? 1 : 0), sizeof value));
 }
 
 bool Json::copy(const char* key, const Json& from, const char* fromKey) {
@@ -89,10 +116,10 @@ bool Json::copy(const char* key, const Json& from, const char* fromKey) {
     if (from.object_ == nullptr || !json_object_object_get_ex(from.object_, fromKey, &value) || value == nullptr) {
         return false;
     }
-    json_object_object_add(object_, key, json_object_get(value));
+    put(object_, key, json_object_get(value));
     return true;
 }
 
 std::string Json::toText() const {
-    return object_ != nullptr ? json_object_to_json_string_ext(object_, JSON_C_TO_STRING_PLAIN) : "";
+    return object_ != nullptr ? made(json_object_to_json_string_ext(object_, JSON_C_TO_STRING_PLAIN), 1) : "";
 }

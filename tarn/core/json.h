@@ -1,4 +1,5 @@
 // A JSON object: a message's payload being read, or parameters being gathered for a write. Owns its json-c object.
+// Where memory is short, that is logged and std::bad_alloc thrown, which ends the event.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// The daemon's three log channels.
+// The daemon's three log channels. In all of them a control character inside a line is shown the way C writes it ("\n",
+// "\x1b"): what came from outside can neither forge a line nor drive a terminal. The newline that ends a text stays.
 #pragma once
 
 #include <syslog.h>
@@ -9,8 +10,12 @@
 
 namespace logs {
 
-// The platform's name for the source module that a file belongs to; it tags the file's log lines.
+// The platform's name for the source module that a file belongs to; it tags the file's log lines. Only the daemon's own
+// folder counts: the checkout may lie below folders with a room's name.
 constexpr const char* sourceTag(std::string_view file) {
+    constexpr std::string_view kDaemon = "/tarn/";
+    const size_t daemon = file.rfind(kDaemon);
+    const std::string_view inside = daemon != std::string_view::npos ? file.substr(daemon + kDaemon.size() - 1) : file;
     constexpr struct {
         std::string_view room;
         const char* tag;
@@ -22,12 +27,16 @@ constexpr const char* sourceTag(std::string_view file) {
                  {"/mgmt/ntp.", "tarn_ntp"},
                  {"/mgmt/", "tarn_mgmt"}};
     for (const auto& [room, tag] : kTags) {
-        if (file.find(room) != std::string_view::npos) {
+        if (inside.starts_with(room)) {
             return tag;
         }
     }
     return "tarn";
 }
+
+// Framework log; through VLOG.
+void framework(int level, const char* source, int line, const char* function, const char* format, ...)
+    __attribute__((format(printf, 5, 6)));
 
 // System log at LOG_ERR, LOG_NOTICE or LOG_INFO.
 void system(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -38,11 +47,11 @@ void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 }  // namespace logs
 
 // Framework log. The arguments are evaluated only when the level is on.
-#define VLOG(level, ...)                                                                     \
-    do {                                                                                     \
-        if (vlog_levelAllow(level)) {                                                        \
-            vlog_log_f((level), logs::sourceTag(__FILE__), __LINE__, __func__, __VA_ARGS__); \
-        }                                                                                    \
+#define VLOG(level, ...)                                                                          \
+    do {                                                                                          \
+        if (vlog_levelAllow(level)) {                                                             \
+            logs::framework((level), logs::sourceTag(__FILE__), __LINE__, __func__, __VA_ARGS__); \
+        }                                                                                         \
     } while (false)
 
 // An allocation that failed: its size, then the platform's word for it (there are two spellings).

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
-#include <syslog.h>
 #include <time.h>
 #include <unistd.h>
 #include <vcfg/codes.h>
@@ -72,15 +71,6 @@ std::optional<std::string> firstLineOf(const std::string& command, size_t limit)
     }
     pclose(pipe);
     return gotLine ? std::optional(line) : std::nullopt;
-}
-
-void systemLog(int priority, const std::string& text) {
-    syslog(priority, "%s", text.c_str());
-}
-
-void standardOutput(const std::string& text) {
-    fwrite(text.data(), 1, text.size(), stdout);
-    fflush(stdout);
 }
 
 std::optional<std::string> readFile(const std::string& path, size_t limit) {

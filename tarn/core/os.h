@@ -17,7 +17,8 @@ int runCommand(const std::string& command);
 // First line of a command's output, at most `limit` characters, without its newline; nothing when there is none.
 std::optional<std::string> firstLineOf(const std::string& command, size_t limit);
 
-// One line to the system log, or to standard output (newline included), written at once.
+// One line to the system log, or to standard output (newline included), written at once. A reader that has stopped
+// costs lines, which are counted and spoken of when it reads again.
 void systemLog(int priority, const std::string& text);
 void standardOutput(const std::string& text);
 
@@ -25,6 +26,9 @@ void standardOutput(const std::string& text);
 // file may be anything, and a FIFO would hold the reader for good.
 std::optional<std::string> readFile(const std::string& path, size_t limit);
 bool fileExists(const std::string& path);
+// Shows a regular file's bytes to `visit`, mapped piece by piece, so that a large one costs no memory. What the file
+// has lost by the time it is looked at shows as zeros. False when it cannot be opened or mapped.
+bool visitFile(const std::string& path, void (*visit)(std::string_view bytes, void* context), void* context);
 // Creates or truncates a file and writes `text`; false when it cannot be opened. What finds no room on the disk is
 // lost.
 bool writeFile(const std::string& path, std::string_view text);

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <string>
 
-// 16-bit checksum of a file; 0 when it is missing, empty or cannot be read.
+// 16-bit checksum over all bytes of a file, however many; 0 when it is missing, empty or cannot be read. A file that
+// shrinks meanwhile counts as far as it is there.
 uint16_t tarnFileCksum(const std::string& path);
 
 // Both return what the bus said of the reply.

@@ -14,3 +14,7 @@ target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
   $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_model>)
 add_dependencies(daemon_tests tarn_with_faults vcmd)
 gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240)
+
+add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
+set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 120
+  ENVIRONMENT "TARN=$<TARGET_FILE:tarn>;VCFGCTL=$<TARGET_FILE:vcfgctl>;PYTHONDONTWRITEBYTECODE=1")

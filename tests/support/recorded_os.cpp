@@ -78,6 +78,14 @@ bool fileExists(const std::string& path) {
     return readFile(path, 0).has_value();
 }
 
+bool visitFile(const std::string& path, void (*visit)(std::string_view bytes, void* context), void* context) {
+    const auto content = readFile(path, SIZE_MAX);
+    if (content) {
+        visit(*content, context);
+    }
+    return content.has_value();
+}
+
 bool writeFile(const std::string& path, std::string_view text) {
     const std::lock_guard lock(world().guard);
     if (world().unwritable.count(path) != 0) {

@@ -11,6 +11,17 @@ std::vector<std::string> upTo(std::vector<std::string> commands, size_t count) {
     return commands;
 }
 
+// "processRequest <line><text>" on standard output.
+bool printedByTheDispatcher(const Gateway& gw, const std::string& text) {
+    const std::string name = "processRequest ";
+    const auto log = gw.log();
+    return std::any_of(log.begin(), log.end(), [&](const LogLine& line) {
+        const size_t end = line.text.find(':');
+        return line.channel == "stdout" && line.text.starts_with(name) && end != std::string::npos &&
+               line.text.find_first_not_of("0123456789", name.size()) == end && line.text.substr(end) == text;
+    });
+}
+
 TEST(StartupCompletion, RunsTheThreeScriptsInOrder) {
     Gateway gw;
     gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
@@ -40,6 +51,17 @@ TEST(StartupCompletion, LeavesDisabledUpnpAlone) {
     for (const std::string& command : gw.commands()) {
         EXPECT_EQ(command.find("vupnp"), std::string::npos);
     }
+}
+
+TEST(StartupCompletion, SecondRunsTheScriptsAndUpnpAgain) {
+    Gateway gw;
+    gw.set("UPnP.Device.Enable", "true");
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    gw.forget();
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_EQ(upTo(gw.commands(), 4),
+              (std::vector<std::string>{"/etc/init.d/button_disable_for_manufacture.sh", "/etc/init.d/mcpd.sh reload",
+                                        "/etc/init.d/disable_lan.sh stop ", "vupnp.sh&"}));
 }
 
 TEST(StartupCompletion, SaysSoOnceAtTheEndOfTheScripts) {
@@ -84,7 +106,7 @@ TEST(StartupCompletion, ResetsTheLanPhysOnceInTheDaemonsLife) {
 TEST(StartupCompletion, BuildsTheLinkTableOnceAndUpdatesTheLinks) {
     Gateway gw;
     gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
-    EXPECT_TRUE(gw.loggedContaining("Run updateWanLinkStatus(NULL, true)"));
+    EXPECT_TRUE(printedByTheDispatcher(gw, ": Run updateWanLinkStatus(NULL, true)"));
     EXPECT_EQ(wan.wanLinkInfoInit, 1);
     gw.forget();
     gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
