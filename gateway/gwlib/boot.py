@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 
-from . import dual_stack, isp, isp6, logs, model, net, services
+from . import dual_stack, isp, isp6, logs, model, net, ports, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -32,6 +32,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
     state.prepare(fresh or config is not None)
     if config is not None or not state.model.exists():
         _install_model(state, config or DEFAULTS)
+    shutil.copyfile(state.model, state.booted)
     try:
         _build_world(state)
         net.lay_cables(state, unplugged)
@@ -41,6 +42,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         services.start_vcmd(state)
         if config is not None:
             _check_taken(state, config)
+        model.apply_bridges(state)
         net.report_ports(state)
         services.start_linesim(state)
         net.connect_lines(state)
@@ -51,7 +53,8 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         model.apply_configured(state)  # start-up has switched ports off and on, which loses their routes
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
-        if net.WAN not in unplugged:  # otherwise its interface starts the client when the link comes up
+        wan = ports.main(ports.of(state))
+        if wan and wan.name not in unplugged:  # otherwise its interface starts the client when the link comes up
             services.start_dhcpc(state)
         dual_stack.start(state)
     except BaseException:

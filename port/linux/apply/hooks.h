@@ -15,6 +15,8 @@ bool applyIpv6Prefix(const Change& change);
 bool applyRouteInformation(const Change& change);
 bool applyDhcpv6Client(const Change& change);
 bool applyPppInterface(const Change& change);
+// Bridging.Bridge, its ports, Bridging.Filter.
+bool applyBridging(const Change& change);
 
 // The default route through a DHCP lease's router, as the data model has it now.
 bool followLeasedRouter(const std::string& interfacePath);

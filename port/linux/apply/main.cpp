@@ -29,6 +29,9 @@ constexpr Hook kHooks[] = {
     {"Routing.RouteInformation.InterfaceSetting.{i}", applyRouteInformation},
     {"DHCPv6.Client.{i}", applyDhcpv6Client},
     {"PPP.Interface.{i}", applyPppInterface},
+    {"Bridging.Bridge.{i}", applyBridging},
+    {"Bridging.Bridge.{i}.Port.{i}", applyBridging},
+    {"Bridging.Filter.{i}", applyBridging},
 };
 
 struct PutJson {
