@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 
-from . import dual_stack, isp, isp6, logs, model, net, ports, services
+from . import dual_stack, isp, isp6, lan, logs, model, net, ports, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -36,6 +36,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
     try:
         _build_world(state)
         net.lay_cables(state, unplugged)
+        lan.forget(state)
         isp.start(state)
         isp6.prepare(state)
         services.start_logd(state)
@@ -134,6 +135,8 @@ def _build_world(state):
                       "--bind", programs, "/usr/lib/tarn/bin",
                       "--bind", state.build / "lib", "/usr/lib/tarn/lib",
                       "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
+        if room == "lan":
+            words += ["--layer", state.build / "gateway" / "lan"]
         if room == "isp":
             words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
     done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)

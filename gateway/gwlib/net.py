@@ -33,10 +33,14 @@ def _names(some):
     return " ".join(port.name for port in some)
 
 
+def port(state, name):
+    return _port(ports.of(state), name)
+
+
 def _port(mine, name):
-    for port in mine:
-        if port.name == name:
-            return port
+    for one in mine:
+        if one.name == name:
+            return one
     raise GatewayError(f"{name} has no cable; {', '.join(port.name for port in mine) or 'no port'} "
                        f"{'have' if len(mine) > 1 else 'has'}")
 
@@ -52,7 +56,7 @@ def _make_pairs(state, room, some, gateway):
 
 
 def plug(state, name, plugged):
-    _plug(state, _port(ports.of(state), name), plugged)
+    _plug(state, port(state, name), plugged)
 
 
 def _plug(state, port, plugged):
