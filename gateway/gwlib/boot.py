@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 
-from . import dual_stack, isp, isp6, logs, model, net, services
+from . import dual_stack, isp, isp6, lan, logs, model, net, ports, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -32,15 +32,18 @@ def _up(state, config, fresh, unplugged, say, before_clients):
     state.prepare(fresh or config is not None)
     if config is not None or not state.model.exists():
         _install_model(state, config or DEFAULTS)
+    shutil.copyfile(state.model, state.booted)
     try:
         _build_world(state)
         net.lay_cables(state, unplugged)
+        lan.forget(state)
         isp.start(state)
         isp6.prepare(state)
         services.start_logd(state)
         services.start_vcmd(state)
         if config is not None:
             _check_taken(state, config)
+        model.apply_bridges(state)
         net.report_ports(state)
         services.start_linesim(state)
         net.connect_lines(state)
@@ -51,7 +54,8 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         model.apply_configured(state)  # start-up has switched ports off and on, which loses their routes
         say(f"the gateway runs (state in {state.directory})")
         before_clients()
-        if net.WAN not in unplugged:  # otherwise its interface starts the client when the link comes up
+        wan = ports.main(ports.of(state))
+        if wan and wan.name not in unplugged:  # otherwise its interface starts the client when the link comes up
             services.start_dhcpc(state)
         dual_stack.start(state)
     except BaseException:
@@ -131,6 +135,8 @@ def _build_world(state):
                       "--bind", programs, "/usr/lib/tarn/bin",
                       "--bind", state.build / "lib", "/usr/lib/tarn/lib",
                       "--bind", state.data, "/data", "--bind", state.log_directory, "/var/log/gateway"]
+        if room == "lan":
+            words += ["--layer", state.build / "gateway" / "lan"]
         if room == "isp":
             words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
     done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)

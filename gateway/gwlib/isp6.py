@@ -1,14 +1,12 @@
 """The internet provider's IPv6: up to two routers that advertise themselves, and a DHCPv6 server for an address and a prefix."""
 import json
 
-from . import inside
+from . import inside, ports
 from .errors import GatewayError
-from .net import CABLES, WAN
 from .waiting import until
 
 ROUTERS = {"1": "fe80::1", "2": "fe80::2"}
 NAME_SERVER = "2001:db8:ffff::53"
-GATEWAY = "fe80::ff:fe00:5"  # the link-local address that the gateway's WAN port makes of its hardware address
 ROUTER_DEFAULTS = {
     "advertise": False,
     "managed": True,
@@ -68,12 +66,13 @@ def serve(state):
 
 def _serve(state, new):
     state.room("isp")
+    hardware, address = _customer(state)
     (state.isp / "settings6.json").write_text(json.dumps(new))
     for number, router in new["routers"].items():
         _write(state.isp / f"router-{number}.conf", _router_text(number, router) if router["advertise"] else None)
-    _write(state.isp / "dhcp6s.conf", _dhcp_text(new["dhcp"]) if new["dhcp"]["serve"] else None)
+    _write(state.isp / "dhcp6s.conf", _dhcp_text(new["dhcp"], hardware) if new["dhcp"]["serve"] else None)
     if new["dhcp"]["delegate"]:
-        inside.must(state, "ip", "-6", "route", "replace", new["dhcp"]["delegate"], "via", GATEWAY, "dev", "wan0", room="isp")
+        inside.must(state, "ip", "-6", "route", "replace", new["dhcp"]["delegate"], "via", address, "dev", "wan0", room="isp")
     inside.must(state, "/usr/lib/isp/serve6", room="isp")
     if new["dhcp"]["serve"]:
         _await_dhcp(state)
@@ -85,6 +84,12 @@ def _write(path, text):
     else:
         path.write_text(text)
         path.chmod(0o644)
+
+
+def _customer(state):
+    """Hardware address of the gateway's WAN port, and the link-local address that it makes of it."""
+    port = ports.main(ports.of(state))
+    return (port.hardware, f"fe80::ff:fe00:{port.instance:x}") if port else ("02:00:00:00:00:00", "fe80::ff:fe00:0")
 
 
 def _on(flag):
@@ -99,9 +104,9 @@ def _router_text(number, router):
             f"  AdvDefaultPreference {router['preference']};\n  AdvDefaultLifetime {router['lifetime']};\n{prefix}}};\n")
 
 
-def _dhcp_text(dhcp):
+def _dhcp_text(dhcp, hardware):
     lifetimes = f"{dhcp['preferred']} {dhcp['valid']}"
-    lines = [f"duid 00:03:00:01:{CABLES[WAN].hardware};"]
+    lines = [f"duid 00:03:00:01:{hardware};"]
     lines += [f"address {dhcp['address']} {lifetimes};"] if dhcp["address"] else []
     lines += [f"prefix {dhcp['delegate']} {lifetimes};"] if dhcp["delegate"] else []
     servers = f"option domain-name-servers {dhcp['dns']};\n" if dhcp["dns"] else ""

@@ -49,11 +49,20 @@ CONFIGURED = (
 )
 
 
+def apply_bridges(state):
+    """Makes the configured bridges of the kernel's ports."""
+    _apply(state, re.compile(r"Bridging\.Bridge\.\d+"), "Bridging.Bridge.{i}", lambda record: True)
+
+
 def apply_configured(state):
     """Brings the configured addresses and routes into the kernel. A gateway with one wrong
     route boots all the same."""
-    objects = json.loads(inside.must(state, "vcfgctl", "dump"))["objects"]
     for form, pattern, origin in CONFIGURED:
-        for path, record in objects.items():
-            if re.fullmatch(form, path) and record.get(origin, "Static") == "Static":
-                inside.run(state, f"/etc/vcfg/hooks/apply/{pattern}", "set", path, text=json.dumps(record))
+        _apply(state, form, pattern, lambda record, origin=origin: record.get(origin, "Static") == "Static")
+
+
+def _apply(state, form, pattern, wanted):
+    objects = json.loads(inside.must(state, "vcfgctl", "dump"))["objects"]
+    for path, record in objects.items():
+        if re.fullmatch(form, path) and wanted(record):
+            inside.run(state, f"/etc/vcfg/hooks/apply/{pattern}", "set", path, text=json.dumps(record))

@@ -1,84 +1,67 @@
-"""The cables: the gateway's WAN ports to the ISP, the ports of its LAN bridge to a LAN."""
+"""The cables: the gateway's WAN ports to the ISP, the ports of its LAN to a LAN."""
 import json
-from typing import NamedTuple
 
-from . import inside, model
+from . import inside, model, ports
 from .errors import GatewayError
 from .waiting import until
 
-WAN = "eth0.5"
-LAN = "eth0.1"
-SFP = "eth0.6"
-BRIDGE = "br0"
-
-
-class Cable(NamedTuple):
-    room: str  # where its far end is
-    far: str
-    hardware: str  # the port's address, the same at every boot
-
-
-CABLES = {
-    WAN: Cable("isp", "eth5", "02:00:00:00:00:05"),
-    SFP: Cable("isp", "sfp6", "02:00:00:00:00:06"),
-    LAN: Cable("lan", "lan0", "02:00:00:00:00:01"),
-    "eth0.2": Cable("lan", "lan1", "02:00:00:00:00:02"),
-    "eth0.3": Cable("lan", "lan2", "02:00:00:00:00:03"),
-    "eth0.4": Cable("lan", "lan3", "02:00:00:00:00:04"),
-}
 ACCESS = "wan0"  # the provider's side of all its lines
 LINES = ("ptm0-far", "atm0-far")  # the line simulator's ends at the exchange
-PLUGGED = (WAN, LAN)  # at boot
 NEGOTIATION_SECONDS = 0.3
-
-
-def ports(state):
-    """The Ethernet ports of this gateway: the SFP cage only where the data model knows of it."""
-    objects = json.loads(state.model.read_text(encoding="utf-8")).get("objects", {})
-    known = {record.get("Name") for path, record in objects.items() if path.startswith("Ethernet.Interface.")}
-    return [name for name in CABLES if name != SFP or name in known]
 
 
 def lay_cables(state, unplugged=()):
     """All ports get a cable; of those that are plugged at boot, the `unplugged` are not."""
-    unknown = set(unplugged) - set(CABLES)
-    if unknown:
-        raise GatewayError(f"{unknown.pop()} has no cable; {', '.join(CABLES)} have")
+    mine = ports.of(state)
+    for name in unplugged:
+        _port(mine, name)
     gateway = state.room("gateway")
-    mine = ports(state)
     for room in ("isp", "lan"):
-        _make_pairs(state, room, [name for name in mine if CABLES[name].room == room], gateway)
+        _make_pairs(state, room, [port for port in mine if port.room == room], gateway)
+    wan, lan = ([port for port in mine if port.upstream is upstream] for upstream in (True, False))
     inside.must(state, "ip", "-batch", "-", room="isp", text="\n".join((
-        f"link add {ACCESS} type bridge",
-        *(f"link set {CABLES[name].far} master {ACCESS}" for name in mine if CABLES[name].room == "isp"))))
-    for name in set(PLUGGED) - set(unplugged):
-        plug(state, name, True)
-    lan = [name for name in mine if CABLES[name].room == "lan"]
-    inside.must(state, "ip", "-batch", "-", text="\n".join((
-        f"link add {BRIDGE} type bridge",
-        *(f"link set {name} master {BRIDGE} up" for name in lan),
-        f"link set {BRIDGE} up",
-        *(f"link set {name} up" for name in mine if name not in lan),
-    )))
-    inside.must(state, "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; mkdir -p /run/hw;"
-                f"echo {WAN} {SFP if SFP in mine else ''} > /run/hw/eth_wan_ports;"
-                f"echo {NEGOTIATION_SECONDS} > /run/hw/eth_link_seconds")
+        f"link add {ACCESS} type bridge", *(f"link set {port.far} master {ACCESS}" for port in wan))))
+    for port in ports.plugged(mine):
+        _plug(state, port, port.name not in unplugged)
+    inside.must(state, "ip", "-batch", "-", text="\n".join(f"link set {port.name} up" for port in mine))
+    inside.must(state, "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; mkdir -p /run/hw; cd /run/hw;"
+                f"echo {_names(wan)} > eth_wan_ports; echo {_names(lan)} > eth_lan_ports;"
+                f"echo {NEGOTIATION_SECONDS} > eth_link_seconds")
 
 
-def _make_pairs(state, room, names, gateway):
-    """Pairs of ends: one in the room, one in the gateway."""
+def _names(some):
+    return " ".join(port.name for port in some)
+
+
+def port(state, name):
+    return _port(ports.of(state), name)
+
+
+def _port(mine, name):
+    for one in mine:
+        if one.name == name:
+            return one
+    raise GatewayError(f"{name} has no cable; {', '.join(port.name for port in mine) or 'no port'} "
+                       f"{'have' if len(mine) > 1 else 'has'}")
+
+
+def _make_pairs(state, room, some, gateway):
+    """Pairs of ends: one in the room, one in the gateway. The gateway's ends come under names that no device of the room has."""
     inside.must(state, "ip", "-batch", "-", room=room, text="\n".join(
-        f"link add {CABLES[name].far} type veth peer name {name} address {CABLES[name].hardware}" for name in names))
+        f"link add {port.far} type veth peer name near{port.instance} address {port.hardware}" for port in some))
     # The process number is the host's, so the ends are handed over from outside the room's PID namespace.
-    inside.hand_over(state, room, names, gateway)
+    inside.hand_over(state, room, [f"near{port.instance}" for port in some], gateway)
+    inside.must(state, "ip", "-batch", "-", text="\n".join(
+        f"link set near{port.instance} name {port.name}" for port in some))
 
 
-def plug(state, near, plugged):
+def plug(state, name, plugged):
+    _plug(state, port(state, name), plugged)
+
+
+def _plug(state, port, plugged):
     """Plugs or pulls the cable of a port: its far end goes, so that the kernel itself reports the loss."""
-    if near not in ports(state):
-        raise GatewayError(f"{near} has no cable; {', '.join(ports(state))} have")
-    cable = CABLES[near]
-    inside.must(state, "ip", "link", "set", cable.far, "up" if plugged else "down", room=cable.room)
+    inside.must(state, "ip", "link", "set", port.far, "up" if plugged else "down", room=port.room)
 
 
 def connect_lines(state):
@@ -99,7 +82,8 @@ def report_ports(state):
     found = model.get(state, "Ethernet.Interface.*.Name", "Ethernet.Link.*.LowerLayers", "IP.Interface.*.LowerLayers")
     names = {path.removesuffix(".Name"): name for path, name in found.items() if path.endswith(".Name")}
     below = {path.removesuffix(".LowerLayers"): lower for path, lower in found.items() if path.endswith(".LowerLayers")}
-    told = {path: "Up" if name in linked else "Down" for path, name in names.items() if name in CABLES}
+    mine = [port.name for port in ports.of(state)]
+    told = {path: "Up" if name in linked else "Down" for path, name in names.items() if name in mine}
     dead = [path for path, status in told.items() if status == "Down"]
     for path in dead:
         higher = [above for above, lower in below.items() if lower == path]
@@ -111,8 +95,9 @@ def report_ports(state):
 
 def await_links(state, unplugged=()):
     """Until the WAN port has negotiated its link; switching it on is part of start-up."""
-    if WAN in unplugged:
+    wan = ports.main(ports.of(state))
+    if wan is None or wan.name in unplugged:
         return
-    flags = f"/sys/class/net/{WAN}/operstate"
+    flags = f"/sys/class/net/{wan.name}/operstate"
     if not until(lambda: inside.run(state, "cat", flags).stdout == "up\n", 10):
-        raise GatewayError(f"{WAN} finds no link")
+        raise GatewayError(f"{wan.name} finds no link")

@@ -19,6 +19,7 @@ RECEIVED = {
     1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
     1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
 }
+WAN, BRIDGE = "eth0.5", "br0"  # devices of the default configuration
 MESSAGE = re.compile(r"process msg type = (\d+) ")
 COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
 

@@ -1,10 +1,10 @@
 """What runs inside the gateway, and how each of it is started and stopped."""
 import os
 import pathlib
+import re
 
-from . import inside
+from . import inside, ports
 from .errors import GatewayError
-from .net import WAN
 from .state import inside_number, processes
 from .waiting import until
 
@@ -37,8 +37,24 @@ def start_tarn(state):
 
 
 def start_dhcpc(state):
-    """One real DHCP client on the WAN port."""
-    inside.must(state, "/usr/libexec/tarn/start-client", "dhcpv4", WAN)
+    """A real DHCP client for each that the configuration has on the WAN port."""
+    for device in _leasing_devices(state):
+        inside.must(state, "/usr/libexec/tarn/start-client", "dhcpv4", device)
+
+
+def _leasing_devices(state):
+    wan = ports.main(ports.of(state))
+    found = ports.objects(state)
+
+    def on(table, parameter, lower):
+        return {path: record for path, record in found.items()
+                if re.fullmatch(table + r"\.\d+", path) and record.get(parameter) in lower}
+
+    links = on(r"Ethernet\.Link", "LowerLayers", [wan.path] if wan else [])
+    interfaces = on(r"IP\.Interface", "LowerLayers", links)
+    clients = on(r"DHCPv4\.Client", "Interface", interfaces).values()
+    return [interfaces[client["Interface"]].get("X_VORAN_IfName") or wan.name
+            for client in clients if ports.is_set(client.get("Enable"))]
 
 
 def start_linesim(state):
@@ -54,7 +70,8 @@ def start_linesim(state):
 def start_linkd(state):
     """What the platform's kernel does: it tells the registered process which port found or lost its link."""
     inside.must(state, "mkdir", "-p", LINK_FOLDER)
-    inside.spawn(state, "linkd", "/usr/libexec/tarn/port-linkd", "--link-folder", LINK_FOLDER, "eth0.[0-9]", "atm[0-9]", "ptm[0-9]")
+    inside.spawn(state, "linkd", "/usr/libexec/tarn/port-linkd", "--link-folder", LINK_FOLDER,
+                 *(port.name for port in ports.of(state)), "atm[0-9]", "ptm[0-9]")
 
 
 STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "linesim": start_linesim, "linkd": start_linkd, "tarn": start_tarn,

@@ -20,6 +20,7 @@ class State:
         self.journal = self.log_directory / "journal.jsonl"
         self.data = self.directory / "data"
         self.model = self.data / "vcfg_config.json"
+        self.booted = self.directory / "booted.json"  # the configuration that the hardware was laid out for
         self.isp = self.directory / "isp"
 
     def prepare(self, fresh):

@@ -8,8 +8,7 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 from gwlib import boot, inside, isp6, model  # noqa: E402
-from gwlib.net import BRIDGE, WAN  # noqa: E402
-from gwlib.road import Road, travel  # noqa: E402
+from gwlib.road import BRIDGE, WAN, Road, travel  # noqa: E402
 from gwlib.state import REPOSITORY, State  # noqa: E402
 
 CONFIGURATION = REPOSITORY / "gateway" / "defaults-dual-stack.json"

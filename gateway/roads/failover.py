@@ -6,8 +6,7 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 from gwlib import boot, inside, isp, logs, model, net  # noqa: E402
-from gwlib.net import WAN  # noqa: E402
-from gwlib.road import Road, travel  # noqa: E402
+from gwlib.road import WAN, Road, travel  # noqa: E402
 from gwlib.state import REPOSITORY, State  # noqa: E402
 
 DSL_LINK, DSL_IP = "PTM.Link.1", "IP.Interface.3"

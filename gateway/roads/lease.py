@@ -7,8 +7,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 from gwlib import boot, inside, isp, model  # noqa: E402
 from gwlib.errors import GatewayError  # noqa: E402
-from gwlib.net import WAN  # noqa: E402
-from gwlib.road import Road  # noqa: E402
+from gwlib.road import WAN, Road  # noqa: E402
 from gwlib.state import REPOSITORY, State  # noqa: E402
 
 CLIENT = "DHCPv4.Client.1"

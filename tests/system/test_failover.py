@@ -20,10 +20,13 @@ def wan_commands(gateway, mark):
 
 def everything_out(gateway):
     """No cable is in, the DSL line has no signal, and its modem is open."""
-    for port in (WAN, SFP):
-        name = f"Ethernet.Interface.{port[-1]}.Status"
-        if gateway.value(name) == "Up":
-            gateway.cable_out(port)
+    statuses = {port: f"Ethernet.Interface.{port[-1]}.Status" for port in (WAN, SFP)}
+    there = [port for port, status in statuses.items() if gateway.value(status) is not None]
+    for port in there:  # also of a port that is switched off: it may be about to be switched on
+        gateway.cable(port, "out")
+    for port in there:
+        gateway.wait(f"{statuses[port]}=Down")
+    gateway.handled()
     gateway.must("dsl", "down")
     gateway.inside("wan", "adsl", "open")
     gateway.wait("DSL.Line.1.LinkStatus=NoSignal")

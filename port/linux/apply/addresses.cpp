@@ -26,11 +26,12 @@ bool applyIpv4Address(const Change& change) {
     if (!before.empty() && before != now) {
         ipQuietly({"addr", "del", before, "dev", device});
     }
-    // The last address takes the routes of its device with it.
-    const bool followed =
-        (now.empty() || ip({"addr", "replace", now, "dev", device})) && followLeasedRouter(change.path);
+    const bool set = now.empty() || ip({"addr", "replace", now, "dev", device});
+    if (set) {
+        followLeasedRouter(change.path);  // the last address takes the routes of its device with it
+    }
     if (before != now) {
         tellLed();
     }
-    return followed;
+    return set;
 }

@@ -6,7 +6,8 @@
 bool applyIpv4Address(const Change& change);
 bool applyIpv4Forwarding(const Change& change);
 bool applyDhcpv4Client(const Change& change);
-bool applyDnsServer(const Change& change);
+// DNS.Client, its servers.
+bool applyDns(const Change& change);
 // Ethernet.Link, PTM.Link, ATM.Link.
 bool applyLink(const Change& change);
 bool applyIpInterface(const Change& change);
@@ -15,9 +16,12 @@ bool applyIpv6Prefix(const Change& change);
 bool applyRouteInformation(const Change& change);
 bool applyDhcpv6Client(const Change& change);
 bool applyPppInterface(const Change& change);
+// Bridging.Bridge, its ports, Bridging.Filter.
+bool applyBridging(const Change& change);
 
-// The default route through a DHCP lease's router, as the data model has it now.
-bool followLeasedRouter(const std::string& interfacePath);
+// The default route through a DHCP lease's router, as the data model has it now. A route that cannot be followed at the
+// moment is told, and is no failure of the write that it comes with.
+void followLeasedRouter(const std::string& interfacePath);
 
 // IPv6 on the IP interface that lies on a PPP link which has just come up.
 bool startIpv6Over(const std::string& pppPath);

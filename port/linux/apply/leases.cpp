@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <unistd.h>
+#include <vcfg/vcfg.h>
 
 #include <cstdio>
 
@@ -26,27 +27,32 @@ bool writeResolver() {
 
 }  // namespace
 
-bool followLeasedRouter(const std::string& interfacePath) {
+void followLeasedRouter(const std::string& interfacePath) {
     const std::string device = deviceOf(interfacePath);
     if (device.empty()) {
-        return true;
+        return;
     }
     const std::string router = leasedRouter(interfacePath);
     const std::string metric = std::to_string(interfaceNumber(interfacePath));
     if (router.empty()) {
         ipQuietly({"route", "del", "default", "dev", device, "metric", metric});
-        return true;
+        return;
     }
     // The lease is reported before its address is set, so the kernel cannot know yet that the router is a neighbour.
-    return ip({"route", "replace", "default", "via", router, "dev", device, "onlink", "metric", metric});
+    if (!ip({"route", "replace", "default", "via", router, "dev", device, "onlink", "metric", metric})) {
+        vlog_log_f(VLOG_WARNING, "leases", __LINE__, __func__, "no default route through %s: %s does not take it now",
+                   router.c_str(), device.c_str());
+    }
 }
 
 bool applyDhcpv4Client(const Change& change) {
     const std::optional<Values>& values = change.now ? change.now : change.before;
-    const bool followed = !values || followLeasedRouter(values->text("Interface"));
-    return writeResolver() && followed;
+    if (values) {
+        followLeasedRouter(values->text("Interface"));
+    }
+    return writeResolver();
 }
 
-bool applyDnsServer(const Change&) {
+bool applyDns(const Change&) {
     return writeResolver();
 }

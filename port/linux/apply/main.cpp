@@ -19,7 +19,8 @@ constexpr Hook kHooks[] = {
     {"IP.Interface.{i}.IPv4Address.{i}", applyIpv4Address},
     {"Routing.Router.{i}.IPv4Forwarding.{i}", applyIpv4Forwarding},
     {"DHCPv4.Client.{i}", applyDhcpv4Client},
-    {"DNS.Client.Server.{i}", applyDnsServer},
+    {"DNS.Client", applyDns},
+    {"DNS.Client.Server.{i}", applyDns},
     {"Ethernet.Link.{i}", applyLink},
     {"PTM.Link.{i}", applyLink},
     {"ATM.Link.{i}", applyLink},
@@ -29,6 +30,9 @@ constexpr Hook kHooks[] = {
     {"Routing.RouteInformation.InterfaceSetting.{i}", applyRouteInformation},
     {"DHCPv6.Client.{i}", applyDhcpv6Client},
     {"PPP.Interface.{i}", applyPppInterface},
+    {"Bridging.Bridge.{i}", applyBridging},
+    {"Bridging.Bridge.{i}.Port.{i}", applyBridging},
+    {"Bridging.Filter.{i}", applyBridging},
 };
 
 struct PutJson {

@@ -27,10 +27,10 @@ void Payload::integer(const char* key, int value) {
 }
 
 void Payload::number(const char* key, const std::string& text) {
-    int32_t value = 0;
+    int64_t value = 0;
     const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (!text.empty() && problem == std::errc() && end == text.data() + text.size()) {
-        integer(key, value);
+        json_object_object_add(object_.get(), key, json_object_new_int64(value));
     }
 }
 
