@@ -19,7 +19,8 @@ constexpr const char* sourceTag(std::string_view file) {
                  {"/lan/", "tarn_link_lan"},
                  {"/platform/", "tarn_wrapper"},
                  {"/mgmt/manageable_device.", "tarn_mgabdev"},
-                 {"/mgmt/", "tarn_mgmt"}};
+                 {"/mgmt/", "tarn_mgmt"},
+                 {"/diag/", "tarn_mgmt"}};
     for (const auto& [room, tag] : kTags) {
         if (file.find(room) != std::string_view::npos) {
             return tag;
