@@ -30,8 +30,7 @@ const std::string kPayloads[] = {
     std::string(65000, ' '),
     "{\"DiagnosticsState\":\"" + std::string(60000, 'x') + "\"}",
     "{\"DiagnosticsState\":\"\xFF\xFE\x80\"}",
-    R"({"DiagnosticsState":"$(reboot)","FastestHost":"; reboot","PingsDiagnosticsState":"pings_start",)"
-    R"("MinimumResponseTime":1})",
+    R"-({"DiagnosticsState":"$(reboot)","FastestHost":"; reboot","PingsDiagnosticsState":"pings_start"})-",
     R"({"DiagnosticsState":"%s%n%n%n","PingsDiagnosticsState":"%n","RouteHops":[{"Host":"%n%s%n"}],)"
     R"("0":{"Status":"%n%s","HostNameReturned":"%n"}})",
     R"({"DiagnosticsState":{"a":1},"SuccessCount":[1],"RouteHops":[[[]]],"0":[],"PerConnectionResult":[{"a":{}}],)"

@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Tool{"Ping", 0x80000115, "IP.Diagnostics.IPPing", "IPPing", "None"},
                     Tool{"F5", 0x800000E3, "ATM.Diagnostics.F5Loopback", "ATM.Diagnostics.F5Loopback", ""},
                     Tool{"F4", 0x800000E4, "ATM.Diagnostics.X_VORAN_F4Loopback", "ATM.Diagnostics.F5Loopback", ""}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& tool) { return tool.param.name; });
 
 TEST_P(LoopbackResult, ReportIsWrittenAndApplied) {
     report(kReport);

@@ -15,10 +15,10 @@ inline size_t fittingSize(std::string_view text, size_t limit) {
     if (text.size() <= limit) {
         return text.size();
     }
-    for (size_t at = limit; at + kLongestCharacter > limit; --at) {
-        const bool startsCharacter = (static_cast<unsigned char>(text[at]) & 0xC0u) != 0x80u;
-        if (startsCharacter || at == 0) {
-            return at;
+    for (size_t back = 0; back < kLongestCharacter && back <= limit; ++back) {
+        const bool startsCharacter = (static_cast<unsigned char>(text[limit - back]) & 0xC0u) != 0x80u;
+        if (startsCharacter) {
+            return limit - back;
         }
     }
     return limit; /* no UTF-8 */
