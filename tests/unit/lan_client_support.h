@@ -1,6 +1,8 @@
 // A LAN with two bridges and a DHCP pool, and what its DHCP server reports.
 #pragma once
 
+#include <syslog.h>
+
 #include <string>
 
 #include "mgmt/dhcp_server.h"
