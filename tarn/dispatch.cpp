@@ -13,6 +13,11 @@
 #include "core/mail_event.h"
 #include "core/message.h"
 #include "core/system_log.h"
+#include "diag/loopback_result.h"
+#include "diag/name_lookup_result.h"
+#include "diag/server_selection_result.h"
+#include "diag/trace_route_result.h"
+#include "diag/transfer_result.h"
 #include "link/internet_led.h"
 #include "link/optical.h"
 #include "link/wan_link_status.h"
@@ -118,17 +123,21 @@ const Row kRows[] = {
         [](const Message& m) { mgmtNatDetect(m.payload); }},
     {VCFG_MSG_MGMT_NAT_CLEAR, "VCFG_MSG_MGMT_NAT_CLEAR", debugLine("VCFG_MSG_MGMT_NAT_CLEAR"), Payload::Optional,
         [](const Message&) { mgmtNatClear(); }},
-    {VCFG_MSG_NSLOOKUP_MSG, "VCFG_MSG_NSLOOKUP_MSG", debugLine("VCFG_MSG_NSLOOKUP_MSG"), Payload::Required, kLater},
+    {VCFG_MSG_NSLOOKUP_MSG, "VCFG_MSG_NSLOOKUP_MSG", debugLine("VCFG_MSG_NSLOOKUP_MSG"), Payload::Required,
+        [](const Message& m) { tarnProcessNslookupMsg(m.payload); }},
     {VCFG_MSG_ATM_OAM_F5_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F5)", debugLine("VCFG_MSG_ATM_OAM_COMPLETE"),
-        Payload::Required, kLater},
+        Payload::Required,
+        [](const Message& m) { tarnProcessAtmF5LoMsg(m.payload); }},
     {VCFG_MSG_ATM_OAM_F4_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F4)", debugLine("VCFG_MSG_ATM_OAM_COMPLETE"),
-        Payload::Required, kLater},
+        Payload::Required,
+        [](const Message& m) { tarnProcessAtmF4LoMsg(m.payload); }},
     {VCFG_MSG_NTP_SYNC_SUCCESS, "VCFG_MSG_NTP_SYNC_SUCCESS",
         infoLineWithPayload("receiving VCFG_MSG_NTP_SYNC_SUCCESS buf "), Payload::Optional, ntpSyncSuccess},
     {VCFG_MSG_INIT_DATAMODEL_FIN, "VCFG_MSG_INIT_DATAMODEL_FIN", kSilent, Payload::Optional,
         [](const Message&) { startupCompleted(); }},
     {VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT",
-        debugLine("VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT"), Payload::Required, kLater},
+        debugLine("VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT"), Payload::Required,
+        [](const Message& m) { tarnDlDiagComplete(m.payload); }},
     {VCFG_MSG_TR64_LAN_DEVICE_UPDATE, "VCFG_MSG_TR64_LAN_DEVICE_UPDATE",
         infoLine("VCFG_MSG_TR64_LAN_DEVICE_UPDATE"), Payload::Optional,
         [](const Message&) { tr64LanDeviceUpdate(); }},
@@ -136,10 +145,12 @@ const Row kRows[] = {
     {VCFG_MSG_AUTO_HUNT_FINISHED, "VCFG_MSG_AUTO_HUNT_FINISHED", kSilent, Payload::Optional,
         [](const Message&) { initialiseLinks(true); }},
     {VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT",
-        infoLine("VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT"), Payload::Optional, kLater},
+        infoLine("VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT"), Payload::Optional,
+        [](const Message& m) { tarnUlDiagComplete(m.payload); }},
     {VCFG_MSG_DHCPD_OPTION, "VCFG_MSG_DHCPD_OPTION", debugLine("VCFG_MSG_DHCPD_OPTION"), Payload::Required,
         [](const Message& m) { tarnProcessDhcpdOption(m.payload); }},
-    {VCFG_MSG_PINGSVRS_RST, "VCFG_MSG_PINGSVRS_RST", debugLine("VCFG_MSG_PINGSVRS_RST"), Payload::Required, kLater},
+    {VCFG_MSG_PINGSVRS_RST, "VCFG_MSG_PINGSVRS_RST", debugLine("VCFG_MSG_PINGSVRS_RST"), Payload::Required,
+        [](const Message& m) { tarnProcessPingSvrsMsg(m.payload); }},
     {VCFG_MSG_MAIL_SEND_EVENT, "VCFG_MSG_MAIL_SEND_EVENT", {Channel::SyslogInfo, "receving VCFG_MSG_MAIL_SEND_EVENT\n"},
         Payload::Optional, [](const Message& m) { emailEventHandle(m.payload, m.srcEid, m.requestId); }},
     {VCFG_MSG_PPPD, "VCFG_MSG_PPPD", kSilent, Payload::Required, [](const Message& m) { processPppdMsg(m.payload); }},
@@ -147,8 +158,10 @@ const Row kRows[] = {
         Payload::Optional, [](const Message&) {}},  // acknowledged in the log only
     {VCFG_MSG_INIT_WAN_LINK_INFO, "VCFG_MSG_INIT_WAN_LINK_INFO", kSilent, Payload::Optional,
         [](const Message&) { initialiseLinks(false); }},
-    {VCFG_MSG_PING_MSG, "VCFG_MSG_PING_MSG", debugLine("VCFG_MSG_PING_MSG"), Payload::Required, kLater},
-    {VCFG_MSG_TRACERT_MSG, "VCFG_MSG_TRACERT_MSG", debugLine("VCFG_MSG_TRACERT_MSG"), Payload::Required, kLater},
+    {VCFG_MSG_PING_MSG, "VCFG_MSG_PING_MSG", debugLine("VCFG_MSG_PING_MSG"), Payload::Required,
+        [](const Message& m) { tarnProcessPingMsg(m.payload); }},
+    {VCFG_MSG_TRACERT_MSG, "VCFG_MSG_TRACERT_MSG", debugLine("VCFG_MSG_TRACERT_MSG"), Payload::Required,
+        [](const Message& m) { tarnProcessTracertMsg(m.payload); }},
     {VCFG_MSG_FAKEROOT_VOCLI_COMMAND, "VCFG_MSG_FAKEROOT_VOCLI_COMMAND",
         infoLineWithPayload("receiving VCFG_MSG_FAKEROOT_VOCLI_COMMAND buf "), Payload::Optional,
         [](const Message& m) { runFakerootVocliCommand(m.payload); }},

@@ -2,7 +2,9 @@
 
 #include <json-c/json.h>
 
+#include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -63,13 +65,14 @@ Json::~Json() {
     json_object_put(object_);
 }
 
+json_object* Json::value(const char* key) const {
+    return object_ != nullptr ? json_object_object_get(object_, key) : nullptr;
+}
+
 json_object* Json::scalar(const char* key) const {
-    json_object* value = nullptr;
-    if (object_ == nullptr || !json_object_object_get_ex(object_, key, &value)) {
-        return nullptr;
-    }
-    const json_type type = json_object_get_type(value);
-    return type == json_type_object || type == json_type_array ? nullptr : value;
+    json_object* const found = value(key);
+    const json_type type = json_object_get_type(found);
+    return type == json_type_object || type == json_type_array ? nullptr : found;
 }
 
 bool Json::has(const char* key) const {
@@ -98,6 +101,37 @@ bool Json::flag(const char* key) const {
     return value != nullptr && json_object_get_boolean(value) != 0;
 }
 
+uint32_t Json::unsigned32(const char* key) const {
+    return static_cast<uint32_t>(std::min<uint64_t>(unsigned64(key), UINT32_MAX));
+}
+
+uint64_t Json::unsigned64(const char* key) const {
+    json_object* const value = scalar(key);
+    const bool noNumber =
+        json_object_is_type(value, json_type_double) != 0 && std::isnan(json_object_get_double(value));
+    return value != nullptr && !noNumber ? json_object_get_uint64(value) : 0;
+}
+
+std::optional<Json> Json::part(json_object* value) {
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    return Json(json_object_is_type(value, json_type_object) != 0 ? json_object_get(value) : nullptr);
+}
+
+std::optional<Json> Json::child(const char* key) const {
+    return part(value(key));
+}
+
+size_t Json::length(const char* key) const {
+    json_object* const array = value(key);
+    return json_object_is_type(array, json_type_array) != 0 ? json_object_array_length(array) : 0;
+}
+
+std::optional<Json> Json::element(const char* key, size_t index) const {
+    return part(index < length(key) ? json_object_array_get_idx(value(key), index) : nullptr);
+}
+
 void Json::set(const char* key, std::string_view value) {
     const int length = value.size() < INT_MAX ? static_cast<int>(value.size()) : INT_MAX;
     put(object_, key, made(json_object_new_string_len(value.data(), length), value.size() + 1));
@@ -107,17 +141,33 @@ void Json::set(const char* key, int32_t value) {
     put(object_, key, made(json_object_new_int(value), sizeof value));
 }
 
+void Json::set(const char* key, uint32_t value) {
+    put(object_, key, made(json_object_new_int64(value), sizeof value));
+}
+
 void Json::set(const char* key, bool value) {
     put(object_, key, made(json_object_new_boolean(value ? 1 : 0), sizeof value));
 }
 
 bool Json::copy(const char* key, const Json& from, const char* fromKey) {
-    json_object* value = nullptr;
-    if (from.object_ == nullptr || !json_object_object_get_ex(from.object_, fromKey, &value) || value == nullptr) {
+    json_object* const found = from.value(fromKey);
+    if (found == nullptr) {
         return false;
     }
-    put(object_, key, json_object_get(value));
+    put(object_, key, json_object_get(found));
     return true;
+}
+
+void Json::remove(const char* key) {
+    json_object_object_del(object_, key);
+}
+
+void Json::removeNulls() {
+    json_object_object_foreach(object_, key, value) {
+        if (value == nullptr) {
+            json_object_object_del(object_, key);
+        }
+    }
 }
 
 std::string Json::toText() const {

@@ -34,19 +34,35 @@ class Json {
     std::string textOr(const char* key, std::string_view missing) const;
     int32_t integer(const char* key, int32_t missing = 0) const;
     bool flag(const char* key) const;
+    // Unsigned numbers: missing and negative read as 0, what is too large as the greatest value.
+    uint32_t unsigned32(const char* key) const;
+    uint64_t unsigned64(const char* key) const;
+
+    // What lies below: the value of a key, or an element of the array that it holds; nothing when it is missing or
+    // null. A value that is no object gives a Json that is not valid and has no keys. `length` is 0 for what is no
+    // array.
+    std::optional<Json> child(const char* key) const;
+    size_t length(const char* key) const;
+    std::optional<Json> element(const char* key, size_t index) const;
 
     // Gathering.
     void set(const char* key, std::string_view value);
     void set(const char* key, const char* value) { set(key, std::string_view(value)); }
     void set(const char* key, int32_t value);
+    void set(const char* key, uint32_t value);
     void set(const char* key, bool value);
     // Copies a value of another object unchanged, whatever its type; false when it is missing or null.
     bool copy(const char* key, const Json& from, const char* fromKey);
+    void remove(const char* key);
+    void removeNulls();
     std::string toText() const;
+    json_object* get() const { return object_; }  // for calls that take one; stays this Json's
 
   private:
     explicit Json(json_object* object) : object_(object) {}
+    json_object* value(const char* key) const;
     json_object* scalar(const char* key) const;
+    static std::optional<Json> part(json_object* value);
 
     json_object* object_;
 };

@@ -25,7 +25,8 @@ constexpr const char* sourceTag(std::string_view file) {
                  {"/platform/", "tarn_wrapper"},
                  {"/mgmt/manageable_device.", "tarn_mgabdev"},
                  {"/mgmt/ntp.", "tarn_ntp"},
-                 {"/mgmt/", "tarn_mgmt"}};
+                 {"/mgmt/", "tarn_mgmt"},
+                 {"/diag/", "tarn_mgmt"}};
     for (const auto& [room, tag] : kTags) {
         if (inside.starts_with(room)) {
             return tag;

@@ -11,6 +11,7 @@
 #include "core/path.h"
 #include "core/system_log.h"
 #include "core/wan_state.h"
+#include "diag/server_selection_result.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
 #include "link/wan_link_table.h"
@@ -78,6 +79,7 @@ Gateway::Gateway() {
     resetWanState();
     forgetWanLinks();
     pending::clear();
+    forgetPingSeries();
     lanPhyResetDone = false;
     ntpSyncNoticeSent = false;
     firstUseDateDone = false;

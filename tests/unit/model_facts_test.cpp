@@ -190,6 +190,16 @@ TEST(ModelFacts, ACounterOfATableThatIsNotModelledIsAnOrdinaryNumber) {
     EXPECT_EQ(find(*objectOf("IP"), "ActivePortNumberOfEntries")->countedOid, RDM_OID_NONE);
 }
 
+TEST(ModelFacts, AReportedCountIsAnOrdinaryNumber) {
+    EXPECT_EQ(find(*objectOf("IP.Diagnostics.TraceRoute"), "RouteHopsNumberOfEntries")->countedOid, RDM_OID_NONE);
+    for (const char* object : {"IP.Diagnostics.DownloadDiagnostics", "IP.Diagnostics.UploadDiagnostics"}) {
+        EXPECT_EQ(find(*objectOf(object), "PerConnectionResultNumberOfEntries")->countedOid, RDM_OID_NONE);
+        EXPECT_EQ(find(*objectOf(object), "IncrementalResultNumberOfEntries")->countedOid, RDM_OID_NONE);
+    }
+    EXPECT_EQ(find(*objectOf("DNS.Diagnostics.NSLookupDiagnostics"), "ResultNumberOfEntries")->countedOid,
+              RDM_OID_DNS_DIAG_NSLOOKUP_RESULT);
+}
+
 TEST(ModelFacts, AnObjectsParentIsTheTableItLiesBelow) {
     EXPECT_EQ(objectOf("IP.Interface.{i}.IPv4Address.{i}")->parentOid, RDM_OID_IP_IFACE);
     EXPECT_EQ(objectOf("PPP.Interface.{i}.IPCP")->parentOid, RDM_OID_PPP_IFACE);

@@ -90,6 +90,50 @@ TEST(JsonPayload, NestingWithoutEndIsNotValid) {
     EXPECT_FALSE(Json::parse(deep.c_str()).valid());
 }
 
+TEST(JsonPayload, UnsignedNumbersAreHeldToTheRange) {
+    const Json json = Json::parse(R"({"a":-1,"b":4294967296,"c":18446744073709551615,"d":"18446744073709551616",
+        "e":"x","f":null,"g":2.9,"h":NaN,"i":"-7"})");
+    EXPECT_EQ(json.unsigned32("a"), 0u);
+    EXPECT_EQ(json.unsigned32("b"), UINT32_MAX);
+    EXPECT_EQ(json.unsigned64("b"), 4294967296u);
+    EXPECT_EQ(json.unsigned64("c"), UINT64_MAX);
+    EXPECT_EQ(json.unsigned64("d"), UINT64_MAX);
+    EXPECT_EQ(json.unsigned64("e"), 0u);
+    EXPECT_EQ(json.unsigned64("f"), 0u);
+    EXPECT_EQ(json.unsigned64("g"), 2u);
+    EXPECT_EQ(json.unsigned64("h"), 0u);
+    EXPECT_EQ(json.unsigned64("i"), 0u);
+    EXPECT_EQ(json.unsigned64("none"), 0u);
+}
+
+TEST(JsonPayload, ElementsAreReadOneByOne) {
+    const Json json = Json::parse(R"({"list":[{"a":1},null,5],"one":{"a":2},"none":null})");
+    EXPECT_EQ(json.length("list"), 3u);
+    EXPECT_EQ(json.element("list", 0)->integer("a"), 1);
+    EXPECT_FALSE(json.element("list", 1));
+    EXPECT_FALSE(json.element("list", 2)->valid());
+    EXPECT_FALSE(json.element("list", 3));
+    EXPECT_EQ(json.child("one")->integer("a"), 2);
+    EXPECT_FALSE(json.child("none"));
+    EXPECT_EQ(json.length("one"), 0u);
+    EXPECT_EQ(Json::parse("x").length("list"), 0u);
+    EXPECT_FALSE(Json::parse("x").child("one"));
+}
+
+TEST(JsonPayload, ElementOutlivesItsPayload) {
+    std::optional<Json> element;
+    { element = Json::parse(R"({"list":[{"a":"kept"}]})").element("list", 0); }
+    EXPECT_EQ(element->text("a"), "kept");
+}
+
+TEST(JsonPayload, KeysAndNullsAreRemoved) {
+    Json json = Json::parse(R"({"a":null,"b":1,"c":null,"d":{"e":null}})");
+    json.remove("b");
+    json.removeNulls();
+    json.set("f", UINT32_MAX);
+    EXPECT_EQ(json.toText(), R"({"d":{"e":null},"f":4294967295})");
+}
+
 TEST(RecordWalk, LoopMayDeleteAndTakeRecordsAway) {
     Gateway gw;
     gw.add("IP.Interface.1");
@@ -126,6 +170,18 @@ TEST(RecordText, TooLongIsCutAndTerminated) {
     EXPECT_EQ(text.bytes[3], '\0');
     text = "x";
     EXPECT_EQ(text.view(), "x");
+}
+
+TEST(RecordText, NoCharacterIsCutInTwo) {
+    vcfg::Text<3> text{};
+    text = "ab\xC3\xA9";
+    EXPECT_EQ(text, "ab");
+    text = "\xC3\xA9z!";
+    EXPECT_EQ(text, "\xC3\xA9z");
+    text = "\xF0\x9F\x90\xB1";
+    EXPECT_EQ(text, "");
+    text = "\x80\x80\x80\x80\x80";  // no character at all
+    EXPECT_EQ(text, "\x80\x80\x80");
 }
 
 }  // namespace

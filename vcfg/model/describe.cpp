@@ -67,14 +67,9 @@ template <class RecordType>
 struct Parameters;
 
 #define RDM_FIELD(name, kind, access, dflt, values) \
-    {#name,                                         \
-     Kind::kind,                                    \
-     Access::access,                                \
-     sizeof(R::name),                               \
-     offsetof(R, name),                             \
-     dflt,                                          \
-     values,                                        \
-     countedBy(ObjectId<R>::pattern, #name)},
+    RDM_FIELD_COUNTING(name, kind, access, dflt, values, countedBy(ObjectId<R>::pattern, #name))
+#define RDM_FIELD_COUNTING(name, kind, access, dflt, values, countedOid) \
+    {#name, Kind::kind, Access::access, sizeof(R::name), offsetof(R, name), dflt, values, countedOid},
 #define RDM_OBJECT(type, id, path) \
     template <>                    \
     struct Parameters<type> {      \
@@ -88,6 +83,7 @@ struct Parameters;
 #define RDM_BOOL(name, access, dflt) RDM_FIELD(name, Bool, access, #dflt, "")
 #define RDM_INT(name, access, dflt) RDM_FIELD(name, Int, access, #dflt, "")
 #define RDM_UINT(name, access, dflt) RDM_FIELD(name, Uint, access, #dflt, "")
+#define RDM_REPORTED_COUNT(name, access, dflt) RDM_FIELD_COUNTING(name, Uint, access, #dflt, "", RDM_OID_NONE)
 #define RDM_LONG(name, access, dflt) RDM_FIELD(name, Long, access, #dflt, "")
 #define RDM_ULONG(name, access, dflt) RDM_FIELD(name, Ulong, access, #dflt, "")
 #define RDM_TEXT(name, size, access, dflt) RDM_FIELD(name, Text, access, dflt, "")
@@ -100,6 +96,7 @@ struct Parameters;
 #define RDM_TIME(name, access, dflt) RDM_FIELD(name, Time, access, dflt, "")
 #include <vcfg/model/all.def>
 #undef RDM_FIELD
+#undef RDM_FIELD_COUNTING
 
 constexpr Object kObjects[] = {
 #define RDM_OBJECT(type, id, path) \

@@ -9,15 +9,31 @@
 
 namespace vcfg {
 
+/* How much of a text `limit` bytes can hold without cutting a character in two. */
+inline size_t fittingSize(std::string_view text, size_t limit) {
+    constexpr size_t kLongestCharacter = 4;
+    if (text.size() <= limit) {
+        return text.size();
+    }
+    for (size_t back = 0; back < kLongestCharacter && back <= limit; ++back) {
+        const bool startsCharacter = (static_cast<unsigned char>(text[limit - back]) & 0xC0u) != 0x80u;
+        if (startsCharacter) {
+            return limit - back;
+        }
+    }
+    return limit; /* no UTF-8 */
+}
+
 template <size_t N>
 struct Text {
     char bytes[N + 1];
 
     static constexpr size_t capacity = N;
 
-    /* Cuts what is too long; the rest of the field is cleared, so that equal texts are equal bytes. */
+    /* Cuts what is too long, between two characters; the rest of the field is cleared, so that equal texts are equal
+     * bytes. */
     Text& operator=(std::string_view text) {
-        const size_t length = text.size() < N ? text.size() : N;
+        const size_t length = fittingSize(text, N);
         std::memmove(bytes, text.data(), length);
         std::memset(bytes + length, 0, N + 1 - length);
         return *this;

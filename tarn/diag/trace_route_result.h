@@ -1,0 +1,4 @@
+// The route that the traceroute tool found.
+#pragma once
+
+void tarnProcessTracertMsg(const char* payload);
