@@ -11,6 +11,7 @@
 #include "core/event.h"
 #include "core/log.h"
 #include "core/message.h"
+#include "lan/wps.h"
 #include "link/internet_led.h"
 #include "link/optical.h"
 #include "link/wan_link_status.h"
@@ -82,6 +83,9 @@ void fakerootCommand(const Message& m) {
     if (runFakerootCommand(m.bytes)) {
         processFakeroot_Command_Reply(m.srcEid, m.requestId);
     }
+}
+void wps(const Message& m) {
+    wpsMsgStatusHandle(m.type, m.bytes);
 }
 
 const Announcement kDhcpcOption{Channel::SyslogInfo, "DHCPC Option ", true, "\n"};
@@ -168,9 +172,9 @@ const Row kRows[] = {
         [](const Message&) { wanInternetLEDUpdate(); }},
     {VCFG_MSG_WIFI_LED_ENABLE, "VCFG_MSG_WIFI_LED_ENABLE", infoLine("VCFG_MSG_WIFI_LED_ENABLE"), Payload::Optional,
         [](const Message&) { voEnableWifiLED(); }},
-    {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_WPS_STATUS, "VCFG_MSG_WPS_STATUS", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_WPS_STOP, "VCFG_MSG_WPS_STOP", kSilent, Payload::Optional, kLater},
+    {VCFG_MSG_WPS_POLL, "VCFG_MSG_WPS_POLL", kSilent, Payload::Optional, wps},
+    {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, wps},
+    {VCFG_MSG_WPS_STOP, "VCFG_MSG_WPS_STOP", kSilent, Payload::Optional, wps},
     {VCFG_MSG_SYSTEM_LOG_START, "VCFG_MSG_SYSTEM_LOG_START", kSilent, Payload::Optional, kLater},
     {VCFG_MSG_SYSTEM_LOG_STOP, "VCFG_MSG_SYSTEM_LOG_STOP", kSilent, Payload::Optional, kLater},
     // clang-format on

@@ -29,13 +29,14 @@ Json::~Json() {
     json_object_put(object_);
 }
 
+json_object* Json::value(const char* key) const {
+    return object_ != nullptr ? json_object_object_get(object_, key) : nullptr;
+}
+
 json_object* Json::scalar(const char* key) const {
-    json_object* value = nullptr;
-    if (object_ == nullptr || !json_object_object_get_ex(object_, key, &value)) {
-        return nullptr;
-    }
-    const json_type type = json_object_get_type(value);
-    return type == json_type_object || type == json_type_array ? nullptr : value;
+    json_object* const found = value(key);
+    const json_type type = json_object_get_type(found);
+    return type == json_type_object || type == json_type_array ? nullptr : found;
 }
 
 bool Json::has(const char* key) const {
@@ -64,6 +65,23 @@ bool Json::flag(const char* key) const {
     return value != nullptr && json_object_get_boolean(value) != 0;
 }
 
+std::optional<int64_t> Json::number(const char* key) const {
+    json_object* const found = value(key);
+    return found != nullptr ? std::optional(json_object_get_int64(found)) : std::nullopt;
+}
+
+bool Json::isText(const char* key) const {
+    return json_object_is_type(value(key), json_type_string) != 0;
+}
+
+std::optional<Json> Json::child(const char* key) const {
+    json_object* const found = value(key);
+    if (found == nullptr) {
+        return std::nullopt;
+    }
+    return Json(json_object_is_type(found, json_type_object) != 0 ? json_object_get(found) : nullptr);
+}
+
 void Json::set(const char* key, std::string_view value) {
     const int length = value.size() < INT_MAX ? static_cast<int>(value.size()) : INT_MAX;
     json_object_object_add(object_, key, json_object_new_string_len(value.data(), length));
@@ -73,8 +91,16 @@ void Json::set(const char* key, int32_t value) {
     json_object_object_add(object_, key, json_object_new_int(value));
 }
 
+void Json::set(const char* key, uint32_t value) {
+    json_object_object_add(object_, key, json_object_new_int64(value));
+}
+
 void Json::set(const char* key, bool value) {
     json_object_object_add(object_, key, json_object_new_boolean(value ? 1 : 0));
+}
+
+void Json::set(const char* key, const Json& value) {
+    json_object_object_add(object_, key, json_object_get(value.object_));
 }
 
 bool Json::copy(const char* key, const Json& from, const char* fromKey) {

@@ -31,18 +31,27 @@ class Json {
     std::string textOr(const char* key, std::string_view missing) const;
     int32_t integer(const char* key, int32_t missing = 0) const;
     bool flag(const char* key) const;
+    // json-c's number of whatever is there, 0 for what does not convert; nothing when the key is missing or null.
+    std::optional<int64_t> number(const char* key) const;
+    bool isText(const char* key) const;
+    // The value of a key; nothing when it is missing or null. A value that is no object gives a Json that is not valid
+    // and has no keys.
+    std::optional<Json> child(const char* key) const;
 
     // Gathering.
     void set(const char* key, std::string_view value);
     void set(const char* key, const char* value) { set(key, std::string_view(value)); }
     void set(const char* key, int32_t value);
+    void set(const char* key, uint32_t value);
     void set(const char* key, bool value);
+    void set(const char* key, const Json& value);
     // Copies a value of another object unchanged, whatever its type; false when it is missing or null.
     bool copy(const char* key, const Json& from, const char* fromKey);
     std::string toText() const;
 
   private:
     explicit Json(json_object* object) : object_(object) {}
+    json_object* value(const char* key) const;
     json_object* scalar(const char* key) const;
 
     json_object* object_;
