@@ -18,6 +18,7 @@
 #include "diag/server_selection_result.h"
 #include "diag/trace_route_result.h"
 #include "diag/transfer_result.h"
+#include "lan/wps.h"
 #include "link/internet_led.h"
 #include "link/optical.h"
 #include "link/wan_link_status.h"
@@ -93,6 +94,9 @@ void fakerootCommand(const Message& m) {
     if (runFakerootCommand(m.bytes)) {
         processFakeroot_Command_Reply(m.srcEid, m.requestId);
     }
+}
+void wps(const Message& m) {
+    wpsMsgStatusHandle(m.type, m.bytes);
 }
 
 const Announcement kDhcpcOption{Channel::SyslogInfo, "DHCPC Option ", true, "\n"};
@@ -189,9 +193,9 @@ const Row kRows[] = {
         [](const Message&) { wanInternetLEDUpdate(); }},
     {VCFG_MSG_WIFI_LED_ENABLE, "VCFG_MSG_WIFI_LED_ENABLE", infoLine("VCFG_MSG_WIFI_LED_ENABLE"), Payload::Optional,
         [](const Message&) { voEnableWifiLED(); }},
-    {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_WPS_STATUS, "VCFG_MSG_WPS_STATUS", kSilent, Payload::Optional, kLater},
-    {VCFG_MSG_WPS_STOP, "VCFG_MSG_WPS_STOP", kSilent, Payload::Optional, kLater},
+    {VCFG_MSG_WPS_POLL, "VCFG_MSG_WPS_POLL", kSilent, Payload::Optional, wps},
+    {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, wps},
+    {VCFG_MSG_WPS_STOP, "VCFG_MSG_WPS_STOP", kSilent, Payload::Optional, wps},
     {VCFG_MSG_SYSTEM_LOG_START, "VCFG_MSG_SYSTEM_LOG_START", kSilent, Payload::Optional,
         [](const Message&) { SystemLogThreadHandle(1); }},
     {VCFG_MSG_SYSTEM_LOG_STOP, "VCFG_MSG_SYSTEM_LOG_STOP", kSilent, Payload::Optional,

@@ -16,6 +16,7 @@
 #include "core/kernel_monitor.h"
 #include "core/kernel_socket.h"
 #include "core/log.h"
+#include "core/timer.h"
 #include "core/wan_state.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
@@ -159,6 +160,7 @@ int runDaemon(bool foreground) {
     if (!startBusThreads()) {
         return -1;
     }
+    enable_timer_thread();
     becomeRealTime();
     wan.WANPriority = kAutoDetect;
     wan.EthWANPriority = 0;

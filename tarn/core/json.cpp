@@ -132,6 +132,15 @@ std::optional<Json> Json::element(const char* key, size_t index) const {
     return part(index < length(key) ? json_object_array_get_idx(value(key), index) : nullptr);
 }
 
+std::optional<int64_t> Json::number(const char* key) const {
+    json_object* const found = value(key);
+    return found != nullptr ? std::optional(json_object_get_int64(found)) : std::nullopt;
+}
+
+bool Json::isText(const char* key) const {
+    return json_object_is_type(value(key), json_type_string) != 0;
+}
+
 void Json::set(const char* key, std::string_view value) {
     const int length = value.size() < INT_MAX ? static_cast<int>(value.size()) : INT_MAX;
     put(object_, key, made(json_object_new_string_len(value.data(), length), value.size() + 1));
@@ -147,6 +156,10 @@ void Json::set(const char* key, uint32_t value) {
 
 void Json::set(const char* key, bool value) {
     put(object_, key, made(json_object_new_boolean(value ? 1 : 0), sizeof value));
+}
+
+void Json::set(const char* key, const Json& value) {
+    put(object_, key, json_object_get(value.object_));
 }
 
 bool Json::copy(const char* key, const Json& from, const char* fromKey) {

@@ -37,6 +37,9 @@ class Json {
     // Unsigned numbers: missing and negative read as 0, what is too large as the greatest value.
     uint32_t unsigned32(const char* key) const;
     uint64_t unsigned64(const char* key) const;
+    // json-c's number of whatever is there, 0 for what does not convert; nothing when the key is missing or null.
+    std::optional<int64_t> number(const char* key) const;
+    bool isText(const char* key) const;
 
     // What lies below: the value of a key, or an element of the array that it holds; nothing when it is missing or
     // null. A value that is no object gives a Json that is not valid and has no keys. `length` is 0 for what is no
@@ -51,6 +54,7 @@ class Json {
     void set(const char* key, int32_t value);
     void set(const char* key, uint32_t value);
     void set(const char* key, bool value);
+    void set(const char* key, const Json& value);
     // Copies a value of another object unchanged, whatever its type; false when it is missing or null.
     bool copy(const char* key, const Json& from, const char* fromKey);
     void remove(const char* key);

@@ -8,11 +8,11 @@ namespace {
 
 constexpr uint32_t kPatienceMs = 3000;
 
-MessagePtr allocate(size_t payloadSize) {
+}  // namespace
+
+MessagePtr allocateMessage(size_t payloadSize) {
     return MessagePtr(static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + payloadSize)));
 }
-
-}  // namespace
 
 int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t dataLen, const objIndex* objIid,
                     const char* data, uint32_t statCode) {
@@ -20,7 +20,7 @@ int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t 
         VLOG(VLOG_ERROR, "a reply cannot carry %u bytes", dataLen);
         return VCFG_ERR_INVALID;
     }
-    MessagePtr reply = allocate(dataLen + 1);
+    MessagePtr reply = allocateMessage(dataLen + 1);
     if (reply == nullptr) {
         VLOG_OUT_OF_MEMORY(VCFG_MSG_HEADER_SIZE + dataLen + 1, "insufficient");
         return VCFG_ERR_FAIL;
@@ -41,7 +41,7 @@ int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t 
 }
 
 MessagePtr newRequest(uint32_t type, uint8_t dstEid, size_t spare) {
-    MessagePtr request = allocate(spare);
+    MessagePtr request = allocateMessage(spare);
     if (request == nullptr) {
         VLOG_OUT_OF_MEMORY(VCFG_MSG_HEADER_SIZE + spare, "insuffcient");
         return nullptr;

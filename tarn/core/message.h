@@ -12,6 +12,9 @@ struct FreeMessage {
 };
 using MessagePtr = std::unique_ptr<vcfg_msg_t, FreeMessage>;
 
+// A zeroed message with `payloadSize` bytes behind its envelope; empty when memory is short.
+MessagePtr allocateMessage(size_t payloadSize);
+
 // Sends the reply of `type` to the requester; `data` (may be null) is a text of `dataLen` characters, its terminator
 // goes along, so the reply's length is dataLen + 1. `objIid` may be null. Returns the bus send result, or -5.
 int tarnReqMsgReply(uint8_t dstEid, uint32_t requestId, uint32_t type, uint32_t dataLen, const objIndex* objIid,

@@ -1,4 +1,4 @@
-// Clock, commands and debug configuration of <vcfg/os.h>.
+// Clock, commands, debug configuration and local sockets of <vcfg/os.h>.
 #include <json-c/json.h>
 #include <sys/wait.h>
 #include <vcfg/os.h>
@@ -10,6 +10,7 @@
 #include "deadline.h"
 #include "fe_wire.h"
 #include "guarded.h"
+#include "local_socket.h"
 #include "log_level.h"
 
 namespace {
@@ -47,4 +48,12 @@ int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t* msg) {
         CLIENT_LOG(VLOG_ERROR, "a debug configuration is refused: it wants {\"level\": 3..7}");
     }
     return VCFG_OK;
+}
+
+int voUtilTcpSvrInit(const char* path) {
+    return vcfg::guarded([=] { return vcfg::listenAt(path); });
+}
+
+int voUtilTcpConnInit(const char* path) {
+    return vcfg::guarded([=] { return vcfg::connectTo(path); });
 }

@@ -27,7 +27,7 @@ typedef struct vcfg_msg {
     uint16_t length;      /* bytes of payload, 0..65535 */
     uint32_t requestId;   /* the sender's handle; a reply carries it back unchanged */
     uint32_t statCode;    /* in a reply: the result */
-    uint8_t reserved[28]; /* zero */
+    uint8_t reserved[28]; /* zero; a wireless request has its interface's name in the first VCFG_MSG_IFNAME_SIZE */
     objIndex objIid;      /* instance concerned */
     uint8_t spare;        /* zero */
 } vcfg_msg_t;
@@ -42,6 +42,7 @@ static inline const char* vcfg_msg_text(const vcfg_msg_t* msg) {
 
 #define VCFG_MSG_HEADER_SIZE 56u
 #define VCFG_MSG_PAYLOAD_MAX 65535u
+#define VCFG_MSG_IFNAME_SIZE 18u
 #define VCFG_MSG_NO_REPLY 0x80000000u
 
 enum vcfg_eid {

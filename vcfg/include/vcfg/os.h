@@ -23,6 +23,12 @@ int vos_system(int flag, const char* command);
 
 /* Takes a debug-configuration message: 0 when it was one and has been handled, non-zero for every other message. */
 int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t* msg);
+/* A local stream socket: a descriptor that listens at `path`, with mode 0600, and a connection to what listens there.
+   Both are the caller's, who closes them; a negative value is a failure. A socket that a dead process left at the path
+   is replaced; anything else there is left alone and is a failure. Connecting, and sending on the connection, wait up
+   to five seconds for a listener that is behind. */
+int voUtilTcpSvrInit(const char* path);
+int voUtilTcpConnInit(const char* path);
 /* Sends the mail that a JSON request describes; 0 when the server has accepted it. */
 int voUtilMailSend(const char* request);
 

@@ -1,0 +1,96 @@
+// The way of a request to the timer thread.
+#include <endian.h>
+#include <sys/socket.h>
+
+#include <cstring>
+
+#include "core/descriptor.h"
+#include "core/json.h"
+#include "core/log.h"
+#include "core/message.h"
+#include "core/timer.h"
+
+namespace {
+
+constexpr int32_t kHandedOver = 1;
+constexpr int32_t kFailed = -1;
+
+int32_t transmit(int connection, const vcfg_msg_t* request, size_t size) {
+    if (send(connection, request, size, MSG_NOSIGNAL) != static_cast<ssize_t>(size)) {
+        VLOG(VLOG_ERROR, "fail to send");
+        return kFailed;
+    }
+    VLOG(VLOG_DEBUG, "send msg to timer_thread");
+    return kHandedOver;
+}
+
+int32_t sendRequest(const Json& request) {
+    const std::string text = request.toText();
+    if (text.empty()) {
+        VLOG(VLOG_ERROR, "fail to json_object_to_json_string()");
+        return kFailed;
+    }
+    return sendMsgTarnTmTask(text.c_str());
+}
+
+Json newTask(const char* name, int32_t exprTime, int32_t msg_type, const char* msgParmData) {
+    Json task = Json::object();
+    task.set("Name", name);
+    task.set("exprTime", exprTime);
+    task.set("msg_type", msg_type);
+    if (msgParmData != nullptr) {
+        task.set("msgParmData", msgParmData);
+    }
+    return task;
+}
+
+}  // namespace
+
+int32_t sendMsgTarnTmTask(const char* text) {
+    const Descriptor connection(voUtilTcpConnInit(kTarnInternalIpc));
+    if (!connection) {
+        VLOG(VLOG_ERROR, "Init skCltLocalConn failed");
+        return kFailed;
+    }
+    const size_t length = strlen(text) + 1;
+    if (length > VCFG_MSG_PAYLOAD_MAX) {
+        VLOG(VLOG_ERROR, "a timer request cannot carry %zu bytes", length);
+        return kFailed;
+    }
+    const MessagePtr request = allocateMessage(length);
+    if (request == nullptr) {
+        VLOG_OUT_OF_MEMORY(VCFG_MSG_HEADER_SIZE + length, "insufficient");
+        return kFailed;
+    }
+    request->length = htole16(static_cast<uint16_t>(length));
+    memcpy(vcfg_msg_payload(request.get()), text, length);
+    return transmit(connection.get(), request.get(), VCFG_MSG_HEADER_SIZE + length);
+}
+
+int32_t tarnApplyAddObjectTmTask(const char* name, int32_t exprTime, int32_t msg_type, const char* msgParmData) {
+    if (name == nullptr || exprTime < 0 || msg_type == 0) {
+        return 0;
+    }
+    Json request = Json::object();
+    if (!request.valid()) {
+        VLOG(VLOG_ERROR, "fail to json_object_new_object()");
+        return kFailed;
+    }
+    request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData));
+    return sendRequest(request);
+}
+
+int32_t tarnApplyDeleteObjectTmTask(const char* name) {
+    if (name == nullptr) {
+        return 0;
+    }
+    Json request = Json::object();
+    if (!request.valid()) {
+        VLOG(VLOG_ERROR, "fail to json_object_new_object()");
+        return kFailed;
+    }
+    request.set("tmApplyObjDelete", name);
+    const int32_t result = sendRequest(request);
+    VLOG(VLOG_DEBUG, "tm obj delete applied");
+    return result;
+}
