@@ -78,9 +78,6 @@ Announcement infoLineWithPayload(const std::string& before) {
     return {Channel::SyslogInfo, before + "\"", true, "\"\n"};
 }
 
-// A type that is recognised and logged; its handler has not been built yet.
-constexpr void (*kLater)(const Message&) = nullptr;
-
 void dhcpc(const Message& m) {
     processDhcpcMsg(m.payload, m.type);
 }
@@ -238,7 +235,7 @@ void dispatch(const Message& message) {
     handleEvent(row->name, [&] {
         announce(row->announcement, message.payload);
         const bool missing = row->payload == Payload::Required && message.payload == nullptr;
-        if (row->handle != kLater && !missing) {
+        if (!missing) {
             row->handle(message);
         }
     });
