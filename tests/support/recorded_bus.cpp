@@ -130,20 +130,29 @@ int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t*) {
     return -1;
 }
 
-int voUtilTcpSvrInit(const char*) {
+namespace {
+
+std::string timerSocket() {
     const std::lock_guard lock(world().guard);
-    return vcfg::listenAt(world().timerSocket.c_str());
+    return world().timerSocket;
 }
 
+}  // namespace
+
+int voUtilTcpSvrInit(const char*) {
+    return vcfg::listenAt(timerSocket().c_str());
+}
+
+// Without the guard: the timer that it waits for may need it.
 int voUtilTcpConnInit(const char*) {
-    const std::lock_guard lock(world().guard);
-    if (!world().timerSocket.empty()) {
-        return vcfg::connectTo(world().timerSocket.c_str());
+    if (const std::string path = timerSocket(); !path.empty()) {
+        return vcfg::connectTo(path.c_str());
     }
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return VCFG_ERR_FAIL;
     }
+    const std::lock_guard lock(world().guard);
     world().timerClients.push_back(ends[1]);
     return ends[0];
 }
