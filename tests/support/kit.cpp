@@ -13,6 +13,7 @@
 #include "core/wan_state.h"
 #include "diag/server_selection_result.h"
 #include "dispatch.h"
+#include "lan/wps.h"
 #include "link/kernel_event.h"
 #include "link/wan_link_table.h"
 #include "mgmt/ntp.h"
@@ -44,6 +45,8 @@ auto copyOf(const Field& field) {
 void forgetRecords() {
     world().replies.clear();
     world().requests.clear();
+    kit::takeTimerRequests();
+    world().timerRequests.clear();
     world().sleeps.clear();
     world().pauses.clear();
     world().commands.clear();
@@ -83,9 +86,12 @@ Gateway::Gateway() {
     lanPhyResetDone = false;
     ntpSyncNoticeSent = false;
     firstUseDateDone = false;
+    forgetWpsSession();
     const std::lock_guard lock(world().guard);
     world().inbox.clear();
     world().answers.clear();
+    world().typedAnswers.clear();
+    world().timerSocket.clear();
     world().clockMs = 0;
     world().commandResults.clear();
     world().commandDurations.clear();
@@ -228,6 +234,16 @@ void Gateway::endpointAnswers(uint8_t eid, int code) {
     world().answers[eid] = code;
 }
 
+void Gateway::endpointAnswers(uint8_t eid, uint32_t type, const Answer& answer) {
+    const std::lock_guard lock(world().guard);
+    world().typedAnswers[{eid, type}] = answer;
+}
+
+void Gateway::timerSocket(const std::string& path) {
+    const std::lock_guard lock(world().guard);
+    world().timerSocket = path;
+}
+
 void Gateway::refuseThreads(bool refuse) {
     const std::lock_guard lock(world().guard);
     world().threadsRefused = refuse;
@@ -253,6 +269,12 @@ std::vector<SentMessage> Gateway::replies() const {
 
 std::vector<SentMessage> Gateway::requests() const {
     return copyOf(world().requests);
+}
+
+std::vector<std::string> Gateway::timerRequests() const {
+    const std::lock_guard lock(world().guard);
+    kit::takeTimerRequests();
+    return world().timerRequests;
 }
 
 std::vector<std::string> Gateway::commands() const {

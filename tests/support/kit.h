@@ -27,6 +27,19 @@ struct SentMessage {
     objIndex objIid;
     std::string payload;      // all bytes
     uint32_t patienceMs = 0;  // of a request; 0 without limit
+    uint8_t srcEid = 0;
+    std::string ifName = {};  // of a wireless request
+    bool awaited = false;     // whether the daemon waited for the answer
+    std::string bytes = {};   // the envelope
+};
+
+// What an endpoint answers a request with, or does not.
+struct Answer {
+    int code = VCFG_OK;  // what the sender gets; the answer comes with 0 only
+    uint32_t statCode = 0;
+    std::optional<std::string> text = {};  // the payload, with its terminator; or none
+    bool comes = true;                     // false: 0, and yet no answer
+    vcfg_msg_t header = {};                // the rest of its envelope
 };
 
 struct LogLine {
@@ -80,6 +93,9 @@ class Gateway {
     void commandTakes(const std::string& command, uint32_t milliseconds);  // of the test's clock
     void commandOutput(const std::string& command, const std::string& firstLine);
     void endpointAnswers(uint8_t eid, int code);  // what a request to it returns; 1 (delivered) is the default
+    void endpointAnswers(uint8_t eid, uint32_t type, const Answer& answer);  // a request of that type, from now on
+    // Where timer requests go: to a socket at `path`, real; without one they are recorded.
+    void timerSocket(const std::string& path);
     void refuseThreads(bool refuse = true);
     void process(pid_t pid, bool alive = true);  // alive processes take signals
     void refuseWrite(inproc::Operation operation, const std::string& pattern, int times = 1) {
@@ -87,9 +103,10 @@ class Gateway {
     }
 
     // --- what the daemon did ---
-    std::vector<SentMessage> replies() const;   // through tarnReqMsgReply
-    std::vector<SentMessage> requests() const;  // through vcfg_msg_sendAndGetReply
-    std::vector<std::string> commands() const;  // shell commands, in order
+    std::vector<SentMessage> replies() const;        // through tarnReqMsgReply
+    std::vector<SentMessage> requests() const;       // through vcfg_msg_sendAndGetReply
+    std::vector<std::string> timerRequests() const;  // their JSON texts
+    std::vector<std::string> commands() const;       // shell commands, in order
     std::vector<std::pair<pid_t, int>> signals() const;
     std::vector<uint32_t> sleeps() const;    // pauses asked for, milliseconds
     std::vector<int64_t> pauses() const;     // of threads that can be stopped, milliseconds

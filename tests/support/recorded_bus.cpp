@@ -1,16 +1,21 @@
 // The bus, log and helper functions of the framework API for tests: recorded, or played by the test.
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 
+#include "client/local_socket.h"
 #include "world.h"
 
 using kit::world;
 
 namespace {
 
-SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0) {
+SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0, bool awaited = false) {
+    const auto* ifName = reinterpret_cast<const char*>(message.reserved);
     return {message.type,
             message.dstEid,
             message.requestId,
@@ -18,7 +23,22 @@ SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0) {
             message.length,
             message.objIid,
             std::string(vcfg_msg_text(&message), message.length),
-            patienceMs};
+            patienceMs,
+            message.srcEid,
+            std::string(ifName, strnlen(ifName, VCFG_MSG_IFNAME_SIZE)),
+            awaited,
+            std::string(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE)};
+}
+
+vcfg_msg_t* newAnswer(const Answer& answer) {
+    const size_t length = answer.text ? answer.text->size() + 1 : 0;
+    auto* message = static_cast<vcfg_msg_t*>(malloc(VCFG_MSG_HEADER_SIZE + length + 1));
+    *message = answer.header;
+    message->statCode = answer.statCode;
+    message->length = static_cast<uint16_t>(length);
+    memcpy(vcfg_msg_payload(message), answer.text.value_or("").c_str(), answer.text.value_or("").size() + 1);
+    vcfg_msg_payload(message)[length] = '\0';
+    return message;
 }
 
 }  // namespace
@@ -52,7 +72,14 @@ int vcfg_msg_serverSend(vcfg_msg_t* msg) {
 
 int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t timeoutMs) {
     const std::lock_guard lock(world().guard);
-    world().requests.push_back(describe(*msg, timeoutMs));
+    world().requests.push_back(describe(*msg, timeoutMs, reply != nullptr));
+    const auto typed = world().typedAnswers.find({msg->dstEid, msg->type});
+    if (typed != world().typedAnswers.end() && reply != nullptr) {
+        free(msg);
+        const Answer& prepared = typed->second;
+        *reply = prepared.code == VCFG_OK && prepared.comes ? newAnswer(prepared) : nullptr;
+        return prepared.code;
+    }
     const auto answer = world().answers.find(msg->dstEid);
     const int code = answer != world().answers.end() ? answer->second : int{VCFG_DELIVERED};
     free(msg);
@@ -101,6 +128,45 @@ int vos_system(int, const char* command) {
 
 int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t*) {
     return -1;
+}
+
+namespace {
+
+std::string timerSocket() {
+    const std::lock_guard lock(world().guard);
+    return world().timerSocket;
+}
+
+}  // namespace
+
+int voUtilTcpSvrInit(const char*) {
+    return vcfg::listenAt(timerSocket().c_str());
+}
+
+// Without the guard: the timer that it waits for may need it.
+int voUtilTcpConnInit(const char*) {
+    if (const std::string path = timerSocket(); !path.empty()) {
+        return vcfg::connectTo(path.c_str());
+    }
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        return VCFG_ERR_FAIL;
+    }
+    const std::lock_guard lock(world().guard);
+    world().timerClients.push_back(ends[1]);
+    return ends[0];
+}
+
+void kit::takeTimerRequests() {
+    for (const int client : world().timerClients) {
+        std::string bytes(VCFG_MSG_HEADER_SIZE + VCFG_MSG_PAYLOAD_MAX, '\0');
+        const ssize_t got = recv(client, bytes.data(), bytes.size(), MSG_DONTWAIT);
+        if (got > static_cast<ssize_t>(VCFG_MSG_HEADER_SIZE)) {
+            world().timerRequests.emplace_back(bytes.c_str() + VCFG_MSG_HEADER_SIZE);
+        }
+        close(client);
+    }
+    world().timerClients.clear();
 }
 
 int voUtilMailSend(const char* request) {

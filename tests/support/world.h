@@ -26,6 +26,10 @@ struct World {
     std::vector<SentMessage> replies;
     std::vector<SentMessage> requests;
     std::map<uint8_t, int> answers;
+    std::map<std::pair<uint8_t, uint32_t>, Answer> typedAnswers;  // by endpoint and type
+    std::string timerSocket;
+    std::vector<int> timerClients;  // far ends of recorded connections to the timer
+    std::vector<std::string> timerRequests;
 
     uint32_t clockMs = 0;
     std::vector<uint32_t> sleeps;
@@ -54,5 +58,8 @@ struct World {
 };
 
 World& world();
+
+// Reads what the daemon has sent on recorded connections to the timer; the caller holds the guard.
+void takeTimerRequests();
 
 }  // namespace kit
