@@ -94,7 +94,7 @@ Thread startThread() {
     if (owned == nullptr) {
         return nullptr;
     }
-    const Thread thread = std::make_shared<os::Stoppable>();
+    Thread thread = std::make_shared<os::Stoppable>();
     *owned = thread;
     if (os::startThread(runThread, owned.get()) != VCFG_OK) {
         return nullptr;
