@@ -135,7 +135,7 @@ void timer_thread(void*) {
 }
 
 void enable_timer_thread() {
-    if (!os::startThread(timer_thread, nullptr)) {
+    if (os::startThread(timer_thread, nullptr) != VCFG_OK) {
         VLOG(VLOG_ERROR, "fail to create TARN timer thread");
     }
 }
