@@ -17,6 +17,7 @@
 #include "core/kernel_socket.h"
 #include "core/log.h"
 #include "core/timer.h"
+#include "core/os.h"
 #include "core/wan_state.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
@@ -149,6 +150,7 @@ int runDaemon(bool foreground) {
         exit(0);
     }
     fclose(stdin);
+    os::shareAllocations();
     ignoreInterrupts();
     signal(SIGSEGV, faultHandler);
     VLOG(VLOG_INFO, "TARN Start");

@@ -1,6 +1,7 @@
 #include "core/os.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -130,6 +131,12 @@ int64_t now() {
 std::string kernelRelease() {
     utsname names{};
     return uname(&names) == 0 ? names.release : "";
+}
+
+void shareAllocations() {
+#ifdef M_ARENA_MAX
+    mallopt(M_ARENA_MAX, 1);
+#endif
 }
 
 int startThread(void (*body)(void*), void* argument, size_t stackBytes) {

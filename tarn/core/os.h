@@ -45,6 +45,10 @@ int64_t now();
 // Kernel release, as uname says.
 std::string kernelRelease();
 
+// Lets all threads allocate from one place: each with a place of its own would take a part of a small address space.
+// Before the first thread starts.
+void shareAllocations();
+
 // Runs `body(argument)` on a detached thread of its own; `stackBytes` 0 is the system's default. 0, or -5 when memory
 // is short or the system starts no more threads.
 int startThread(void (*body)(void*), void* argument, size_t stackBytes = 0);

@@ -2,7 +2,7 @@
 add_executable(tarn_with_faults ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp)
 target_compile_definitions(tarn_with_faults PRIVATE TARN_VERSION="${PROJECT_VERSION}")
 target_link_libraries(tarn_with_faults PRIVATE house tarn_dispatch tarn_os vcfg)
-foreach(call socket bind system popen pclose syslog sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)
+foreach(call socket bind system popen pclose sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)
   target_link_options(tarn_with_faults PRIVATE -Wl,--wrap=${call})
 endforeach()
 

@@ -84,14 +84,6 @@ int __wrap_pclose(FILE* pipe) {
     return fclose(pipe);
 }
 
-void __wrap_syslog(int priority, const char* format, ...);
-void __wrap_syslog(int, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    vfprintf(stderr, format, arguments);
-    va_end(arguments);
-}
-
 int __wrap_sched_setscheduler(pid_t process, int policy, const sched_param* parameters);
 int __wrap_sched_setscheduler(pid_t process, int policy, const sched_param* parameters) {
     note("scheduler of %d: %s %d", process, policy == SCHED_RR ? "SCHED_RR" : "other", parameters->sched_priority);
@@ -103,7 +95,8 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
     static std::atomic<int> threads{0};
     const int number = ++threads;
-    if ((number == 1 && fails("first thread")) || (number == 2 && fails("second thread"))) {
+    if ((number == 1 && fails("first thread")) || (number == 2 && fails("second thread")) ||
+        (number == 3 && fails("third thread"))) {
         return EAGAIN;
     }
     return __real_pthread_create(thread, attributes, body, argument);

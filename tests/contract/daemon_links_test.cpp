@@ -16,10 +16,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kStorm = 1000;
+constexpr int kStorm = 300;
 constexpr bool kMemoryCounts = false;  // a sanitizer's shadow fills the address space
 #else
-constexpr int kStorm = 10'000;
+constexpr int kStorm = 1000;
 constexpr bool kMemoryCounts = true;
 #endif
 
@@ -27,7 +27,8 @@ constexpr const char* kModel = R"({
   "version": 1,
   "objects": {
     "Ethernet.Interface.5": {"Enable": true, "Status": "Down", "Name": "eth0.5", "Upstream": true},
-    "Ethernet.Link.1": {"Enable": true, "Status": "Down", "Name": "eth0.5", "LowerLayers": "Ethernet.Interface.5"}
+    "Ethernet.Link.1": {"Enable": true, "Status": "Down", "Name": "eth0.5", "LowerLayers": "Ethernet.Interface.5"},
+    "InterfaceStack.1": {"HigherLayer": "Ethernet.Link.1", "LowerLayer": "Ethernet.Interface.5"}
   }
 })";
 
@@ -77,6 +78,7 @@ TEST_F(DaemonLinks, StormOfKernelEventsTakesFewThreadsAndLeavesTheBusServed) {
         if (n % 100 == 99) {
             threads = std::max(threads, daemon.statusValue("Threads"));
             const auto start = Clock::now();
+            tellDaemon(VCFG_EID_TARN, VCFG_MSG_WAN_LINK);  // a link event, too: it waits for its turn, but not for long
             EXPECT_EQ(askDaemon(VCFG_EID_TARN), VCFG_OK);
             slowest = std::max(slowest, Clock::now() - start);
         }
@@ -84,7 +86,7 @@ TEST_F(DaemonLinks, StormOfKernelEventsTakesFewThreadsAndLeavesTheBusServed) {
     EXPECT_LT(slowest, std::chrono::seconds(1));
     EXPECT_LE(threads, kWalksOfALink + 8u);
     if (kMemoryCounts) {
-        EXPECT_LT(daemon.statusValue("VmPeak"), 300u << 10);  // KiB
+        EXPECT_LT(daemon.statusValue("VmPeak"), 64u << 10);  // KiB
     }
     daemon.kernelSays("eth0.5:up:1000:F");
     EXPECT_TRUE(eventually(

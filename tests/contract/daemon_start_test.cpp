@@ -31,6 +31,7 @@ TEST_F(DaemonStart, GoesInItsOrder) {
     EXPECT_TRUE(daemon.says("TARN usr config thread starts"));
     EXPECT_TRUE(daemon.says("TARN ground thread starts"));
     EXPECT_TRUE(daemon.asksFor("scheduler of 0: SCHED_RR 5"));
+    EXPECT_EQ(daemon.logged("fail to"), 0u);
     EXPECT_EQ(daemon.asked().at(0), "echo " + std::to_string(daemon.pid()) + " > /proc/kmonitor/user_pid");
 }
 
@@ -53,6 +54,13 @@ TEST_F(DaemonStart, WithoutGroundThreadFails) {
     EXPECT_EQ(daemon.awaitEnd(), kFailed);
     EXPECT_EQ(daemon.logged("fail to create ground thread"), 1u);
     EXPECT_EQ(daemon.logged("fail to initialize TARN, exit TARN process"), 1u);
+}
+
+TEST_F(DaemonStart, WithoutTimerThreadGoesOn) {
+    const Daemon daemon(bus, "third thread");
+    EXPECT_TRUE(daemon.says("fail to create TARN timer thread"));
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
 }
 
 TEST_F(DaemonStart, GroundEndpointThatFailsEndsItsThreadOnly) {
