@@ -86,6 +86,7 @@ Gateway::Gateway() {
     const std::lock_guard lock(world().guard);
     world().inbox.clear();
     world().answers.clear();
+    world().debugTypes.clear();
     world().clockMs = 0;
     world().commandResults.clear();
     world().commandDurations.clear();
@@ -226,6 +227,11 @@ void Gateway::commandOutput(const std::string& command, const std::string& first
 void Gateway::endpointAnswers(uint8_t eid, int code) {
     const std::lock_guard lock(world().guard);
     world().answers[eid] = code;
+}
+
+void Gateway::debugConfiguration(uint32_t type) {
+    const std::lock_guard lock(world().guard);
+    world().debugTypes.insert(type);
 }
 
 void Gateway::refuseThreads(bool refuse) {

@@ -27,6 +27,7 @@ struct SentMessage {
     objIndex objIid;
     std::string payload;      // all bytes
     uint32_t patienceMs = 0;  // of a request; 0 without limit
+    std::string bytes = {};   // the whole message, envelope and payload, as it goes out
 };
 
 struct LogLine {
@@ -80,6 +81,7 @@ class Gateway {
     void commandTakes(const std::string& command, uint32_t milliseconds);  // of the test's clock
     void commandOutput(const std::string& command, const std::string& firstLine);
     void endpointAnswers(uint8_t eid, int code);  // what a request to it returns; 1 (delivered) is the default
+    void debugConfiguration(uint32_t type);       // messages of that type are the framework's own
     void refuseThreads(bool refuse = true);
     void process(pid_t pid, bool alive = true);  // alive processes take signals
     void refuseWrite(inproc::Operation operation, const std::string& pattern, int times = 1) {

@@ -18,7 +18,8 @@ SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0) {
             message.length,
             message.objIid,
             std::string(vcfg_msg_text(&message), message.length),
-            patienceMs};
+            patienceMs,
+            std::string(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE + message.length)};
 }
 
 }  // namespace
@@ -99,8 +100,9 @@ int vos_system(int, const char* command) {
     return result == world().commandResults.end() || result->second == 0 ? 1 : 0;
 }
 
-int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t*) {
-    return -1;
+int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t* msg) {
+    const std::lock_guard lock(world().guard);
+    return world().debugTypes.count(msg->type) != 0 ? VCFG_OK : VCFG_ERR_INVALID;
 }
 
 int voUtilMailSend(const char* request) {

@@ -26,6 +26,7 @@ struct World {
     std::vector<SentMessage> replies;
     std::vector<SentMessage> requests;
     std::map<uint8_t, int> answers;
+    std::set<uint32_t> debugTypes;
 
     uint32_t clockMs = 0;
     std::vector<uint32_t> sleeps;
