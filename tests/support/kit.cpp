@@ -92,6 +92,7 @@ Gateway::Gateway() {
     world().answers.clear();
     world().typedAnswers.clear();
     world().timerSocket.clear();
+    world().debugTypes.clear();
     world().clockMs = 0;
     world().commandResults.clear();
     world().commandDurations.clear();
@@ -242,6 +243,11 @@ void Gateway::endpointAnswers(uint8_t eid, uint32_t type, const Answer& answer) 
 void Gateway::timerSocket(const std::string& path) {
     const std::lock_guard lock(world().guard);
     world().timerSocket = path;
+}
+
+void Gateway::debugConfiguration(uint32_t type) {
+    const std::lock_guard lock(world().guard);
+    world().debugTypes.insert(type);
 }
 
 void Gateway::refuseThreads(bool refuse) {

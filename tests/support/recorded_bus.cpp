@@ -27,7 +27,7 @@ SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0, bool aw
             message.srcEid,
             std::string(ifName, strnlen(ifName, VCFG_MSG_IFNAME_SIZE)),
             awaited,
-            std::string(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE)};
+            std::string(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE + message.length)};
 }
 
 vcfg_msg_t* newAnswer(const Answer& answer) {
@@ -126,8 +126,9 @@ int vos_system(int, const char* command) {
     return result == world().commandResults.end() || result->second == 0 ? 1 : 0;
 }
 
-int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t*) {
-    return -1;
+int voUtilHandleRecvdMsgDebugCfg(const vcfg_msg_t* msg) {
+    const std::lock_guard lock(world().guard);
+    return world().debugTypes.count(msg->type) != 0 ? VCFG_OK : VCFG_ERR_INVALID;
 }
 
 namespace {

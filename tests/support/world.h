@@ -30,6 +30,7 @@ struct World {
     std::string timerSocket;
     std::vector<int> timerClients;  // far ends of recorded connections to the timer
     std::vector<std::string> timerRequests;
+    std::set<uint32_t> debugTypes;
 
     uint32_t clockMs = 0;
     std::vector<uint32_t> sleeps;

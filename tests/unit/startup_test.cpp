@@ -1,8 +1,12 @@
 #include <algorithm>
+#include <new>
 #include <string>
 
 #include "core/wan_state.h"
+#include "link/wan_link_table.h"
+#include "startup.h"
 #include "support/kit.h"
+#include "support/short_memory.h"
 
 namespace {
 
@@ -111,6 +115,36 @@ TEST(StartupCompletion, BuildsTheLinkTableOnceAndUpdatesTheLinks) {
     gw.forget();
     gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
     EXPECT_FALSE(gw.loggedContaining("Run updateWanLinkStatus(NULL, true)"));
+}
+
+// The table's entries are made with new, one by one; the first that fails is the one after so many.
+bool completesWithoutATable(Gateway& gw) {
+    for (int after = 0; after < 500; ++after) {
+        forgetWanLinks();
+        wan.wanLinkInfoInit = 0;
+        gw.forget();
+        short_memory::failOneNew(after);
+        try {
+            initialiseLinks(false);
+        } catch (const std::bad_alloc&) {
+        }
+        short_memory::allNewsSucceed();
+        if (gw.logged("syslog", 3, "Init WAN Link Information Fail")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(StartupCompletion, TableThatCannotBeBuiltLeavesTheLinksAlone) {
+    Gateway gw;
+    gw.set("DSL.Line.1.LinkStatus", "Up");
+    ASSERT_TRUE(completesWithoutATable(gw));
+    EXPECT_FALSE(gw.loggedContaining("Run updateWanLinkStatus(NULL, true)"));
+    EXPECT_EQ(wan.wanLinkInfoInit, 0);
+    EXPECT_EQ(gw.requests().back().type, 0x800000EBu);
+    gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
+    EXPECT_EQ(wan.wanLinkInfoInit, 1);
 }
 
 TEST(StartupCompletion, ForgetsRunningHunts) {
