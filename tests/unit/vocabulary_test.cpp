@@ -128,4 +128,15 @@ TEST(RecordText, TooLongIsCutAndTerminated) {
     EXPECT_EQ(text.view(), "x");
 }
 
+TEST(RecordText, IsCutBehindAWholeCharacter) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"ab\xc3\xa4", "ab"},   {"a\xc3\xa4z", "a\xc3\xa4"}, {"\xe2\x82\xac!", "\xe2\x82\xac"},
+        {"a\xe2\x82\xac", "a"}, {"\xf0\x9f\x98\x80", ""},    {"\x80\x80\x80\x80", "\x80\x80\x80"}};
+    for (const auto& [given, kept] : cases) {
+        vcfg::Text<3> text{};
+        text = given;
+        EXPECT_EQ(text, kept) << given;
+    }
+}
+
 }  // namespace

@@ -15,9 +15,10 @@ struct Text {
 
     static constexpr size_t capacity = N;
 
-    /* Cuts what is too long; the rest of the field is cleared, so that equal texts are equal bytes. */
+    /* Cuts what is too long, behind the last whole UTF-8 character: the model takes no part of one. The rest of the
+       field is cleared, so that equal texts are equal bytes. */
     Text& operator=(std::string_view text) {
-        const size_t length = text.size() < N ? text.size() : N;
+        const size_t length = text.size() <= N ? text.size() : wholeCharacters(text);
         std::memmove(bytes, text.data(), length);
         std::memset(bytes + length, 0, N + 1 - length);
         return *this;
@@ -34,6 +35,16 @@ struct Text {
     bool contains(std::string_view text) const { return view().find(text) != std::string_view::npos; }
 
     friend bool operator==(const Text& left, std::string_view right) { return left.view() == right; }
+
+  private:
+    /* At most N bytes of a text that is longer. A character has at most three bytes behind its first. */
+    static size_t wholeCharacters(std::string_view text) {
+        size_t length = N;
+        while (length > 0 && N - length < 3 && (text[length] & 0xC0) == 0x80) {
+            --length;
+        }
+        return (text[length] & 0xC0) == 0x80 ? N : length;
+    }
 };
 
 }  // namespace vcfg
