@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "bus_world.h"
+#include "client/bus_server.h"
 
 namespace {
 
@@ -220,6 +221,115 @@ TEST_F(BusCalls, RepliesGoToTheirRequesterAlsoWhenRequestIdsAreEqual) {
     EXPECT_EQ(VCFG_OK, answer(request, payloadOf(request)));
     EXPECT_EQ("first", first.receive().substr(VCFG_MSG_HEADER_SIZE));
     EXPECT_EQ("second", second.receive().substr(VCFG_MSG_HEADER_SIZE));
+}
+
+TEST_F(BusCalls, LaterAnswerGoesToTheConnectionItsRequestCameBy) {
+    serve(kServer);
+    BareSocket first;
+    BareSocket claimant;
+    ASSERT_TRUE(first.send(wireMessage(kAsk, 5, 5, "first")));
+    const Message request = receive();
+    ASSERT_NE(nullptr, request);
+    ASSERT_TRUE(claimant.send(wireMessage(kAsk, 5, 5, "claim")));
+    EXPECT_EQ(nullptr, receive(50));
+    EXPECT_EQ(VCFG_OK, answer(request, "for the first"));
+    EXPECT_EQ("for the first", first.receive().substr(VCFG_MSG_HEADER_SIZE));
+    EXPECT_EQ("", claimant.receive());
+    EXPECT_NE(std::string::npos, logged().find("repeats the id of a request that somebody else waits on"));
+}
+
+TEST_F(BusCalls, EventThatRepeatsARequestsIdIsRefusedToo) {
+    serve(kServer);
+    BareSocket first;
+    BareSocket claimant;
+    ASSERT_TRUE(first.send(wireMessage(kAsk, 5, 5, "first")));
+    const Message request = receive();
+    ASSERT_NE(nullptr, request);
+    ASSERT_TRUE(claimant.send(wireMessage(kTell, 5, 5, "event")));
+    EXPECT_TRUE(claimant.closedByPeer(50) || receive(50) == nullptr);
+    EXPECT_EQ(VCFG_OK, answer(request, "for the first"));
+    EXPECT_EQ("for the first", first.receive().substr(VCFG_MSG_HEADER_SIZE));
+    EXPECT_EQ("", claimant.receive());
+}
+
+TEST_F(BusCalls, RequestIdIsFreeAgainWhenItsRequesterIsGone) {
+    serve(kServer);
+    auto first = std::make_unique<BareSocket>();
+    ASSERT_TRUE(first->send(wireMessage(kAsk, 5, 5, "first")));
+    ASSERT_NE(nullptr, receive());
+    first.reset();
+    BareSocket second;
+    ASSERT_TRUE(second.send(wireMessage(kAsk, 5, 6, "second")));
+    const Message request = receive();
+    ASSERT_EQ("second", payloadOf(request));
+    EXPECT_EQ(VCFG_OK, answer(request, "for the second"));
+    EXPECT_EQ("for the second", second.receive().substr(VCFG_MSG_HEADER_SIZE));
+}
+
+TEST_F(BusCalls, EventThatNobodyAnswersDoesNotKeepItsId) {
+    serve(kServer);
+    BareSocket events;
+    BareSocket requests;
+    ASSERT_TRUE(events.send(wireMessage(kTell, 5, 5, "event")));
+    EXPECT_EQ("event", payloadOf(receive()));
+    ASSERT_TRUE(requests.send(wireMessage(kAsk, 5, 7, "request")));
+    const Message request = receive();
+    ASSERT_EQ("request", payloadOf(request));
+    EXPECT_EQ(VCFG_OK, answer(request, "reply"));
+    EXPECT_EQ("reply", requests.receive().substr(VCFG_MSG_HEADER_SIZE));
+}
+
+TEST_F(BusCalls, ForkedChildMakesRequestIdsOfItsOwn) {
+    const Process server(echoServer(kServer, ""));
+    const uint32_t before = ask("")->requestId;
+    Process child([before](const Process::Ready&) { _exit(ask("")->requestId == before + 1 ? 1 : 0); });
+    EXPECT_EQ(0, child.exitStatus());
+}
+
+// All 129 connections that an endpoint lets wait are taken, and nobody accepts them.
+TEST_F(BusCalls, CallToAnEndpointWithAFullBacklogEndsAtItsTimeout) {
+    serve(kServer);
+    std::vector<std::unique_ptr<BareSocket>> waiting;
+    for (int each = 0; each < 129; ++each) {
+        waiting.push_back(std::make_unique<BareSocket>());
+        ASSERT_TRUE(waiting.back()->isConnected()) << each;
+    }
+    int code = 0;
+    const int64_t start = nowMs();
+    EXPECT_EQ(nullptr, ask("hello", &code, kServer, 100));
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, tell("hello", kServer, 100));
+    EXPECT_GE(nowMs() - start, 200);
+    EXPECT_LT(nowMs() - start, kSoon);
+}
+
+TEST_F(BusCalls, CallToAnEndpointWithAFullQueueEndsAtItsTimeout) {
+    serve(kServer);
+    int code = VCFG_DELIVERED;
+    const int64_t start = nowMs();
+    for (int each = 0; each < 1000 && code == VCFG_DELIVERED; ++each) {
+        code = tell(std::string(60000, 'x'), kServer, 100);
+    }
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
+    EXPECT_EQ(nullptr, ask("hello", &code, kServer, 100));
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
+    EXPECT_LT(nowMs() - start, kSoon);
+}
+
+TEST_F(BusCalls, OtherPacketsThatKeepComingDoNotProlongACall) {
+    const Process server([](const Process::Ready& ready) {
+        int code = VCFG_OK;
+        const auto own = vcfg::bus::Server::open(kServer, &code);
+        ready();
+        vcfg::bus::ConnectionId from = 0;
+        const auto request = own->wait(-1, &from, &code);
+        for (Message other = newMessage(kTell, "", kClient, request->requestId + 1);; usleep(100)) {
+            own->answer(from, *other);
+        }
+    });
+    int code = 0;
+    EXPECT_EQ(nullptr, ask("hello", &code, kServer, 100));
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
 }
 
 TEST_F(BusCalls, ManyThreadsCallAtOnce) {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <thread>
 
 #include "bus_world.h"
@@ -144,6 +145,57 @@ TEST_F(BusEndpoints, RunDirectoryWithTooLongANameIsRefused) {
     setenv("VCFG_RUN_DIR", (directory + "/" + std::string(120, 'x')).c_str(), 1);
     ASSERT_EQ(VCFG_OK, vcfg_msg_eidInit(kServer, nullptr));
     EXPECT_EQ(VCFG_ERR_INVALID, vcfg_msg_serverInit());
+}
+
+TEST_F(BusEndpoints, RemovedSocketIsMadeAnew) {
+    const Process server(echoServer(kServer, "A:"));
+    for (int times = 0; times < 3; ++times) {
+        ASSERT_EQ(0, unlink((directory + "/eid-100").c_str()));
+        EXPECT_TRUE(within(kSoon, [] { return payloadOf(ask("hello")) == "A:hello"; })) << times;
+    }
+    EXPECT_NE(std::string::npos, logged().find("the socket of endpoint 100 has been removed; it is made anew"));
+}
+
+TEST_F(BusEndpoints, SocketThatWasMovedAwayIsMadeAnew) {
+    const Process server(echoServer(kServer, "A:"));
+    ASSERT_EQ(0, rename((directory + "/eid-100").c_str(), (directory + "/elsewhere").c_str()));
+    EXPECT_TRUE(within(kSoon, [] { return payloadOf(ask("hello")) == "A:hello"; }));
+}
+
+TEST_F(BusEndpoints, PlainFileInTheSocketsPlaceGivesWay) {
+    const Process server(echoServer(kServer, "A:"));
+    const std::string other = directory + "/other";
+    std::ofstream(other) << "no socket";
+    ASSERT_EQ(0, rename(other.c_str(), (directory + "/eid-100").c_str()));
+    EXPECT_TRUE(within(kSoon, [] { return payloadOf(ask("hello")) == "A:hello"; }));
+}
+
+TEST_F(BusEndpoints, RemovedRunDirectoryIsMadeAnewWithItsSocket) {
+    const Process server(echoServer(kServer, "A:"));
+    for (const char* name : {"/eid-100", "/vlog", ""}) {
+        static_cast<void>(remove((directory + name).c_str()));
+    }
+    EXPECT_TRUE(within(kSoon, [] { return payloadOf(ask("hello")) == "A:hello"; }));
+}
+
+TEST_F(BusEndpoints, WhatWasSentToARemovedSocketIsReceived) {
+    serve(kServer);
+    BareSocket sender;
+    ASSERT_TRUE(sender.send(wireMessage(kTell, 1, 5, "early")));
+    ASSERT_EQ(0, unlink((directory + "/eid-100").c_str()));
+    EXPECT_EQ("early", payloadOf(receive()));
+    EXPECT_EQ(nullptr, receive(20));
+    EXPECT_EQ(VCFG_DELIVERED, tell("later"));
+    EXPECT_EQ("later", payloadOf(receive()));
+}
+
+TEST_F(BusEndpoints, SupersededServerLeavesTheSocketToItsSuccessor) {
+    const Process older(echoServer(kServer, "old:"));
+    const Process newer(echoServer(kServer, "new:"));
+    for (int each = 0; each < 50; ++each) {
+        ASSERT_EQ("new:1", payloadOf(ask("1")));
+    }
+    EXPECT_EQ(std::string::npos, logged().find("made anew"));
 }
 
 TEST_F(BusRights, RunDirectoryOfSomebodyElseIsRefused) {

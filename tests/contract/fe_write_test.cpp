@@ -86,6 +86,15 @@ TEST_F(FeWrite, ATextWithoutEndIsRefused) {
     EXPECT_EQ(stored()->Alias, "");
 }
 
+TEST_F(FeWrite, ATextThatIsNoUtf8IsRefused) {
+    const auto record = stored();
+    record->Alias = "gr\xfc\xdf";
+    expectRefused(at(1), *record);
+    EXPECT_EQ(stored()->Alias, "");
+    record->Alias = "gr\xc3\xbc\xc3\x9f";
+    EXPECT_EQ(set(at(1), *record), 0);
+}
+
 TEST_F(FeWrite, AnAddressThatIsNoneIsRefused) {
     add<IpInterfaceIpv4Address>(at(1));
     const auto record = read<IpInterfaceIpv4Address>(at(1, 1));
@@ -223,10 +232,11 @@ TEST_F(FeJson, NumbersAndBooleansMayBeTexts) {
 
 TEST_F(FeJson, OneBadParameterRefusesAll) {
     const std::string longAlias = "{\"Enable\":true,\"Alias\":\"" + std::string(65, 'a') + "\"}";
-    for (const char* bad : {R"({"Enable":true,"Bogus":1})", R"({"Enable":true,"Status":"Sideways"})",
-                            R"({"Enable":true,"LastChange":-1})", R"({"Enable":true,"LastChange":"soon"})",
-                            R"({"Enable":true,"Alias":5})", R"({"Enable":true,"Alias":null})",
-                            R"({"Enable":true,"Alias":{}})", longAlias.c_str()}) {
+    for (const char* bad :
+         {R"({"Enable":true,"Bogus":1})", R"({"Enable":true,"Status":"Sideways"})",
+          R"({"Enable":true,"LastChange":-1})", R"({"Enable":true,"LastChange":"soon"})",
+          R"({"Enable":true,"Alias":5})", R"({"Enable":true,"Alias":null})", R"({"Enable":true,"Alias":{}})",
+          "{\"Enable\":true,\"Alias\":\"gr\xfc\xdf\"}", longAlias.c_str()}) {
         EXPECT_NE(write<IpInterface>(at(1), bad), 0) << bad;
         EXPECT_EQ(stored()->Enable, 0) << bad;
     }

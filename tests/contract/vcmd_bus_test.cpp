@@ -1,8 +1,10 @@
 // What vcmd does on the bus besides serving the front end: announcements, notices, watchers, bad requests.
 #include <json-c/json.h>
+#include <signal.h>
 #include <vcfg/msg_types.h>
 
 #include <cstring>
+#include <fstream>
 #include <sstream>
 #include <thread>
 
@@ -118,6 +120,59 @@ TEST_F(VcmdOnTheBus, TheDaemonsCompletionNoticeIsAnswered) {
 TEST_F(VcmdOnTheBus, ARemovedSocketIsMadeAnew) {
     std::filesystem::remove(vcmd.path("run/eid-1"));
     EXPECT_TRUE(eventually([&] { return vcmd.answers(); })) << vcmd.log();
+}
+
+TEST_F(VcmdOnTheBus, APlainFileInTheSocketsPlaceDoesNotEndIt) {
+    std::ofstream(vcmd.path("plain")) << "no socket";
+    std::filesystem::rename(vcmd.path("plain"), vcmd.path("run/eid-1"));
+    EXPECT_TRUE(eventually([&] { return vcmd.answers(); })) << vcmd.log();
+    EXPECT_EQ(vcmd.logged("this one ends"), 0u) << vcmd.log();
+}
+
+TEST_F(VcmdOnTheBus, UserSignalsAreIgnored) {
+    for (const int signal : {SIGUSR1, SIGUSR2}) {
+        ASSERT_EQ(::kill(vcmd.pid(), signal), 0);
+        EXPECT_TRUE(vcmd.answers());
+    }
+}
+
+TEST_F(VcmdOnTheBus, AMarkedManageableDeviceIsDeletedWithinTheWrite) {
+    const char* const marked = R"({"Alias":"MGAB_DEV_DELETE","SerialNumber":"7"})";
+    for (const uint32_t type : {VCFG_FE_WRITE_APPLY, VCFG_FE_WRITE_NO_APPLY, uint32_t{wire::kWriteAndWait}}) {
+        addInstance(RDM_OID_MANAGEABLE_DEVICE);
+        const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
+        EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, marked, type), VCFG_OK);
+        EXPECT_EQ(ask(wire::kGetStored, RDM_OID_MANAGEABLE_DEVICE, device).code, VCFG_ERR_NOT_FOUND);
+        EXPECT_EQ(vcmd.savedFile().find("MGAB"), std::string::npos);
+        const objIndex other = iid({1});
+        EXPECT_EQ(record<ManageableDevice>(other).Alias, "");
+        EXPECT_EQ(ask(wire::kDelete, RDM_OID_MANAGEABLE_DEVICE, other).code, VCFG_OK);
+    }
+}
+
+TEST_F(VcmdOnTheBus, AMarkInARecordCountsAndOtherTextsDoNot) {
+    const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
+    ManageableDevice entry = record<ManageableDevice>(device);
+    const auto set = [&](uint32_t request, const char* alias) {
+        entry.Alias = alias;
+        const std::string bytes(reinterpret_cast<const char*>(&entry), sizeof entry);
+        return ask(request, RDM_OID_MANAGEABLE_DEVICE, device, bytes).code;
+    };
+    for (const char* other : {"mgab_dev_delete", "MGAB_DEV_DELETE ", "MGAB_DEV_DELETED", ""}) {
+        EXPECT_EQ(set(wire::kSetAndWait, other), VCFG_OK);
+        EXPECT_EQ(record<ManageableDevice>(device).Alias, other);
+    }
+    EXPECT_EQ(set(wire::kSetNoApply, "MGAB_DEV_DELETE"), VCFG_OK);
+    EXPECT_EQ(set(wire::kSetNoApply, "MGAB_DEV_DELETE"), VCFG_ERR_NOT_FOUND);
+}
+
+TEST_F(VcmdOnTheBus, ADeletedDevicesHookSeesItGo) {
+    vcmd.hook("apply", "ManagementServer.ManageableDevice.{i}", "echo $1 $2 >>applied");
+    const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
+    EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, R"({"Alias":"MGAB_DEV_DELETE"})", wire::kWriteAndWait),
+              VCFG_OK);
+    EXPECT_EQ(vcmd.file("applied"),
+              "add ManagementServer.ManageableDevice.1\ndel ManagementServer.ManageableDevice.1\n");
 }
 
 TEST_F(VcmdOnTheBus, AChangedLogLevelIsToldToTheDaemon) {

@@ -176,6 +176,27 @@ TEST_F(VcmdHooks, AFailedApplyIsAFailureAndTheValuesStay) {
     EXPECT_EQ(vcmd.logged("no such device"), 1u) << vcmd.log();
 }
 
+TEST_F(VcmdHooks, AComplaintInPiecesIsKeptWhole) {
+    vcmd.hook("apply", kInterface,
+              "for p in 'not this\\n' 'no ' 'such ' 'device' ' here' . '\\n\\n'; do printf \"$p\" >&2; done; exit 1");
+    EXPECT_EQ(enable(true), VCFG_ERR_FAIL);
+    EXPECT_EQ(vcmd.logged("ended with status 1, \"no such device here.\""), 1u) << vcmd.log();
+}
+
+TEST_F(VcmdHooks, AComplaintOfManyPiecesIsKeptWhole) {
+    vcmd.hook("apply", kInterface, "i=0; while [ $i -lt 300 ]; do printf x >&2; i=$((i+1)); done; exit 1");
+    EXPECT_EQ(enable(true), VCFG_ERR_FAIL);
+    EXPECT_EQ(vcmd.logged("\"" + std::string(300, 'x') + "\""), 1u) << vcmd.log();
+}
+
+TEST_F(VcmdHooks, TheLastLineOfALargePieceIsKept) {
+    vcmd.hook("apply", kInterface,
+              "text=$(i=0; while [ $i -lt 1000 ]; do echo 'File \"x\"'; i=$((i+1)); done; echo 'the reason'); echo "
+              "\"$text\" >&2; exit 1");
+    EXPECT_EQ(enable(true), VCFG_ERR_FAIL);
+    EXPECT_EQ(vcmd.logged("ended with status 1, \"the reason\""), 1u) << vcmd.log();
+}
+
 TEST_F(VcmdHooks, AHangingApplyIsKilledAndTheNextOneRuns) {
     vcmd.hook("apply", kInterface, "[ -e seen ] || { : >seen; sleep 60; }; echo $2 >applied");
     EXPECT_EQ(enable(true, VCFG_FE_WRITE_APPLY), VCFG_OK);

@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,6 +50,17 @@ pid_t serverOf(const std::string& path) {
     EXPECT_EQ(getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size), 0);
     close(connection);
     return peer.pid;
+}
+
+// The most memory that a process ever had.
+long peakKiB(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            return std::stol(line.substr(6));
+        }
+    }
+    return -1;
 }
 
 // A sanitizer makes each start many times slower.
@@ -119,6 +131,72 @@ TEST(VcmdPersistence, ADamagedFileIsSetAsideAndTheDeviceComesUp) {
     EXPECT_EQ(ask(wire::kNextStored, RDM_OID_IP_IFACE).code, VCFG_ERR_NOT_FOUND);
     EXPECT_TRUE(fs::exists(vcmd.data() / "vcfg_config.json.bad"));
     EXPECT_EQ(vcmd.logged("the model starts anew"), 1u) << vcmd.log();
+}
+
+TEST(VcmdPersistence, WhatIsNoReadableFileIsSetAsideAndTheDeviceComesUp) {
+    const std::pair<const char*, std::function<void(const fs::path&)>> cases[] = {
+        {"a directory", [](const fs::path& file) { fs::create_directories(file / "sub"); }},
+        {"a symlink loop", [](const fs::path& file) { fs::create_symlink(file.filename(), file); }},
+        {"a FIFO", [](const fs::path& file) { EXPECT_EQ(mkfifo(file.c_str(), 0600), 0); }},
+        {"over the limit",
+         [](const fs::path& file) {
+             std::ofstream(file) << "{}";
+             fs::resize_file(file, 40 << 20);
+         }},
+    };
+    Vcmd vcmd;
+    for (const auto& [what, make] : cases) {
+        make(vcmd.data() / "vcfg_config.json");
+        ASSERT_NO_FATAL_FAILURE(vcmd.start()) << what;
+        addInstance(RDM_OID_IP_IFACE);
+        EXPECT_TRUE(fs::exists(fs::symlink_status(vcmd.data() / "vcfg_config.json.bad"))) << what;
+        EXPECT_NE(vcmd.savedFile().find("IP.Interface.1"), std::string::npos) << what;
+        EXPECT_EQ(vcmd.stop(), 0) << what;
+        fs::remove(vcmd.data() / "vcfg_config.json");
+    }
+    EXPECT_EQ(vcmd.logged("the model starts anew"), std::size(cases)) << vcmd.log();
+}
+
+TEST(VcmdPersistence, DefaultsThatAreNoModelAreRefusedBeforeTheEndpointIsTaken) {
+    Vcmd vcmd;
+    vcmd.start();
+    const fs::path data = vcmd.path("other");
+    fs::create_directory(data);
+    EXPECT_EQ(mkfifo(vcmd.path("fifo").c_str(), 0600), 0);
+    for (const fs::path& defaults : {vcmd.path("missing"), vcmd.path("run"), vcmd.path("fifo")}) {
+        const pid_t pid = vcmd.launch({"--data-dir", data, "--defaults", defaults});
+        int status = 0;
+        ASSERT_TRUE(eventually([&] { return waitpid(pid, &status, WNOHANG) == pid; })) << defaults;
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << defaults << " " << status;
+    }
+    EXPECT_EQ(vcmd.logged("the defaults cannot be loaded"), 3u) << vcmd.log();
+    EXPECT_TRUE(vcmd.answers());
+    EXPECT_EQ(vcmd.logged("this one ends"), 0u) << vcmd.log();
+}
+
+TEST(VcmdPersistence, ADamagedFileAndDamagedDefaultsLeaveAnEmptyModel) {
+    Vcmd vcmd;
+    std::ofstream(vcmd.data() / "vcfg_config.json") << "{\"version\":1,\"obj";
+    vcmd.start({"--defaults", vcmd.path("missing")});
+    EXPECT_EQ(ask(wire::kNextStored, RDM_OID_IP_IFACE).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(vcmd.logged("the model starts empty"), 1u) << vcmd.log();
+}
+
+TEST(VcmdPersistence, AFileFullOfUnknownObjectsIsSkippedCheaply) {
+    Vcmd vcmd;
+    {
+        std::ofstream file(vcmd.data() / "vcfg_config.json");
+        file << R"({"version":1,"objects":{)";
+        for (int each = 0; file.tellp() < (20 << 20); ++each) {
+            file << "\"Odd." << each << "\":{\"a\":[{},{}]},";
+        }
+        file << R"("IP.Interface.1":{"Alias":"wan"}}})";
+    }
+    vcmd.start();
+    EXPECT_EQ(record<IpInterface>(iid({1})).Alias, "wan");
+    EXPECT_EQ(vcmd.logged("skipped: Odd."), 20u);
+    EXPECT_EQ(vcmd.logged(" more"), 1u);
+    EXPECT_LT(peakKiB(vcmd.pid()), 200 * 1024);
 }
 
 TEST(VcmdPersistence, WhatTheModelDoesNotKnowIsSkippedWithALine) {

@@ -112,6 +112,19 @@ TEST(ModelValue, Text) {
                   "Value takes a text of at most 4 characters");
 }
 
+TEST(ModelValue, TextIsUtf8) {
+    const std::vector<std::string> bad = {"\xff",     "\x80",         "a\xc3",        "\xc3(",           "\xc0\x80",
+                                          "\xe2\x82", "\xe0\x80\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80"};
+    expectKept(OneValue(Kind::Text, 9), {"\xc3\xa4", "\xe2\x82\xac", "\xf0\x9f\x98\x80", "\xf4\x8f\xbf\xbf"});
+    expectRefused(OneValue(Kind::Text, 9), bad, "Value takes UTF-8");
+    for (const std::string& text : bad) {
+        OneValue value(Kind::Text, 9);
+        std::memcpy(value.bytes(), text.data(), text.size());
+        EXPECT_FALSE(value.valid()) << text;
+        EXPECT_EQ(value.why, "Value takes UTF-8");
+    }
+}
+
 TEST(ModelValue, AShorterTextClearsWhatWasBehindIt) {
     OneValue value(Kind::Text, 5);
     value.takes("abcd");

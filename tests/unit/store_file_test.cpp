@@ -1,9 +1,11 @@
 // The whole model as JSON and as a file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -26,11 +28,6 @@ void fill(Store& store) {
     EXPECT_EQ(write(store, "IP.Interface.3.IPv4Address.1", R"({"IPAddress":"192.0.2.1"})"), "");
     EXPECT_EQ(write(store, "PPP.Interface.2.IPCP", R"({"LocalIPAddress":"192.0.2.2"})"), "");
     EXPECT_EQ(write(store, "DNS.Client", R"({"Enable":true})"), "");
-}
-
-int load(Store& store, const std::string& json, Unknown unknown, std::vector<std::string>* skipped, std::string* why) {
-    const JsonPtr parsed = vcfg::store::parseObject(json, why);
-    return parsed ? store.fromJson(parsed.get(), unknown, skipped, why) : VCFG_ERR_INVALID;
 }
 
 class StoreFile : public testing::Test {
@@ -76,7 +73,7 @@ TEST(StoreJson, ComesBackAsItWas) {
     fill(original);
     Store copy;
     std::string why;
-    ASSERT_EQ(load(copy, text(original), Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    ASSERT_EQ(copy.fromText(text(original), Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
     EXPECT_EQ(text(copy), text(original));
     EXPECT_EQ(value(copy, "IP.Interface.3.Alias"), "w\"a\\n/\xc3\xa4\n");
     EXPECT_EQ(value(copy, "IP.Interface.3.IPv4AddressNumberOfEntries"), "1");
@@ -87,7 +84,8 @@ TEST(StoreJson, ReplacesWhatWasThere) {
     Store store;
     fill(store);
     std::string why;
-    ASSERT_EQ(load(store, R"({"version":1,"objects":{"IP.Interface.9":{}}})", Unknown::Refuse, nullptr, &why), VCFG_OK);
+    ASSERT_EQ(store.fromText(R"({"version":1,"objects":{"IP.Interface.9":{}}})", Unknown::Refuse, nullptr, &why),
+              VCFG_OK);
     EXPECT_TRUE(has(store, "IP.Interface.9"));
     EXPECT_FALSE(has(store, "IP.Interface.3"));
     EXPECT_EQ(value(store, "DNS.Client.Enable"), "false");
@@ -97,8 +95,8 @@ TEST(StoreJson, ReplacesWhatWasThere) {
 TEST(StoreJson, ParentsMayStandBehindTheirChildren) {
     Store store;
     std::string why;
-    EXPECT_EQ(load(store, R"({"version":1,"objects":{"IP.Interface.1.IPv4Address.1":{},"IP.Interface.1":{}}})",
-                   Unknown::Refuse, nullptr, &why),
+    EXPECT_EQ(store.fromText(R"({"version":1,"objects":{"IP.Interface.1.IPv4Address.1":{},"IP.Interface.1":{}}})",
+                             Unknown::Refuse, nullptr, &why),
               VCFG_OK)
         << why;
 }
@@ -120,8 +118,8 @@ TEST(StoreJson, OneBadEntryRefusesTheWhole) {
         fill(store);
         const std::string before = text(store);
         std::string why;
-        EXPECT_EQ(load(store, std::string(R"({"version":1,"objects":{"IP.Interface.7":{},)") + entry + "}}",
-                       Unknown::Refuse, nullptr, &why),
+        EXPECT_EQ(store.fromText(std::string(R"({"version":1,"objects":{"IP.Interface.7":{},)") + entry + "}}",
+                                 Unknown::Refuse, nullptr, &why),
                   VCFG_ERR_INVALID)
             << entry;
         EXPECT_EQ(why, reason);
@@ -131,27 +129,70 @@ TEST(StoreJson, OneBadEntryRefusesTheWhole) {
 
 TEST(StoreJson, AnOldFileBootsWithoutWhatIsUnknown) {
     Store store;
-    std::vector<std::string> skipped;
+    Skipped skipped;
     std::string why;
     ASSERT_EQ(
-        load(store,
-             R"({"version":1,"objects":{"Old.Table.1":{},"IP.Interface.1":{"Gone":1,"Enable":true,"Status":"Odd"}}})",
-             Unknown::Skip, &skipped, &why),
+        store.fromText(
+            R"({"version":1,"objects":{"Old.Table.1":{},"IP.Interface.1":{"Gone":1,"Enable":true,"Status":"Odd"}}})",
+            Unknown::Skip, &skipped, &why),
         VCFG_OK);
     EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "true");
     EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Down");
-    ASSERT_EQ(skipped.size(), 3u);
-    EXPECT_EQ(skipped[0], "Old.Table.1: the model has no such object");
-    EXPECT_EQ(skipped[1], "IP.Interface.1: no such parameter: Gone");
+    ASSERT_EQ(skipped.lines.size(), 3u);
+    EXPECT_EQ(skipped.lines[0], "Old.Table.1: the model has no such object");
+    EXPECT_EQ(skipped.lines[1], "IP.Interface.1: no such parameter: Gone");
+}
+
+TEST(StoreJson, LinesAboutWhatIsSkippedAreFewAndShort) {
+    std::string json = R"({"version":1,"objects":{")" + std::string(100000, 'x') + "\":{}";
+    for (int each = 0; each < 100; ++each) {
+        json += ",\"Odd." + std::to_string(each) + "\":{}";
+    }
+    Store store;
+    Skipped skipped;
+    std::string why;
+    ASSERT_EQ(store.fromText(json + "}}", Unknown::Skip, &skipped, &why), VCFG_OK) << why;
+    ASSERT_EQ(skipped.lines.size(), 20u);
+    EXPECT_EQ(skipped.more, 81u);
+    EXPECT_EQ(skipped.lines[0], std::string(200, 'x'));
+}
+
+TEST(StoreJson, ValuesMayStandInAnyForm) {
+    Store store;
+    std::string why;
+    const char* const json = R"( {"other":[{"a":"}]\""}], "objects" : { "IP.Interface.1" : { "Alias" : "\u00e4\"{" ,
+        "Enable":true,"LastChange": 7 ,"MaxMTUSize":"1400"} } , "version" : 1 } )";
+    ASSERT_EQ(store.fromText(json, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(value(store, "IP.Interface.1.Alias"), "\xc3\xa4\"{");
+    EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "true");
+    EXPECT_EQ(value(store, "IP.Interface.1.LastChange"), "7");
+    EXPECT_EQ(value(store, "IP.Interface.1.MaxMTUSize"), "1400");
+}
+
+TEST(StoreJson, BadValuesOfKnownParametersAreSkippedOneByOne) {
+    Store store;
+    Skipped skipped;
+    std::string why;
+    const char* const json = R"({"version":1,"objects":{"IP.Interface.1":{"Alias":{"deep":[[[[[[[[[[[]]]]]]]]]]]},
+        "Name":"gr)"
+                             "\xfc\xdf"
+                             R"(","LastChange":null,"Enable":tru,"Router":[],"Status":"Up"}}})";
+    ASSERT_EQ(store.fromText(json, Unknown::Skip, &skipped, &why), VCFG_OK) << why;
+    EXPECT_EQ(skipped.lines.size(), 5u);
+    EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Up");
 }
 
 TEST(StoreJson, WhatIsNoModelFileIsRefused) {
-    for (const char* bad : {"{}", R"({"version":2,"objects":{}})", R"({"version":"1","objects":{}})",
-                            R"({"version":1})", R"({"version":1,"objects":[]})", R"({"objects":{}})"}) {
+    for (const char* bad : {"", "{", "null", R"({"version":1,"objects":{}}})", R"({"version":1,"objects":{}} x)",
+                            R"({"version":1,"objects":{"IP.Interface.1":{}})", R"({"version":1,"objects":{"a" 1}})",
+                            R"({"version":1,"objects":{"a":1,}})", R"({"version":1,"objects":{"a":1 "b":2}})",
+                            R"({"version":1,"objects":{"a":}})", R"({"version":1,"objects":{"a)", "{}",
+                            R"({"version":2,"objects":{}})", R"({"version":"1","objects":{}})", R"({"version":1})",
+                            R"({"version":1,"objects":[]})", R"({"objects":{}})"}) {
         Store store;
         fill(store);
         std::string why;
-        EXPECT_EQ(load(store, bad, Unknown::Skip, nullptr, &why), VCFG_ERR_INVALID) << bad;
+        EXPECT_EQ(store.fromText(bad, Unknown::Skip, nullptr, &why), VCFG_ERR_INVALID) << bad;
         EXPECT_EQ(why, "takes a model file of version 1");
         EXPECT_TRUE(has(store, "IP.Interface.3"));
     }
@@ -191,18 +232,37 @@ TEST_F(StoreFile, ALeftOverTemporaryFileDoesNoHarm) {
     EXPECT_EQ(vcfg::store::load(file, &copy, nullptr, &why), VCFG_OK) << why;
 }
 
+TEST_F(StoreFile, ALeftOverOfAnyKindDoesNotStopSaving) {
+    const std::string temporary = file + ".new";
+    ASSERT_EQ(mkdir(temporary.c_str(), 0700), 0);
+    ASSERT_EQ(mkdir((temporary + "/sub").c_str(), 0700), 0);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    ASSERT_EQ(mkfifo(temporary.c_str(), 0600), 0);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    ASSERT_EQ(symlink(temporary.c_str(), temporary.c_str()), 0);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    EXPECT_NE(content().find("version"), std::string::npos);
+}
+
 TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {
     put("old");
-    ASSERT_EQ(mkdir((file + ".new").c_str(), 0700), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_ERR_FAIL);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{8, before.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const int code = vcfg::store::save(file, Store(), &why);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(code, VCFG_ERR_FAIL);
     EXPECT_EQ(content(), "old");
-    EXPECT_EQ(why, file + ".new: Is a directory");
+    EXPECT_EQ(why, file + ".new: File too large");
 }
 
 TEST_F(StoreFile, IsNotWrittenThroughALink) {
     const std::string victim = directory + "/victim";
     ASSERT_EQ(symlink(victim.c_str(), (file + ".new").c_str()), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_ERR_FAIL);
+    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
     EXPECT_NE(access(victim.c_str(), F_OK), 0);
 }
 
@@ -222,7 +282,28 @@ TEST_F(StoreFile, ADamagedFileLeavesTheStoreAsItWas) {
     }
 }
 
-TEST_F(StoreFile, ADirectoryIsNoFile) {
+TEST_F(StoreFile, WhatIsNoReadableFileHoldsNoModel) {
     Store store;
-    EXPECT_EQ(vcfg::store::load(directory, &store, nullptr, &why), VCFG_ERR_FAIL);
+    EXPECT_EQ(vcfg::store::load(directory, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(why, directory + ": Is a directory");
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    unlink(file.c_str());
+    ASSERT_EQ(symlink(file.c_str(), file.c_str()), 0);
+    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    unlink(file.c_str());
+    put("{}");
+    ASSERT_EQ(truncate(file.c_str(), 40 << 20), 0);
+    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(why, file + ": File too large");
+}
+
+TEST_F(StoreFile, SettingAsideReplacesWhatWasKeptBefore) {
+    ASSERT_EQ(mkdir((file + ".bad").c_str(), 0700), 0);
+    ASSERT_EQ(mkdir((file + ".bad/sub").c_str(), 0700), 0);
+    put("bad");
+    EXPECT_TRUE(vcfg::store::setAside(file));
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+    EXPECT_EQ(unlink((file + ".bad").c_str()), 0);
+    EXPECT_FALSE(vcfg::store::setAside(file));
 }

@@ -63,11 +63,11 @@ TEST_F(StoreMemory, WritingIsWholeOrNothing) {
 }
 
 TEST_F(StoreMemory, LoadingIsWholeOrNothing) {
-    const JsonPtr json = vcfg::store::parseObject(
-        R"({"version":1,"objects":{"IP.Interface.1":{"Alias":"a"},"IP.Interface.1.IPv4Address.1":{}}})", nullptr);
+    const char* const json =
+        R"({"version":1,"objects":{"IP.Interface.1":{"Alias":"a"},"IP.Interface.1.IPv4Address.1":{}}})";
     expectWholeOrNothing(store, [&] {
         std::string why;
-        return store.fromJson(json.get(), Unknown::Refuse, nullptr, &why);
+        return store.fromText(json, Unknown::Refuse, nullptr, &why);
     });
     EXPECT_TRUE(has(store, "IP.Interface.1.IPv4Address.1"));
 }

@@ -9,6 +9,7 @@
 
 using vcfg::store::Change;
 using vcfg::store::JsonPtr;
+using vcfg::store::Skipped;
 using vcfg::store::Store;
 using vcfg::store::Unknown;
 

@@ -1,6 +1,7 @@
 #include "bus_client.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +13,14 @@
 
 namespace vcfg::bus {
 namespace {
+
+uint32_t firstRequestId() {
+    return static_cast<uint32_t>(monotonicUs()) ^ (static_cast<uint32_t>(getpid()) << 16);
+}
+
+std::atomic<uint32_t> lastRequestId{firstRequestId()};
+// Two processes that ask as one endpoint must not use the same ids.
+[[maybe_unused]] const int forkHandler = pthread_atfork(nullptr, nullptr, [] { lastRequestId = firstRequestId(); });
 
 // False when the time is over.
 bool awaitReady(int socket, short events, const Deadline& deadline) {
@@ -121,7 +130,8 @@ int call(const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply)
         return code;
     }
     do {
-        code = receiveUntil(socket, deadline, reply);
+        // Other packets that keep coming do not prolong the call.
+        code = reply->get() != nullptr && deadline.passed() ? VCFG_ERR_TIMEOUT : receiveUntil(socket, deadline, reply);
     } while (code == VCFG_OK && (*reply)->requestId != message.requestId);
     if (code != VCFG_OK) {
         reply->reset();
@@ -143,10 +153,9 @@ int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {
 }
 
 uint32_t freshRequestId() {
-    static std::atomic<uint32_t> last{static_cast<uint32_t>(monotonicUs()) ^ (static_cast<uint32_t>(getpid()) << 16)};
     uint32_t id = 0;
     while (id == 0) {
-        id = last.fetch_add(1, std::memory_order_relaxed) + 1;
+        id = lastRequestId.fetch_add(1, std::memory_order_relaxed) + 1;
     }
     return id;
 }

@@ -1,37 +1,32 @@
 #include "bus_server.h"
 
-#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "client_log.h"
 #include "connections.h"
 #include "deadline.h"
+#include "listener.h"
 #include "packet.h"
-#include "peer.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
 namespace {
 
-constexpr int kBacklog = 128;
 constexpr int kEventsAtOnce = 32;
 // Packets taken from one connection before the others have their turn.
 constexpr unsigned kTurn = 32;
 constexpr unsigned kAcceptsAtOnce = 16;
 // In epoll's data, where ids of connections begin at 1.
 constexpr ConnectionId kListener = 0;
-// Longer than a sender trusts a cached connection without looking at the socket file.
-constexpr useconds_t kTakeoverUs = 5000;
+constexpr ConnectionId kSocketFile = ~ConnectionId{0};
 
 struct Ready {
     std::array<epoll_event, kEventsAtOnce> events;
@@ -48,7 +43,7 @@ class EndpointServer final : public Server {
     int start();
     bool isOwn() const override { return process_ == getpid(); }
     int reopen() override;
-    bool isCurrent() const override;
+    bool isSuperseded() const override { return listener_.isSuperseded(); }
     int pollFd() const override { return epoll_; }
     MessagePtr receive(ConnectionId* from) override;
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
@@ -57,24 +52,22 @@ class EndpointServer final : public Server {
     void close(ConnectionId connection) override;
 
   private:
-    int listenAt(const std::string& path);
+    int listen();
+    void lookAtSocket();
     bool watch(int socket, ConnectionId id);
     void enqueue(const Ready& ready);
     MessagePtr nextReady(ConnectionId* from);
     MessagePtr takeFrom(Connection& connection, ConnectionId* from);
     void acceptWaiting();
     bool acceptOne();
-    void refuseForWantOfDescriptors();
     void endTurn();
 
     const uint8_t eid_;
     const pid_t process_ = getpid();
     int epoll_ = -1;
-    int listener_ = -1;
-    int reserve_ = -1;  // given up for a moment to refuse a peer when the process is out of descriptors
-    struct stat socketFile_ {};
 
     mutable std::mutex mutex_;  // guards what follows; not held while waiting
+    Listener listener_{eid_};
     Receiver receiver_;
     Connections connections_;
     std::vector<ConnectionId> ready_;
@@ -83,76 +76,53 @@ class EndpointServer final : public Server {
 };
 
 EndpointServer::~EndpointServer() {
-    if (isOwn() && isCurrent()) {
-        unlink(socketPath(eid_).c_str());
+    if (isOwn()) {
+        listener_.remove();
     }
-    for (const int descriptor : {epoll_, listener_, reserve_}) {
-        if (descriptor >= 0) {
-            ::close(descriptor);
-        }
+    if (epoll_ >= 0) {
+        ::close(epoll_);
     }
 }
 
 int EndpointServer::start() {
     epoll_ = epoll_create1(EPOLL_CLOEXEC);
-    reserve_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    if (epoll_ < 0 || reserve_ < 0) {
+    if (epoll_ < 0 || !listener_.prepare()) {
         CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot be opened: %s", eid_, strerror(errno));
         return VCFG_ERR_FAIL;
+    }
+    if (!watch(listener_.fileWatch(), kSocketFile)) {
+        CLIENT_LOG(VLOG_WARNING, "endpoint %u will not notice that its socket is removed: %s", eid_, strerror(errno));
     }
     return reopen();
 }
 
 int EndpointServer::reopen() {
     const std::lock_guard guard(mutex_);
-    if (isCurrent()) {
+    if (listener_.isCurrent()) {
         return VCFG_OK;
     }
     const int code = checkRunDirectory();
-    return code != VCFG_OK ? code : listenAt(socketPath(eid_));
+    return code != VCFG_OK ? code : listen();
 }
 
-// The socket is made under a name of its own and then renamed, so that the endpoint is never without a server.
-int EndpointServer::listenAt(const std::string& path) {
-    const std::string fresh = path + "." + std::to_string(getpid());
-    sockaddr_un address;
-    if (!toAddress(fresh, &address)) {
-        CLIENT_LOG(VLOG_ERROR, "%s is too long for a socket", fresh.c_str());
-        return VCFG_ERR_INVALID;
-    }
-    const int listener = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    unlink(fresh.c_str());
-    const bool takesOver = access(path.c_str(), F_OK) == 0;
-    gid_t group = 0;
-    const mode_t mode = runDirectoryGroup(&group) ? 0660 : 0600;
-    struct stat made {};
-    if (listener < 0 || bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        chmod(fresh.c_str(), mode) != 0 || (mode == 0660 && chown(fresh.c_str(), uid_t(-1), group) != 0) ||
-        listen(listener, kBacklog) != 0 || stat(fresh.c_str(), &made) != 0 || !watch(listener, kListener) ||
-        rename(fresh.c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot listen at %s: %s", eid_, path.c_str(), strerror(error));
-        unlink(fresh.c_str());
-        if (listener >= 0) {
-            ::close(listener);
+// Who has connected at the former socket already may have sent something.
+int EndpointServer::listen() {
+    const auto drain = [this] {
+        for (int each = 0; each <= Listener::kBacklog && acceptOne(); ++each) {
         }
-        return error == EACCES || error == EPERM ? VCFG_ERR_RIGHTS : VCFG_ERR_FAIL;
-    }
-    if (listener_ >= 0) {
-        ::close(listener_);
-    }
-    listener_ = listener;
-    socketFile_ = made;
-    if (takesOver) {
-        usleep(kTakeoverUs);
-    }
-    return VCFG_OK;
+    };
+    return listener_.listen([this](int socket) { return watch(socket, kListener); }, drain);
 }
 
-bool EndpointServer::isCurrent() const {
-    struct stat now {};
-    return listener_ >= 0 && stat(socketPath(eid_).c_str(), &now) == 0 && now.st_ino == socketFile_.st_ino &&
-           now.st_dev == socketFile_.st_dev;
+// A removed file cannot be put back, and what took its place without being a socket serves nobody.
+void EndpointServer::lookAtSocket() {
+    if (!listener_.hasLostItsFile() || !isOwn()) {
+        return;
+    }
+    CLIENT_LOG(VLOG_WARNING, "the socket of endpoint %u has been removed; it is made anew", eid_);
+    if (checkRunDirectory() == VCFG_OK) {
+        listen();
+    }
 }
 
 bool EndpointServer::watch(int socket, ConnectionId id) {
@@ -216,6 +186,9 @@ MessagePtr EndpointServer::nextReady(ConnectionId* from) {
         if (ready_[turn_] == kListener) {
             acceptWaiting();
             endTurn();
+        } else if (ready_[turn_] == kSocketFile) {
+            lookAtSocket();
+            endTurn();
         } else if (connection == nullptr) {
             endTurn();
         } else {
@@ -230,9 +203,13 @@ MessagePtr EndpointServer::nextReady(ConnectionId* from) {
 
 MessagePtr EndpointServer::takeFrom(Connection& connection, ConnectionId* from) {
     MessagePtr message;
-    const Arrival arrival = receiver_.receive(connection.socket, MSG_DONTWAIT, &message);
+    Arrival arrival = receiver_.receive(connection.socket, MSG_DONTWAIT, &message);
+    const char* fault = receiver_.fault();
+    if (arrival == Arrival::Message && !connections_.note(connection, *message)) {
+        arrival = Arrival::Bad;
+        fault = "it repeats the id of a request that somebody else waits on";
+    }
     if (arrival == Arrival::Message) {
-        connections_.note(connection, *message);
         if (from != nullptr) {
             *from = connection.id;
         }
@@ -243,7 +220,7 @@ MessagePtr EndpointServer::takeFrom(Connection& connection, ConnectionId* from) 
     }
     endTurn();
     if (arrival == Arrival::Bad) {
-        CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a packet: %s", eid_, receiver_.fault());
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a packet: %s", eid_, fault);
     }
     if (arrival == Arrival::Closed && connection.leaving && owesAnswer(connection)) {
         connection.drained = true;
@@ -262,42 +239,24 @@ void EndpointServer::endTurn() {
     }
 }
 
+// False when no peer waits any more.
+bool EndpointServer::acceptOne() {
+    int socket = -1;
+    const bool more = listener_.accept(&socket);
+    if (socket >= 0) {
+        connections_.makeRoom();
+        const Connection& connection = connections_.add(socket);
+        if (!watch(socket, connection.id)) {
+            CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot watch a connection: %s", eid_, strerror(errno));
+            connections_.close(connection.id);
+        }
+    }
+    return more;
+}
+
 void EndpointServer::acceptWaiting() {
     for (unsigned accepted = 0; accepted < kAcceptsAtOnce && acceptOne(); ++accepted) {
     }
-}
-
-// False when no peer waits any more.
-bool EndpointServer::acceptOne() {
-    const int socket = accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (socket < 0) {
-        if (errno == EMFILE || errno == ENFILE) {
-            refuseForWantOfDescriptors();
-        }
-        return errno == ECONNABORTED || errno == EINTR;
-    }
-    if (!peerMayTalk(socket, eid_)) {
-        ::close(socket);
-        return true;
-    }
-    connections_.makeRoom();
-    const Connection& connection = connections_.add(socket);
-    if (!watch(socket, connection.id)) {
-        CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot watch a connection: %s", eid_, strerror(errno));
-        connections_.close(connection.id);
-    }
-    return true;
-}
-
-void EndpointServer::refuseForWantOfDescriptors() {
-    CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a peer: too many open files", eid_);
-    ::close(reserve_);
-    const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (socket >= 0) {
-        ::close(socket);
-    }
-    reserve_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    errno = EMFILE;
 }
 
 int EndpointServer::answer(ConnectionId to, const vcfg_msg_t& message) {

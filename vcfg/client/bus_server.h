@@ -28,8 +28,9 @@ class Server {
     virtual bool isOwn() const = 0;
     // Takes the endpoint back when another process has taken it over meanwhile; nothing happens when none has.
     virtual int reopen() = 0;
-    // False once another process has taken the endpoint over.
-    virtual bool isCurrent() const = 0;
+    // True once another process has taken the endpoint over. A socket that was only removed is made anew by receive()
+    // and wait().
+    virtual bool isSuperseded() const = 0;
 
     // Readable when receive() has something to do; for poll and epoll.
     virtual int pollFd() const = 0;

@@ -5,16 +5,21 @@
 
 #include <algorithm>
 
+#include "packet.h"
+
 namespace vcfg::bus {
 namespace {
 
 constexpr size_t kLimit = 256;
 constexpr size_t kLeavingLimit = 64;
 
+bool isOpen(const RequestKey& key, uint8_t srcEid, uint32_t requestId) {
+    return key.open && key.srcEid == srcEid && key.requestId == requestId;
+}
+
 bool asked(const Connection& connection, uint8_t srcEid, uint32_t requestId) {
-    return std::any_of(connection.requests.begin(), connection.requests.end(), [=](const RequestKey& key) {
-        return key.open && key.srcEid == srcEid && key.requestId == requestId;
-    });
+    return std::any_of(connection.requests.begin(), connection.requests.end(),
+                       [=](const RequestKey& key) { return isOpen(key, srcEid, requestId); });
 }
 
 // The order in which connections give way.
@@ -55,10 +60,31 @@ void Connections::close(ConnectionId id) {
     }
 }
 
-void Connections::note(Connection& connection, const vcfg_msg_t& message) {
+bool Connections::note(Connection& connection, const vcfg_msg_t& message) {
     connection.lastUse = ++uses_;
-    connection.requests[connection.nextRequest] = RequestKey{message.srcEid, true, message.requestId};
+    if (message.requestId != 0 && isTaken(connection, message)) {
+        return false;
+    }
+    connection.requests[connection.nextRequest] =
+        RequestKey{message.srcEid, true, (message.type & VCFG_MSG_NO_REPLY) == 0, message.requestId};
     connection.nextRequest = static_cast<uint8_t>((connection.nextRequest + 1) % connection.requests.size());
+    return true;
+}
+
+// An event that nobody answers would keep its id for ever, so others may take that over.
+bool Connections::isTaken(const Connection& by, const vcfg_msg_t& message) {
+    for (Connection& other : all_) {
+        for (RequestKey& key : other.requests) {
+            if (other.id == by.id || !isOpen(key, message.srcEid, message.requestId) || hasEnded(other.socket)) {
+                continue;
+            }
+            if (key.expects) {
+                return true;
+            }
+            key.open = false;
+        }
+    }
+    return false;
 }
 
 void Connections::answered(Connection& connection, const vcfg_msg_t& answer) {

@@ -10,7 +10,8 @@ namespace vcfg::bus {
 
 struct RequestKey {
     uint8_t srcEid;
-    bool open;  // not answered yet
+    bool open;     // not answered yet
+    bool expects;  // its type says that an answer is expected
     uint32_t requestId;
 };
 
@@ -38,8 +39,9 @@ class Connections {
     Connection* find(ConnectionId id);
     void close(ConnectionId id);
 
-    // Remembers who sent the message, for its answer.
-    void note(Connection& connection, const vcfg_msg_t& message);
+    // Remembers who sent the message, for its answer. False when it repeats the id of a request that somebody else
+    // still waits on: the answer to either could reach the other.
+    bool note(Connection& connection, const vcfg_msg_t& message);
     void answered(Connection& connection, const vcfg_msg_t& answer);
     ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const;
 
@@ -47,6 +49,8 @@ class Connections {
     void makeRoom();
 
   private:
+    bool isTaken(const Connection& by, const vcfg_msg_t& message);
+
     std::vector<Connection> all_;  // ids only grow, so it is sorted by them
     ConnectionId lastId_ = 0;
     uint64_t uses_ = 0;

@@ -34,13 +34,12 @@ void fromWire(vcfg_msg_t& message) {
     message.statCode = le32toh(message.statCode);
 }
 
-// An empty packet and the end of a connection look alike to recv().
+}  // namespace
+
 bool hasEnded(int socket) {
     pollfd state{socket, POLLRDHUP, 0};
     return poll(&state, 1, 0) < 0 || (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
 }
-
-}  // namespace
 
 int sendPacket(int socket, const vcfg_msg_t& message, int flags) {
     if constexpr (std::endian::native == std::endian::little) {
@@ -65,6 +64,7 @@ Arrival Receiver::receive(int socket, int flags, MessagePtr* message) {
     if (received < 0) {
         return errno == EAGAIN || errno == EINTR ? Arrival::Nothing : Arrival::Closed;
     }
+    // An empty packet and the end of a connection look alike to recv().
     if (received == 0 && hasEnded(socket)) {
         return Arrival::Closed;
     }

@@ -8,6 +8,9 @@ namespace vcfg::bus {
 // Sends without SIGPIPE, with send()'s further `flags`; 0 or the error number.
 int sendPacket(int socket, const vcfg_msg_t& message, int flags);
 
+// Whether the other side has closed the connection; what it sent before may still be there.
+bool hasEnded(int socket);
+
 enum class Arrival { Message, Nothing, Closed, Bad };
 
 // Takes packets off sockets into messages of exactly the needed size.

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "describe.h"
+#include "utf8.h"
 
 namespace vcfg::model {
 namespace {
@@ -199,9 +200,10 @@ std::string accepted(const Parameter& parameter) {
     return {};
 }
 
-bool refuse(const Parameter& parameter, std::string* why) {
+bool refuse(const Parameter& parameter, std::string_view text, std::string* why) {
     if (why != nullptr) {
-        *why = std::string(parameter.name) + " takes " + accepted(parameter);
+        const bool encoding = parameter.kind == Kind::Text && !isUtf8(text);
+        *why = std::string(parameter.name) + " takes " + (encoding ? "UTF-8" : accepted(parameter));
     }
     return false;
 }
@@ -228,7 +230,7 @@ bool setFlag(const Parameter& parameter, void* record, std::string_view text) {
 }
 
 bool setText(const Parameter& parameter, void* record, std::string_view text) {
-    if (text.size() >= parameter.size || text.find('\0') != text.npos || !hasForm(parameter, text)) {
+    if (text.size() >= parameter.size || text.find('\0') != text.npos || !isUtf8(text) || !hasForm(parameter, text)) {
         return false;
     }
     storeText(parameter, record, text);
@@ -276,18 +278,18 @@ bool setValue(const Parameter& parameter, void* record, std::string_view text, s
             good = setText(parameter, record, text);
             break;
     }
-    return good || refuse(parameter, why);
+    return good || refuse(parameter, text, why);
 }
 
 bool checkValue(const Parameter& parameter, const void* record, std::string* why) {
     bool good = true;
+    const std::string_view text = parameter.isText() ? loadText(parameter, record) : std::string_view();
     if (parameter.kind == Kind::Bool) {
         good = load<uint8_t>(parameter, record) <= 1;
     } else if (parameter.isText()) {
-        const std::string_view text = loadText(parameter, record);
-        good = text.size() < parameter.size && hasForm(parameter, text);
+        good = text.size() < parameter.size && isUtf8(text) && hasForm(parameter, text);
     }
-    return good || refuse(parameter, why);
+    return good || refuse(parameter, text, why);
 }
 
 void copyValue(const Parameter& parameter, void* record, const void* from) {

@@ -1,16 +1,19 @@
 #include "persist.h"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace vcfg::store {
 namespace {
 
-constexpr off_t kLargestFile = 64 << 20;
+// No model that a device can hold comes near; and no file that load() refuses is ever written.
+constexpr size_t kLargestFile = 32 << 20;
 
 class File {
   public:
@@ -38,13 +41,26 @@ int failed(std::string* why, const std::string& what) {
     return VCFG_ERR_FAIL;
 }
 
+int codeOfRead(int error) {
+    switch (error) {
+        case ENOENT:
+            return VCFG_ERR_NOT_FOUND;
+        case ENOMEM:
+        case EMFILE:
+        case ENFILE:
+            return VCFG_ERR_FAIL;
+        default:
+            return VCFG_ERR_INVALID;
+    }
+}
+
 bool readAll(int fd, std::string* content) {
     struct stat status {};
     if (fstat(fd, &status) != 0) {
         return false;
     }
-    if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
-        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
+    if (!S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) > kLargestFile) {
+        errno = S_ISREG(status.st_mode) ? EFBIG : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         return false;
     }
     content->resize(static_cast<size_t>(status.st_size));
@@ -77,8 +93,18 @@ bool writeAll(int fd, std::string_view content) {
     return true;
 }
 
+// Whatever has that name, with all below it.
+void clearAway(const std::string& name) {
+    if (unlink(name.c_str()) != 0 && errno != ENOENT) {
+        nftw(
+            name.c_str(), [](const char* path, const struct stat*, int, FTW*) { return remove(path); }, 16,
+            FTW_DEPTH | FTW_PHYS | FTW_MOUNT);
+    }
+}
+
 bool writeFile(const std::string& name, std::string_view content) {
-    File file(name, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW);
+    clearAway(name);
+    File file(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
     return file.fd() >= 0 && writeAll(file.fd(), content) && fdatasync(file.fd()) == 0 && file.close();
 }
 
@@ -91,25 +117,27 @@ bool syncDirectory(const std::string& file) {
 
 }  // namespace
 
-int load(const std::string& file, Store* store, std::vector<std::string>* skipped, std::string* why) {
+int load(const std::string& file, Store* store, Skipped* skipped, std::string* why) {
     return guarded([&] {
-        const File source(file, O_RDONLY);
-        if (source.fd() < 0) {
-            const bool missing = errno == ENOENT;
-            const int code = failed(why, file);
-            return missing ? static_cast<int>(VCFG_ERR_NOT_FOUND) : code;
-        }
+        const File source(file, O_RDONLY | O_NONBLOCK);  // a FIFO would have nobody to write into it
         std::string content;
-        if (!readAll(source.fd(), &content)) {
-            return failed(why, file);
+        if (source.fd() < 0 || !readAll(source.fd(), &content)) {
+            const int code = codeOfRead(errno);
+            failed(why, file);
+            return code;
         }
-        const JsonPtr json = parseObject(content, why);
-        const int code = json ? store->fromJson(json.get(), Unknown::Skip, skipped, why) : VCFG_ERR_INVALID;
+        const int code = store->fromText(content, Unknown::Skip, skipped, why);
         if (code != VCFG_OK && why != nullptr) {
             *why = file + ": " + *why;
         }
         return code;
     });
+}
+
+bool setAside(const std::string& file) {
+    const std::string aside = file + ".bad";
+    clearAway(aside);
+    return rename(file.c_str(), aside.c_str()) == 0;
 }
 
 int save(const std::string& file, const Store& store, std::string* why) {
@@ -121,6 +149,10 @@ int save(const std::string& file, const Store& store, std::string* why) {
             throw std::bad_alloc();
         }
         const std::string temporary = file + ".new";
+        if (strlen(text) > kLargestFile) {
+            errno = EFBIG;
+            return failed(why, file);
+        }
         if (!writeFile(temporary, text) || rename(temporary.c_str(), file.c_str()) != 0) {
             const int code = failed(why, temporary);
             unlink(temporary.c_str());

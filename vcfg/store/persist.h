@@ -8,13 +8,16 @@
 
 namespace vcfg::store {
 
-// Puts the file's content into the store; what this model does not know is skipped, a line each in `skipped` (may be
-// null). VCFG_ERR_NOT_FOUND when there is no file, VCFG_ERR_INVALID when it holds no model, VCFG_ERR_FAIL when it
-// cannot be read; the store is then as before, and `why` says what is wrong.
-int load(const std::string& file, Store* store, std::vector<std::string>* skipped, std::string* why);
+// Puts the file's content into the store; what this model does not know is skipped and told in `skipped` (may be null).
+// VCFG_ERR_NOT_FOUND when there is no file, VCFG_ERR_INVALID when what is there holds no model or is no readable file,
+// VCFG_ERR_FAIL when memory or descriptors are short; the store is then as before, and `why` says what is wrong.
+int load(const std::string& file, Store* store, Skipped* skipped, std::string* why);
+
+// Moves whatever has that name to `<file>.bad`, in the place of what was kept there before. False when it cannot.
+bool setAside(const std::string& file);
 
 // Writes the file; when it answers VCFG_OK, the content is on the disk. VCFG_ERR_FAIL leaves the old file, with the
-// reason in `why`.
+// reason in `why`: also when load() would not take a file of that size any more.
 int save(const std::string& file, const Store& store, std::string* why);
 
 }  // namespace vcfg::store

@@ -47,6 +47,12 @@ enum class Unknown {
     Skip     // only them: a device boots with the configuration that an older or newer release has written
 };
 
+// What was skipped: a line each for the first things, and how many there were besides.
+struct Skipped {
+    std::vector<std::string> lines;
+    size_t more = 0;
+};
+
 // Runs what may allocate: short memory is a failure, not an exception.
 template <class Operation>
 int guarded(Operation operation) {
@@ -89,9 +95,9 @@ class Store {
     // The whole model: {"version":1,"objects":{"IP.Interface.1":{"Enable":true}}}. Every instance is named; of the
     // parameters only those that differ from a new instance's, and none that are counted. Throws std::bad_alloc.
     JsonPtr toJson() const;
-    // Replaces the whole model by what toJson wrote, or nothing. `skipped` (may be null) gets a line for each thing
-    // that was skipped. Tells the watcher nothing.
-    int fromJson(json_object* json, Unknown unknown, std::vector<std::string>* skipped, std::string* why);
+    // Replaces the whole model by what the text of toJson says, or nothing. `skipped` (may be null) tells what was
+    // skipped. Tells the watcher nothing.
+    int fromText(std::string_view text, Unknown unknown, Skipped* skipped, std::string* why);
 
     void watch(Watcher watcher) { watcher_ = std::move(watcher); }
     // Another number after every operation that has changed something.
@@ -114,7 +120,14 @@ class Store {
     void count(const model::Object& object, Key key, int difference, std::vector<Change>* changes);
     int commit(const Found& found, const std::byte* staged);
     void tell(const std::vector<Change>& changes) const;
-    int loadRecord(const model::Resolved& where, json_object* parameters, std::vector<std::string>* refused);
+    struct Entry {
+        const model::Object* object;
+        objIndex iid;
+        std::string_view parameters;
+    };
+    using Refuse = std::function<bool(const std::string& path, const std::string& why)>;  // false ends the loading
+    static bool findEntries(std::string_view objects, std::vector<Entry>* entries, const Refuse& refused);
+    bool loadEntry(const Entry& entry, const Refuse& refused);
 
     std::array<Table, RDM_OID_COUNT> tables_;
     std::array<Record, RDM_OID_COUNT> defaults_;

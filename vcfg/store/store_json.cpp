@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "members.h"
 #include "store.h"
 
 namespace vcfg::store {
@@ -41,26 +42,52 @@ void dropCounted(const Object& object, json_object* record) {
     }
 }
 
-struct Entry {
-    const char* path;
-    Resolved where;  // its object is null when the model has no such instance path
-    json_object* parameters;
+// A damaged or foreign file must not fill memory or log with what is wrong with it.
+constexpr size_t kMostLines = 20;
+constexpr size_t kLongestLine = 200;
+
+void noteSkipped(Skipped* skipped, const std::string& line) {
+    if (skipped == nullptr) {
+        return;
+    }
+    if (skipped->lines.size() < kMostLines) {
+        skipped->lines.push_back(line.substr(0, kLongestLine));
+    } else {
+        ++skipped->more;
+    }
+}
+
+bool isObject(std::string_view text) {
+    Members members(text);
+    std::string name;
+    std::string_view value;
+    while (members.next(&name, &value)) {
+    }
+    return members.isWhole();
+}
+
+struct File {
+    std::string_view objects;
+    bool isModel = false;
 };
 
-// The file's objects, parents before what is below them.
-std::vector<Entry> entriesOf(json_object* objects) {
-    std::vector<Entry> entries;
-    json_object_object_foreach(objects, path, parameters) {
-        std::optional<Resolved> where = model::resolve(path);
-        if (!where || !where->rest.empty()) {
-            where = Resolved{};
+File openFile(std::string_view text) {
+    File file;
+    Members members(text);
+    std::string name;
+    std::string_view value;
+    bool hasVersion = false;
+    while (members.next(&name, &value)) {
+        if (name == "objects") {
+            file.objects = value;
+        } else if (name == "version") {
+            const JsonPtr version = parseScalar(value);
+            hasVersion =
+                json_object_is_type(version.get(), json_type_int) && json_object_get_int64(version.get()) == kVersion;
         }
-        entries.push_back({path, *where, parameters});
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const Entry& left, const Entry& right) {
-        return left.where.iid.level < right.where.iid.level;
-    });
-    return entries;
+    file.isModel = members.isWhole() && hasVersion && isObject(file.objects);
+    return file;
 }
 
 }  // namespace
@@ -83,58 +110,73 @@ JsonPtr Store::toJson() const {
     return whole;
 }
 
-// Puts one entry of a file into a model that is being loaded. What it cannot take gets a line in `refused`.
-int Store::loadRecord(const Resolved& where, json_object* parameters, std::vector<std::string>* refused) {
-    std::string why;
-    if (where.object == nullptr) {
-        refused->push_back("the model has no such object");
-        return VCFG_OK;
-    }
-    const int made = where.object->isTable ? create(where.object->oid, where.iid, &why) : VCFG_OK;
-    if (made == VCFG_ERR_FAIL) {
-        return made;
-    }
-    const Found found = locate(where.object->oid, where.iid);
-    if (made != VCFG_OK || found.record == nullptr || !json_object_is_type(parameters, json_type_object)) {
-        refused->push_back(!why.empty() ? why : found.record ? "takes a JSON object" : "no such parent instance");
-        return VCFG_OK;
-    }
-    json_object_object_foreach(parameters, name, value) {
-        const Parameter* parameter = find(*where.object, name);
-        if (parameter == nullptr) {
-            refused->push_back(std::string("no such parameter: ") + name);
-        } else if (parameter->countedOid == RDM_OID_NONE && !setJson(*parameter, found.record, value, &why)) {
-            refused->push_back(why);
+// The objects that the model has, parents before what is below them. False when one that it has not is refused.
+bool Store::findEntries(std::string_view objects, std::vector<Entry>* entries, const Refuse& refused) {
+    Members members(objects);
+    std::string name;
+    std::string_view parameters;
+    while (members.next(&name, &parameters)) {
+        const std::optional<Resolved> where = model::resolve(name);
+        if (where && where->rest.empty()) {
+            entries->push_back({where->object, where->iid, parameters});
+        } else if (!refused(name, "the model has no such object")) {
+            return false;
         }
     }
-    return VCFG_OK;
+    std::stable_sort(entries->begin(), entries->end(),
+                     [](const Entry& left, const Entry& right) { return left.iid.level < right.iid.level; });
+    return true;
 }
 
-int Store::fromJson(json_object* json, Unknown unknown, std::vector<std::string>* skipped, std::string* why) {
+// Puts one entry of a file into a model that is being loaded.
+bool Store::loadEntry(const Entry& entry, const Refuse& refused) {
+    const std::string at = path(*entry.object, entry.iid);
+    std::string why;
+    const int made = entry.object->isTable ? create(entry.object->oid, entry.iid, &why) : VCFG_OK;
+    if (made == VCFG_ERR_FAIL) {
+        throw std::bad_alloc();
+    }
+    const Found found = locate(entry.object->oid, entry.iid);
+    if (made != VCFG_OK || found.record == nullptr) {
+        return refused(at, !why.empty() ? why : "no such parent instance");
+    }
+    Members members(entry.parameters);
+    std::string name;
+    std::string_view text;
+    bool goesOn = true;
+    while (goesOn && members.next(&name, &text)) {
+        const Parameter* parameter = find(*entry.object, name);
+        if (parameter == nullptr) {
+            goesOn = refused(at, "no such parameter: " + name);
+        } else if (parameter->countedOid == RDM_OID_NONE &&
+                   !setJson(*parameter, found.record, parseScalar(text).get(), &why)) {
+            goesOn = refused(at, why);
+        }
+    }
+    return goesOn && (members.isWhole() || refused(at, "takes a JSON object"));
+}
+
+int Store::fromText(std::string_view text, Unknown unknown, Skipped* skipped, std::string* why) {
     return guarded([&] {
-        json_object* version = nullptr;
-        json_object* objects = nullptr;
-        json_object_object_get_ex(json, "version", &version);
-        json_object_object_get_ex(json, "objects", &objects);
-        if (!json_object_is_type(version, json_type_int) || json_object_get_int64(version) != kVersion ||
-            !json_object_is_type(objects, json_type_object)) {
+        const File file = openFile(text);
+        if (!file.isModel) {
             return refuse(why, "takes a model file of version " + std::to_string(kVersion));
         }
+        const Refuse refused = [&](const std::string& at, const std::string& reason) {
+            if (unknown == Unknown::Refuse) {
+                return refuse(why, at + ": " + reason) == VCFG_OK;
+            }
+            noteSkipped(skipped, at + ": " + reason);
+            return true;
+        };
         Store fresh;
-        for (const Entry& entry : entriesOf(objects)) {
-            std::vector<std::string> refused;
-            if (fresh.loadRecord(entry.where, entry.parameters, &refused) != VCFG_OK) {
-                return static_cast<int>(VCFG_ERR_FAIL);
-            }
-            for (const std::string& reason : refused) {
-                const std::string line = std::string(entry.path) + ": " + reason;
-                if (unknown == Unknown::Refuse) {
-                    return refuse(why, line);
-                }
-                if (skipped != nullptr) {
-                    skipped->push_back(line);
-                }
-            }
+        std::vector<Entry> entries;
+        bool good = findEntries(file.objects, &entries, refused);
+        for (size_t each = 0; good && each < entries.size(); ++each) {
+            good = fresh.loadEntry(entries[each], refused);
+        }
+        if (!good) {
+            return static_cast<int>(VCFG_ERR_INVALID);
         }
         tables_.swap(fresh.tables_);
         ++revision_;

@@ -16,9 +16,10 @@ namespace vcfg::vcmd {
 namespace {
 
 constexpr size_t kMaxOutput = 65536;
-constexpr size_t kMaxComplaint = 200;
-// A hook that complains without end must not keep vcmd from everything else.
-constexpr unsigned kMostComplaintsAtOnce = 16;
+// A hook that complains without end must not keep vcmd from everything else; of one that has ended, all is read that
+// the kernel may have kept.
+constexpr unsigned kMostPiecesAtOnce = 16;
+constexpr unsigned kMostPiecesAtEnd = 4096;
 constexpr int kCannotExecute = 126;
 
 // The input as a file: the hook may read it when and as far as it likes, and nobody has to feed it.
@@ -91,8 +92,9 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    signal(SIGPIPE, SIG_DFL);
-    signal(SIGINT, SIG_DFL);
+    for (const int handled : {SIGPIPE, SIGINT, SIGUSR1, SIGUSR2}) {
+        signal(handled, SIG_DFL);
+    }
     if (dup2(input, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0 || dup2(complaints, STDERR_FILENO) < 0 ||
         chdir("/") != 0) {
         _exit(kCannotExecute);
@@ -113,29 +115,16 @@ bool fail(HookRun& run, const char* what) {
     return false;
 }
 
-void takeComplaint(HookRun& run, const char* bytes, size_t count) {
-    while (count > 0 && (bytes[count - 1] == '\n' || bytes[count - 1] == '\r')) {
-        --count;
-    }
-    if (count == 0) {
-        return;
-    }
-    run.complaint.assign(bytes, count < kMaxComplaint ? count : kMaxComplaint);
-    for (char& c : run.complaint) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
-            c = ' ';
-        }
-    }
-}
-
-void readComplaints(HookRun& run) {
-    char buffer[4096];
-    for (unsigned turn = 0; turn < kMostComplaintsAtOnce; ++turn) {
-        const ssize_t count = recv(run.complaints.get(), buffer, sizeof buffer, MSG_DONTWAIT);
-        if (count < 0) {
+// A piece is as large as its writer likes, so it is asked for its size first.
+void readComplaints(HookRun& run, unsigned most) {
+    for (unsigned piece = 0; piece < most; ++piece) {
+        const ssize_t size = recv(run.complaints.get(), nullptr, 0, MSG_DONTWAIT | MSG_PEEK | MSG_TRUNC);
+        if (size < 0) {
             return;
         }
-        takeComplaint(run, buffer, static_cast<size_t>(count));
+        std::string text(static_cast<size_t>(size), '\0');
+        recv(run.complaints.get(), text.data(), text.size(), MSG_DONTWAIT);
+        run.complaint.take(text);
     }
 }
 
@@ -198,7 +187,7 @@ bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
 }
 
 void tendHook(HookRun& run) {
-    readComplaints(run);
+    readComplaints(run, kMostPiecesAtOnce);
     readOutput(run);
     if (!run.failure.empty()) {
         return;
@@ -219,13 +208,13 @@ bool reapHook(HookRun& run) {
         return false;
     }
     run.pid = -1;
-    readComplaints(run);
+    readComplaints(run, kMostPiecesAtEnd);
     readOutput(run);
     if (run.failure.empty() && run.text.size() > kMaxOutput) {
         run.failure = "wrote more than " + std::to_string(kMaxOutput) + " bytes";
     }
     if (run.failure.empty() && status != 0) {
-        run.failure = describeStatus(status, run.complaint);
+        run.failure = describeStatus(status, run.complaint.line());
     }
     run.output.reset();
     run.complaints.reset();

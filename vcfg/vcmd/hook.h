@@ -8,6 +8,7 @@
 #include <string>
 
 #include "client/deadline.h"
+#include "complaint.h"
 #include "fd.h"
 
 namespace vcfg::vcmd {
@@ -24,9 +25,9 @@ struct HookRun {
     HookCall call;
     pid_t pid = -1;
     Fd output;
-    Fd complaints;          // its standard error
-    std::string text;       // of the output
-    std::string complaint;  // what it complained of last
+    Fd complaints;     // its standard error
+    std::string text;  // of the output
+    Complaint complaint;
     Deadline deadline = Deadline::never();
     std::string failure;  // why it failed; empty while nothing has
 };

@@ -30,16 +30,10 @@ void takeSignals(Vcmd& vcmd, int fd) {
 
 void lookAtRunDirectory(Vcmd& vcmd) {
     lookForDaemon(vcmd.announcer);
-    if (vcmd.server->isCurrent()) {
-        return;
+    if (vcmd.server->isSuperseded()) {
+        VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
+        vcmd.stop = true;
     }
-    if (socketFile(VCFG_EID_VCMD) == SocketFile{}) {
-        VCMD_LOG(VLOG_WARNING, "the socket of endpoint %d has been removed; it is made anew", VCFG_EID_VCMD);
-        vcmd.server->reopen();
-        return;
-    }
-    VCMD_LOG(VLOG_WARNING, "another process serves endpoint %d now; this one ends", VCFG_EID_VCMD);
-    vcmd.stop = true;
 }
 
 void tellNews(Vcmd& vcmd) {

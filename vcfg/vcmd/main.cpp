@@ -85,7 +85,10 @@ int main(int argc, char** argv) {
     }
     openStandardStreams();
     makeAbsolute(vcmd.options);
-    signal(SIGPIPE, SIG_IGN);
+    // Others tell daemons of theirs by user signals, whose pid files may have come to name this process.
+    for (const int ignored : {SIGPIPE, SIGUSR1, SIGUSR2}) {
+        signal(ignored, SIG_IGN);
+    }
     umask(077);
     Fd tell;
     if (!vcmd.options.foreground && !(tell = detach())) {

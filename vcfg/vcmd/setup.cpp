@@ -34,7 +34,7 @@ bool lockData(Vcmd& vcmd) {
     }
     const Deadline deadline = Deadline::in(kPredecessorMs);
     while (flock(vcmd.dataLock.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (!vcmd.server->isCurrent()) {
+        if (vcmd.server->isSuperseded()) {
             return fail("another vcmd has taken the endpoint over");
         }
         if (errno != EWOULDBLOCK || deadline.passed()) {
@@ -45,43 +45,67 @@ bool lockData(Vcmd& vcmd) {
     return true;
 }
 
-void logSkipped(const std::string& file, const std::vector<std::string>& skipped) {
-    for (const std::string& line : skipped) {
+void logSkipped(const std::string& file, const store::Skipped& skipped) {
+    for (const std::string& line : skipped.lines) {
         VCMD_LOG(VLOG_WARNING, "%s: skipped: %s", file.c_str(), line.c_str());
+    }
+    if (skipped.more > 0) {
+        VCMD_LOG(VLOG_WARNING, "%s: skipped: %zu more", file.c_str(), skipped.more);
     }
 }
 
 // A device must come up with a damaged file too; what is left of it is kept for whoever wants to see it.
-void setAside(const std::string& file, const std::string& why) {
-    const std::string aside = file + ".bad";
-    VCMD_LOG(VLOG_ERROR, "the model's file is kept as %s, the model starts anew: %s", aside.c_str(), why.c_str());
-    rename(file.c_str(), aside.c_str());
+void startAnew(const std::string& file, const std::string& why) {
+    const bool kept = store::setAside(file);
+    VCMD_LOG(VLOG_ERROR, "the model's file %s %s.bad, the model starts anew: %s", kept ? "is kept as" : "cannot become",
+             file.c_str(), why.c_str());
+}
+
+// False when there is nothing to load.
+bool loadFile(Vcmd& vcmd, const std::string& file, int* code, std::string* why) {
+    store::Skipped skipped;
+    *code = store::load(file, &vcmd.store, &skipped, why);
+    logSkipped(file, skipped);
+    return *code == VCFG_OK;
+}
+
+// The model's file was damaged and so are the defaults: a device without values is still better than none.
+void loadDefaults(Vcmd& vcmd) {
+    int code = VCFG_OK;
+    std::string why;
+    if (!vcmd.options.defaults.empty() && !loadFile(vcmd, vcmd.options.defaults, &code, &why)) {
+        VCMD_LOG(VLOG_ERROR, "the defaults cannot be loaded, the model starts empty: %s", why.c_str());
+    }
 }
 
 bool loadModel(Vcmd& vcmd) {
-    vcmd.file = vcmd.options.dataDir + "/vcfg_config.json";
-    std::vector<std::string> skipped;
+    int code = VCFG_OK;
     std::string why;
-    int code = store::load(vcmd.file, &vcmd.store, &skipped, &why);
+    const bool loaded = loadFile(vcmd, vcmd.file, &code, &why);
     if (code == VCFG_ERR_FAIL) {
         return fail(why);
     }
     if (code == VCFG_ERR_INVALID) {
-        setAside(vcmd.file, why);
+        startAnew(vcmd.file, why);
     }
-    const bool anew = code != VCFG_OK;
-    if (anew && !vcmd.options.defaults.empty()) {
-        code = store::load(vcmd.options.defaults, &vcmd.store, &skipped, &why);
-        if (code != VCFG_OK) {
-            return fail("the defaults cannot be loaded: " + why);
-        }
+    if (!loaded) {
+        loadDefaults(vcmd);
     }
-    logSkipped(anew ? vcmd.options.defaults : vcmd.file, skipped);
-    vcmd.savedRevision = anew ? vcmd.store.revision() - 1 : vcmd.store.revision();
+    vcmd.savedRevision = loaded ? vcmd.store.revision() : vcmd.store.revision() - 1;
     if (!saveModel(vcmd, &why)) {
         VCMD_LOG(VLOG_ERROR, "the model cannot be saved: %s", why.c_str());
     }
     return true;
+}
+
+// Looked at before the endpoint is taken, so that a wrong command line does not end the process that serves it.
+bool checkDefaults(const Vcmd& vcmd) {
+    struct stat status {};
+    store::Store unused;
+    std::string why;
+    return vcmd.options.defaults.empty() || lstat(vcmd.file.c_str(), &status) == 0 ||
+           store::load(vcmd.options.defaults, &unused, nullptr, &why) == VCFG_OK ||
+           fail("the defaults cannot be loaded: " + why);
 }
 
 // The run directory is watched before the endpoint is opened, so that no successor goes unseen.
@@ -104,7 +128,8 @@ bool openEndpoint(Vcmd& vcmd) {
 }  // namespace
 
 bool setUp(Vcmd& vcmd) {
-    if (!openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
+    vcmd.file = vcmd.options.dataDir + "/vcfg_config.json";
+    if (!checkDefaults(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
         return false;
     }
     vcmd.hooks.directory = vcmd.options.hookDir;

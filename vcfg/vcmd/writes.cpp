@@ -4,49 +4,13 @@
 #include <cstring>
 
 #include "client/fe_wire.h"
-#include "requests.h"
-#include "vlog.h"
+#include "manageable_device.h"
+#include "writes.h"
 
 namespace vcfg::vcmd {
 namespace {
 
-using Bytes = std::vector<std::byte>;
-
-struct Written {
-    const model::Object* object;
-    objIndex iid;
-    Bytes before;
-};
-
 enum class Apply { None, Later, Wait };
-
-Bytes copy(const model::Object& object, const void* record) {
-    const auto* start = static_cast<const std::byte*>(record);
-    return Bytes(start, start + object.size);
-}
-
-Bytes stored(const Vcmd& vcmd, const model::Object& object, const objIndex& iid) {
-    const void* record = nullptr;
-    return vcmd.store.get(object.oid, iid, &record) == VCFG_OK ? copy(object, record) : Bytes();
-}
-
-std::string hookInput(const model::Object& object, const void* record, const void* previous) {
-    const store::JsonPtr json = store::recordJson(object, record);
-    json_object* before =
-        previous != nullptr ? store::recordJson(object, previous).release() : json_object_new_object();
-    json_object_object_add(json.get(), "previous", before);
-    return json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PLAIN);
-}
-
-void reportApply(const HookRun& run) {
-    if (!run.failure.empty()) {
-        VCMD_LOG(VLOG_ERROR, "%s", hookFailure(run).c_str());
-    }
-}
-
-HookJob applyJob(std::string program, const char* action, const std::string& path, std::string input) {
-    return {HookKind::Apply, {std::move(program), action, path, std::move(input), false}, reportApply};
-}
 
 // Lets the hook's end answer the request.
 void answerWhenApplied(Vcmd& vcmd, Staged& staged, HookJob& job) {
@@ -70,6 +34,26 @@ void answerWhenApplied(Vcmd& vcmd, Staged& staged, HookJob& job) {
     };
 }
 
+void applyLater(Vcmd& vcmd, Staged& staged, Apply apply, std::vector<HookJob> jobs) {
+    staged.jobs = std::move(jobs);
+    if (apply == Apply::Wait && !staged.jobs.empty()) {
+        answerWhenApplied(vcmd, staged, staged.jobs.back());
+    }
+}
+
+// The instance goes within the write that marks it.
+void deleteMarked(Vcmd& vcmd, Staged& staged, Apply apply, const model::Object& object, Bytes before) {
+    const objIndex iid = staged.request.message->objIid;
+    staged.undo = [&vcmd, &object, iid, before = std::move(before)] {
+        vcmd.store.create(object.oid, iid, nullptr);
+        vcmd.store.set(object.oid, iid, before, nullptr);
+    };
+    if (apply != Apply::None) {
+        applyLater(vcmd, staged, apply, deleteJobs(vcmd, object, iid));
+    }
+    vcmd.store.remove(object.oid, iid, nullptr);
+}
+
 // Everything about one write of an instance's values; `change` makes it.
 void write(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor,
            const std::function<int(const model::Object&, std::string*)>& change) {
@@ -86,15 +70,15 @@ void write(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor,
     if (code != VCFG_OK) {
         return refuse(staged, code, model::path(object, iid) + ": " + why);
     }
+    const Bytes after = stored(vcmd, object, iid);
     staged.wrote = true;
     confirm(staged);
+    if (isMarkedForDeletion(object, after)) {
+        return deleteMarked(vcmd, staged, apply, object, std::move(before));
+    }
     if (!program.empty()) {
-        const Bytes after = stored(vcmd, object, iid);
-        staged.jobs.push_back(
-            applyJob(program, "set", model::path(object, iid), hookInput(object, after.data(), before.data())));
-        if (apply == Apply::Wait) {
-            answerWhenApplied(vcmd, staged, staged.jobs.back());
-        }
+        std::string input = hookInput(object, after.data(), before.data());
+        applyLater(vcmd, staged, apply, {applyJob(program, "set", model::path(object, iid), std::move(input))});
     }
     staged.undo = [&vcmd, oid, iid, before = std::move(before)] { vcmd.store.set(oid, iid, before, nullptr); };
 }
@@ -146,92 +130,6 @@ void writeJson(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     });
 }
 
-void add(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
-    const vcfg_msg_t& message = *staged.request.message;
-    const model::Object& object = *model::find(message.oid);
-    const std::string program = hookProgram(vcmd.hooks, HookKind::Apply, object);
-    if (!program.empty() && hookRoom(vcmd.hooks, HookKind::Apply) <= spokenFor) {
-        return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
-    }
-    objIndex iid = message.objIid;
-    std::string why;
-    const int code = vcmd.store.add(message.oid, &iid, &why);
-    if (code != VCFG_OK) {
-        return refuse(staged, code, std::string(object.pattern) + ": " + why);
-    }
-    staged.wrote = true;
-    staged.undo = [&vcmd, oid = message.oid, iid] { vcmd.store.remove(oid, iid, nullptr); };
-    confirm(staged, iid);
-    if (!program.empty()) {
-        staged.jobs.push_back(applyJob(program, "add", model::path(object, iid),
-                                       hookInput(object, stored(vcmd, object, iid).data(), nullptr)));
-    }
-}
-
-bool isBelow(const model::Object& object, const model::Object& above) {
-    const std::string_view pattern = object.pattern;
-    const std::string_view start = above.pattern;
-    return pattern.size() > start.size() && pattern.starts_with(start) && pattern[start.size()] == '.';
-}
-
-// The "del" hooks of one object's instances at or below `above`.
-void collectDeletes(Vcmd& vcmd, const model::Object& object, const objIndex& above, std::vector<HookJob>& jobs) {
-    const std::string program = hookProgram(vcmd.hooks, HookKind::Apply, object);
-    if (program.empty()) {
-        return;
-    }
-    const auto collect = [&](const objIndex& iid, const void* record) {
-        jobs.push_back(applyJob(program, "del", model::path(object, iid), hookInput(object, record, record)));
-    };
-    objIndex iid{};
-    const void* record = nullptr;
-    if (object.depth == above.level) {
-        if (vcmd.store.get(object.oid, above, &record) == VCFG_OK) {
-            collect(above, record);
-        }
-        return;
-    }
-    while (vcmd.store.nextChild(object.oid, above, &iid, &record) == VCFG_OK) {
-        collect(iid, record);
-    }
-}
-
-// What lies deeper goes first, as its hook may need what it lies below.
-std::vector<HookJob> deleteJobs(Vcmd& vcmd, const model::Object& object, const objIndex& iid) {
-    std::vector<HookJob> jobs;
-    for (uint8_t depth = store::kDepthMax; depth >= object.depth && depth > 0; --depth) {
-        for (const model::Object& one : model::objects()) {
-            if (one.depth == depth && isBelow(one, object)) {
-                collectDeletes(vcmd, one, iid, jobs);
-            }
-        }
-    }
-    collectDeletes(vcmd, object, iid, jobs);
-    return jobs;
-}
-
-void remove(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
-    const vcfg_msg_t& message = *staged.request.message;
-    const model::Object& object = *model::find(message.oid);
-    std::vector<HookJob> jobs;
-    if (!stored(vcmd, object, message.objIid).empty()) {
-        jobs = deleteJobs(vcmd, object, message.objIid);
-    }
-    if (!jobs.empty() && hookRoom(vcmd.hooks, HookKind::Apply) < spokenFor + jobs.size()) {
-        return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
-    }
-    const std::shared_ptr<json_object> whole(vcmd.store.toJson().release(), json_object_put);
-    std::string why;
-    const int code = vcmd.store.remove(message.oid, message.objIid, &why);
-    if (code != VCFG_OK) {
-        return refuse(staged, code, std::string(object.pattern) + ": " + why);
-    }
-    staged.wrote = true;
-    staged.undo = [&vcmd, whole] { vcmd.store.fromJson(whole.get(), store::Unknown::Refuse, nullptr, nullptr); };
-    staged.jobs = std::move(jobs);
-    confirm(staged);
-}
-
 }  // namespace
 
 bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
@@ -248,9 +146,9 @@ bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     if (!takesPayload && message.length != 0) {
         refuse(staged, VCFG_ERR_INVALID, "the request takes no payload");
     } else if (message.type == wire::kAdd) {
-        add(vcmd, staged, spokenFor);
+        addInstance(vcmd, staged, spokenFor);
     } else if (message.type == wire::kDelete) {
-        remove(vcmd, staged, spokenFor);
+        deleteInstance(vcmd, staged, spokenFor);
     } else if (message.type == wire::kWrite) {
         writeJson(vcmd, staged, spokenFor);
     } else {

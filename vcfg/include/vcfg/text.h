@@ -30,8 +30,8 @@ struct Text {
 
     static constexpr size_t capacity = N;
 
-    /* Cuts what is too long, between two characters; the rest of the field is cleared, so that equal texts are equal
-     * bytes. */
+    /* Cuts what is too long, between two characters: the model takes no part of one. The rest of the field is cleared,
+       so that equal texts are equal bytes. */
     Text& operator=(std::string_view text) {
         const size_t length = fittingSize(text, N);
         std::memmove(bytes, text.data(), length);
