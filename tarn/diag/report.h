@@ -56,9 +56,9 @@ struct ShownKey {
 #define DIAG_SHOWN_KEY(T, parameter, label)                                  \
     {                                                                        \
 #parameter, label, [](T& record, const std::string& text) -> const char* { \
-         record.parameter = text;                                                \
-         return record.parameter.c_str();                                        \
-     } \
+            record.parameter = text;                                               \
+            return record.parameter.c_str();                                       \
+        } \
     }
 
 // `show` gets the label, the text as it came and the text as it is stored.

@@ -187,7 +187,8 @@ TEST_F(WpsStart, OutcomeKeepsTheEnvelopeOfTheAnswer) {
     const std::string text = R"({"rst":0,"a":1,"msg_type":2147487676})";
     expected.length = static_cast<uint16_t>(text.size() + 1);
     ASSERT_EQ(gw.told().size(), 1u);
-    EXPECT_EQ(gw.told()[0].bytes.substr(0, VCFG_MSG_HEADER_SIZE), std::string(reinterpret_cast<const char*>(&expected), sizeof expected));
+    EXPECT_EQ(gw.told()[0].bytes.substr(0, VCFG_MSG_HEADER_SIZE),
+              std::string(reinterpret_cast<const char*>(&expected), sizeof expected));
     EXPECT_EQ(gw.told()[0].payload, text + '\0');
 }
 

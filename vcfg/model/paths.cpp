@@ -50,6 +50,11 @@ bool follow(std::string_view pattern, std::string_view* path, objIndex* iid) {
     return true;
 }
 
+// Spares most of the objects a closer look.
+bool beginsAlike(std::string_view pattern, std::string_view path) {
+    return path.substr(0, path.find('.')) == pattern.substr(0, pattern.find('.'));
+}
+
 }  // namespace
 
 std::string path(const Object& object, const objIndex& iid) {
@@ -69,8 +74,8 @@ std::optional<Resolved> resolve(std::string_view path) {
     std::optional<Resolved> withUnknownName;
     for (const Object& object : objects()) {
         Resolved found{&object, {}, path, nullptr};
-        if (path.ends_with('.') || !follow(object.pattern, &found.rest, &found.iid) ||
-            found.rest.find('.') != path.npos) {
+        if (path.ends_with('.') || !beginsAlike(object.pattern, path) ||
+            !follow(object.pattern, &found.rest, &found.iid) || found.rest.find('.') != path.npos) {
             continue;
         }
         found.parameter = find(object, found.rest);
@@ -87,7 +92,7 @@ std::optional<ResolvedTable> resolveTable(std::string_view path) {
         path.remove_suffix(1);
     }
     for (const Object& object : objects()) {
-        if (!object.isTable) {
+        if (!object.isTable || !beginsAlike(object.pattern, path)) {
             continue;
         }
         std::string_view table = object.pattern;

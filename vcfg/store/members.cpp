@@ -44,6 +44,18 @@ size_t nestedLength(std::string_view text) {
     return 0;
 }
 
+bool unquote(std::string_view quoted, std::string* text) {
+    if (quoted.size() >= 2 && quoted.find('\\') == quoted.npos) {
+        *text = quoted.substr(1, quoted.size() - 2);
+        return true;
+    }
+    const JsonPtr json = parseScalar(quoted);
+    if (json != nullptr) {
+        text->assign(json_object_get_string(json.get()), static_cast<size_t>(json_object_get_string_len(json.get())));
+    }
+    return json != nullptr;
+}
+
 }  // namespace
 
 Members::Members(std::string_view object) : rest_(object) {
@@ -69,12 +81,9 @@ bool Members::next(std::string* name, std::string_view* value) {
         return false;
     }
     first_ = false;
-    const JsonPtr text = parseScalar(takeValue());
-    *name = text ? std::string(json_object_get_string(text.get()),
-                               static_cast<size_t>(json_object_get_string_len(text.get())))
-                 : "";
-    *value = take(':') ? takeValue() : std::string_view();
-    open_ = text != nullptr && !value->empty();
+    open_ = unquote(takeValue(), name);
+    *value = open_ && take(':') ? takeValue() : std::string_view();
+    open_ = !value->empty();
     return open_;
 }
 

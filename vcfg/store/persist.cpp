@@ -142,14 +142,9 @@ bool setAside(const std::string& file) {
 
 int save(const std::string& file, const Store& store, std::string* why) {
     return guarded([&] {
-        const JsonPtr json = store.toJson();
-        const char* text =
-            json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE);
-        if (text == nullptr) {
-            throw std::bad_alloc();
-        }
+        const std::string text = store.toText();
         const std::string temporary = file + ".new";
-        if (strlen(text) > kLargestFile) {
+        if (text.size() > kLargestFile) {
             errno = EFBIG;
             return failed(why, file);
         }

@@ -95,7 +95,8 @@ class Store {
     // The whole model: {"version":1,"objects":{"IP.Interface.1":{"Enable":true}}}. Every instance is named; of the
     // parameters only those that differ from a new instance's, and none that are counted. Throws std::bad_alloc.
     JsonPtr toJson() const;
-    // Replaces the whole model by what the text of toJson says, or nothing. `skipped` (may be null) tells what was
+    std::string toText() const;
+    // Replaces the whole model by what such a text says, or nothing. `skipped` (may be null) tells what was
     // skipped. Tells the watcher nothing.
     int fromText(std::string_view text, Unknown unknown, Skipped* skipped, std::string* why);
 

@@ -110,6 +110,13 @@ JsonPtr Store::toJson() const {
     return whole;
 }
 
+std::string Store::toText() const {
+    const JsonPtr json = toJson();
+    const char* text =
+        json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE);
+    return text != nullptr ? text : throw std::bad_alloc();
+}
+
 // The objects that the model has, parents before what is below them. False when one that it has not is refused.
 bool Store::findEntries(std::string_view objects, std::vector<Entry>* entries, const Refuse& refused) {
     Members members(objects);

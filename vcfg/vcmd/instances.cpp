@@ -80,8 +80,7 @@ void deleteInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     if (!jobs.empty() && hookRoom(vcmd.hooks, HookKind::Apply) < spokenFor + jobs.size()) {
         return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
     }
-    const store::JsonPtr json = vcmd.store.toJson();
-    const std::string whole = json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PLAIN);
+    const std::string whole = vcmd.store.toText();
     std::string why;
     const int code = vcmd.store.remove(message.oid, message.objIid, &why);
     if (code != VCFG_OK) {
