@@ -8,10 +8,11 @@ using inproc::Operation;
 
 constexpr const char* kObject = "DNS.Diagnostics.NSLookupDiagnostics";
 constexpr const char* kResultTable = "DNS.Diagnostics.NSLookupDiagnostics.Result.{i}";
-constexpr const char* kTwoResults = R"({"DiagnosticsState":"Complete","SuccessCount":1,
-    "0":{"Status":"Success","HostNameReturned":"www.example","IPAddresses":"192.0.2.80,192.0.2.81",
-         "DNSServerIP":"192.0.2.53","ResponseTime":14},
-    "1":{"Status":"Error_Timeout","DNSServerIP":"192.0.2.54"}})";
+constexpr const char* kTwoResults =
+    R"({"DiagnosticsState":"Complete","SuccessCount":1,)"
+    R"("0":{"Status":"Success","HostNameReturned":"www.example","IPAddresses":"192.0.2.80,192.0.2.81",)"
+    R"("DNSServerIP":"192.0.2.53","ResponseTime":14},)"
+    R"("1":{"Status":"Error_Timeout","DNSServerIP":"192.0.2.54"}})";
 
 class NameLookupResult : public testing::Test {
   protected:
