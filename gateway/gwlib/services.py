@@ -90,7 +90,7 @@ def stop(state, name):
     numbers = running(state, PROGRAMS[name])
     if not numbers:
         raise GatewayError(f"{name} does not run")
-    inside.must(state, "kill", "-KILL" if name != "dhcpc" else "-TERM", *(inside_number(number) for number in numbers))
+    inside.run(state, "kill", "-KILL" if name != "dhcpc" else "-TERM", *(inside_number(number) for number in numbers))
     if not until(lambda: not running(state, PROGRAMS[name]), READY_SECONDS):
         raise GatewayError(f"{name} does not end")
 

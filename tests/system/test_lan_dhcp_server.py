@@ -161,7 +161,7 @@ def test_disabled_pool_is_not_served(home):
 def test_option_of_a_pool_reaches_the_client(home, host):
     path = home.inside("vcfgctl", "add", f"{POOL}.Option.").strip()
     home.inside("vcfgctl", "set", f"{path}.Enable=true", f"{path}.Tag=3", f"{path}.Value=c0a80109", f"{POOL}.IPRouters=")
-    eventually(lambda: "c0:a8:01:09" in home.inside("cat", "/run/tarn/dhcp-server.options"))
+    eventually(lambda: "3,192.168.1.9\n" in home.inside("cat", "/run/tarn/dhcp-server.options"))
     host("routed")
     eventually(lambda: "default via 192.168.1.9" in on(home, "routed", "ip", "route"))
     home.inside("vcfgctl", "del", path)

@@ -30,7 +30,7 @@ unsigned portNumber(const std::string& bridge, const ether_addr& mac) {
     __fdb_entry entry{};
     while (table && fread(&entry, sizeof entry, 1, table.get()) == 1) {
         if (memcmp(entry.mac_addr, mac.ether_addr_octet, sizeof entry.mac_addr) == 0 && entry.is_local == 0) {
-            return entry.port_no + (entry.port_hi << 8U);
+            return entry.port_no + (unsigned{entry.port_hi} << 8U);
         }
     }
     return 0;
