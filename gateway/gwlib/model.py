@@ -59,6 +59,12 @@ def apply_configured(state):
     route boots all the same."""
     for form, pattern, origin in CONFIGURED:
         _apply(state, form, pattern, lambda record, origin=origin: record.get(origin, "Static") == "Static")
+    serve_lan(state)
+
+
+def serve_lan(state):
+    """Starts the LAN's DHCP server, if the configuration has one."""
+    _apply(state, r"DHCPv4\.Server", "DHCPv4.Server", lambda record: True)
 
 
 def _apply(state, form, pattern, wanted):

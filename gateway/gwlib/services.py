@@ -3,7 +3,7 @@ import os
 import pathlib
 import re
 
-from . import inside, ports
+from . import inside, model, ports
 from .errors import GatewayError
 from .state import inside_number, processes
 from .waiting import until
@@ -75,9 +75,9 @@ def start_linkd(state):
 
 
 STARTERS = {"logd": start_logd, "vcmd": start_vcmd, "linesim": start_linesim, "linkd": start_linkd, "tarn": start_tarn,
-            "dhcpc": start_dhcpc}
+            "dhcpc": start_dhcpc, "dhcpd": model.serve_lan}
 PROGRAMS = {"logd": "gw-logd", "vcmd": "vcmd", "linesim": "gw-linesim", "linkd": "port-linkd", "tarn": "tarn",
-            "dhcpc": "udhcpc"}
+            "dhcpc": "udhcpc", "dhcpd": "dnsmasq"}
 
 
 def start(state, name):
@@ -90,7 +90,7 @@ def stop(state, name):
     numbers = running(state, PROGRAMS[name])
     if not numbers:
         raise GatewayError(f"{name} does not run")
-    inside.must(state, "kill", "-KILL" if name != "dhcpc" else "-TERM", *(inside_number(number) for number in numbers))
+    inside.run(state, "kill", "-KILL" if name != "dhcpc" else "-TERM", *(inside_number(number) for number in numbers))
     if not until(lambda: not running(state, PROGRAMS[name]), READY_SECONDS):
         raise GatewayError(f"{name} does not end")
 

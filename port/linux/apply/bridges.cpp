@@ -7,6 +7,7 @@
 #include "bridge_model.h"
 #include "hooks.h"
 #include "network.h"
+#include "words.h"
 
 namespace {
 

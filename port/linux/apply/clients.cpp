@@ -3,44 +3,19 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <cstdio>
-#include <memory>
 
+#include "files.h"
 #include "network.h"
 #include "process.h"
 
 namespace {
-
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
-
-std::string content(const std::string& path) {
-    const File file(fopen(path.c_str(), "re"));
-    std::string text;
-    char piece[4096];
-    for (size_t got = 0; file && (got = fread(piece, 1, sizeof piece, file.get())) > 0;) {
-        text.append(piece, got);
-    }
-    return text;
-}
-
-bool write(const std::string& path, const std::string& text) {
-    const File file(fopen(path.c_str(), "we"));
-    const bool done = file && fwrite(text.data(), 1, text.size(), file.get()) == text.size() && fflush(file.get()) == 0;
-    if (!done) {
-        perror(("port-apply: " + path).c_str());
-    }
-    return done;
-}
 
 std::string configurationFile(const std::string& device) {
     return clientFile("dhcpcd-" + device + ".conf");
 }
 
 std::string hardwareAddress(const std::string& device) {
-    const std::string text = content("/sys/class/net/" + device + "/address");
+    const std::string text = readFile("/sys/class/net/" + device + "/address");
     return text.substr(0, text.find('\n'));
 }
 
@@ -80,7 +55,7 @@ std::string kernelSwitch(const std::string& device, const char* name) {
 // Changing it, even to what it is, makes the kernel forget the routes that it has learnt.
 bool forwardIpv6() {
     const std::string forwarding = kernelSwitch("all", "forwarding");
-    return content(forwarding) == "1\n" || write(forwarding, "1\n");
+    return readFile(forwarding) == "1\n" || writeFile(forwarding, "1\n");
 }
 
 }  // namespace
@@ -106,14 +81,14 @@ std::string dhcpv6PidFile(const std::string& device) {
 
 bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) {
     const std::string wanted = configuration(device, wants);
-    if (isStarted("dhcpv6", device) && content(configurationFile(device)) == wanted) {
+    if (isStarted("dhcpv6", device) && readFile(configurationFile(device)) == wanted) {
         if (renew) {
             signalProcess(dhcpv6PidFile(device), SIGUSR1);
         }
         return true;
     }
     releaseDhcpv6(device);  // a kept lease would be asked for again as it was
-    return write(configurationFile(device), wanted) && startClient("dhcpv6", device);
+    return writeFile(configurationFile(device), wanted) && startClient("dhcpv6", device);
 }
 
 void releaseDhcpv6(const std::string& device) {
@@ -121,12 +96,12 @@ void releaseDhcpv6(const std::string& device) {
 }
 
 bool acceptAdvertisements(const std::string& device) {
-    return forwardIpv6() && write(kernelSwitch(device, "accept_ra"), "2\n") &&  // although it forwards
+    return forwardIpv6() && writeFile(kernelSwitch(device, "accept_ra"), "2\n") &&  // although it forwards
            (isStarted("ra", device) || startClient("ra", device));
 }
 
 void refuseAdvertisements(const std::string& device) {
     endProcess(startedPidFile("ra", device), SIGTERM);
-    write(kernelSwitch(device, "accept_ra"), "0\n");
+    writeFile(kernelSwitch(device, "accept_ra"), "0\n");
     ipQuietly({"-6", "route", "flush", "dev", device, "proto", "ra"});
 }

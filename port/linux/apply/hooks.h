@@ -16,6 +16,8 @@ bool applyIpv6Prefix(const Change& change);
 bool applyRouteInformation(const Change& change);
 bool applyDhcpv6Client(const Change& change);
 bool applyPppInterface(const Change& change);
+// DHCPv4.Server, its pools, their static addresses and options.
+bool applyDhcpServer(const Change& change);
 // Bridging.Bridge, its ports, Bridging.Filter.
 bool applyBridging(const Change& change);
 

@@ -2,6 +2,7 @@
 #include "model.h"
 #include "network.h"
 #include "stored.h"
+#include "words.h"
 
 #include <arpa/inet.h>
 

@@ -1,7 +1,7 @@
 #include "model.h"
 
-#include "network.h"
 #include "stored.h"
+#include "words.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "clients.h"
 #include "hooks.h"
-#include "network.h"
 #include "process.h"
 #include "stored.h"
+#include "words.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

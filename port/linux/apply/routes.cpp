@@ -1,6 +1,7 @@
 #include "hooks.h"
 #include "model.h"
 #include "network.h"
+#include "words.h"
 
 namespace {
 

@@ -1,8 +1,9 @@
-// Hook of the clients that bring the gateway its connections: turns an event of theirs into the message that the
-// monitor daemon takes. With --print it writes the payload to standard output instead.
+// Hook of the clients that bring the gateway its connections, and of its LAN's DHCP server: turns an event of theirs
+// into the message that the monitor daemon takes. With --print it writes the payload to standard output instead.
 //
 //   port-event udhcpc EVENT      the lease is in the environment
 //   port-event dhcpcd            so are the reason, the address and the prefix
+//   port-event dnsmasq ACTION MAC ADDRESS ...   a lease of the LAN; what the client announced is in the environment
 //   port-event pppd SCRIPT ...   one of pppd's scripts, with the arguments that pppd gives it
 #include <vcfg/vcfg.h>
 
@@ -16,35 +17,21 @@
 #include "dhcpv6.h"
 #include "environment.h"
 #include "lease.h"
+#include "lease_event.h"
 #include "ppp.h"
+#include "stored.h"
 
 namespace {
-
-struct Free {
-    void operator()(void* memory) const { free(memory); }
-};
-template <class Object>
-using Record = std::unique_ptr<Object, Free>;
-
-template <class Object>
-Record<Object> next(int result, void* record) {
-    return Record<Object>(result == VCFG_OK ? static_cast<Object*>(record) : nullptr);
-}
 
 // The client instance that this process serves, by its pid file; level 0 when there is none.
 objIndex clientOf(const std::string& pidFile) {
     objIndex iid{};
-    while (true) {
-        void* found = nullptr;
-        const auto client =
-            next<Dhcpv4Client>(vcfgFeObjStructGetNextWithoutUpdate(RDM_OID_DHCPV4_CLIENT, &iid, &found), found);
-        if (client == nullptr) {
-            return {};
-        }
+    while (const auto client = next<Dhcpv4Client>(iid)) {
         if (client->X_VORAN_PidFile == pidFile) {
             return iid;
         }
     }
+    return {};
 }
 
 // The options whose values the client instance keeps, by the names that it gives them.
@@ -56,8 +43,9 @@ std::vector<WantedOption> wantedOptions(const objIndex& client) {
     objIndex iid{};
     while (true) {
         void* found = nullptr;
-        const auto option = next<Dhcpv4ClientReqOption>(
-            vcfgFeSubInStructGetNext(RDM_OID_DHCPV4_CLIENT_REQ_OPT, &client, &iid, &found), found);
+        const int result = vcfgFeSubInStructGetNext(RDM_OID_DHCPV4_CLIENT_REQ_OPT, &client, &iid, &found);
+        const Stored<Dhcpv4ClientReqOption> option(result == VCFG_OK ? static_cast<Dhcpv4ClientReqOption*>(found)
+                                                                     : nullptr);
         if (option == nullptr) {
             return wanted;
         }
@@ -83,6 +71,14 @@ Events leaseEvents(const std::vector<std::string>& arguments) {
              leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))))}};
 }
 
+Events lanEvents(const std::vector<std::string>& arguments) {
+    Events events;
+    for (const std::string& payload : lanLeasePayloads(arguments[0], arguments[1], arguments[2])) {
+        events.push_back({VCFG_MSG_DHCPD_OPTION, payload});
+    }
+    return events;
+}
+
 Events dhcpv6Events(const std::vector<std::string>&) {
     const auto payload = dhcpv6Payload(variable("reason"));
     return payload ? Events{{VCFG_MSG_DHCP6C, *payload}} : Events{};
@@ -105,7 +101,8 @@ struct Client {
     size_t arguments;
     Events (*events)(const std::vector<std::string>&);
 };
-constexpr Client kClients[] = {{"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 6, pppEvents}};
+constexpr Client kClients[] = {
+    {"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 6, pppEvents}, {"dnsmasq", 3, lanEvents}};
 
 bool report(const Events& events, bool print) {
     bool done = true;
@@ -134,6 +131,7 @@ int main(int count, char** arguments) {
     fprintf(stderr,
             "usage: port-event [--print] udhcpc EVENT\n"
             "       port-event [--print] dhcpcd\n"
+            "       port-event [--print] dnsmasq ACTION MAC ADDRESS [NAME]\n"
             "       port-event [--print] pppd SCRIPT DEVICE TERMINAL SPEED LOCAL REMOTE [PARAMETER]\n");
     return 2;
 }

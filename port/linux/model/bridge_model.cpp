@@ -1,7 +1,7 @@
 #include "bridge_model.h"
 
-#include "network.h"
 #include "stored.h"
+#include "words.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ std::map<std::string, int> filtered() {
     objIndex iid{};
     while (const auto filter = next<BridgeFilter>(iid)) {
         const int bridge = numberIn(filter->Bridge.c_str(), "Bridging.Bridge.");
-        if (filter->Enable != 0 && bridge != 0) {
+        if (filter->Enable != 0 && bridge != 0 && filter->SourceMACFromVendorClassIDFilter.empty()) {
             found.emplace(filter->Interface.c_str(), bridge);  // the first one counts
         }
     }
