@@ -48,9 +48,13 @@ class Setup(Links):
     def answers(self, message_type, *words):
         wireless.answer(self.state, message_type, words)
 
+    def received(self):
+        """The wireless daemon's requests with all their bytes."""
+        return wireless.received(self.state)
+
     def asked(self):
         """(type, payload) of what the wireless daemon was asked."""
-        return [(message["type"], message["payload"]) for message in wireless.received(self.state)]
+        return [(message["type"], message["payload"]) for message in self.received()]
 
     def ask(self, message, sender, **keys):
         """One application's request, handled."""
