@@ -23,8 +23,10 @@ def booted(tmp_path_factory):
 
 @pytest.fixture
 def gateway(booted):
-    yield booted
+    """Idle, with nothing said of any access point."""
     booted.ends()
+    booted.set("WiFi.AccessPoint.1.WPS.X_VORAN_WPSRunningStatus=", "WiFi.AccessPoint.5.WPS.X_VORAN_WPSRunningStatus=")
+    return booted
 
 
 @pytest.fixture
