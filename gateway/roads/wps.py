@@ -32,9 +32,8 @@ class SetupRoad(Road):
     """Shows the daemon's side of the session, and the access point."""
 
     def _of_log(self, line):
-        described = super()._of_log(line)
         shown = line["channel"] == "stdout" and line["text"].startswith(WORTH_SHOWING)
-        return described if described and (described[0] == "in" or shown) else None
+        return super()._of_log(line) if shown or line["channel"] == "vlog" and line["level"] >= 7 else None
 
     def _of_model(self, line):
         return super()._of_model(line) if line["path"].startswith(ACCESS_POINT) else None
