@@ -3,7 +3,7 @@ import argparse
 import json
 import sys
 
-from . import boot, cli_isp6, cli_lan, hunt, inside, isp, logs, model, net, services
+from . import boot, cli_isp6, cli_lan, cli_wireless, hunt, inside, isp, logs, model, net, services
 from .errors import DONE, GatewayError
 from .state import State
 from .waiting import until
@@ -182,6 +182,7 @@ def parser():
     new.add_argument("--option", action="append", metavar="LINE", help="any other option, as dnsmasq's optsfile takes it")
     new.add_argument("--renumber", metavar="ADDRESS", help="grant the next renewal with this address")
     cli_isp6.add_verbs(verb)
+    cli_wireless.add_verbs(verb)
     cli_lan.add_verbs(verb)
     return top
 

@@ -18,6 +18,8 @@ RECEIVED = {
     221: "from the advertisement listener: a router has advertised itself",
     1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
     1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
+    4027: "from the timer: the next poll of the protected setup",
+    4028: "a requester asks to start a protected setup", 4029: "a requester asks to stop the protected setup",
 }
 WAN, BRIDGE = "eth0.5", "br0"  # devices of the default configuration
 MESSAGE = re.compile(r"process msg type = (\d+) ")

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <cstring>
+#include <new>
 
 #include "core/descriptor.h"
 #include "core/json.h"
@@ -24,13 +25,19 @@ int32_t transmit(int connection, const vcfg_msg_t* request, size_t size) {
     return kHandedOver;
 }
 
-int32_t sendRequest(const Json& request) {
-    const std::string text = request.toText();
-    if (text.empty()) {
-        VLOG(VLOG_ERROR, "fail to json_object_to_json_string()");
+// Sends the request that `gather` puts together.
+template <class Gather>
+int32_t sendRequest(const Gather& gather) {
+    const char* step = "fail to json_object_new_object()";
+    try {
+        Json request = Json::object();
+        gather(request);
+        step = "fail to json_object_to_json_string()";
+        return sendMsgTarnTmTask(request.toText().c_str());
+    } catch (const std::bad_alloc&) {
+        VLOG(VLOG_ERROR, "%s", step);
         return kFailed;
     }
-    return sendMsgTarnTmTask(text.c_str());
 }
 
 Json newTask(const char* name, int32_t exprTime, int32_t msg_type, const char* msgParmData) {
@@ -71,26 +78,15 @@ int32_t tarnApplyAddObjectTmTask(const char* name, int32_t exprTime, int32_t msg
     if (name == nullptr || exprTime < 0 || msg_type == 0) {
         return 0;
     }
-    Json request = Json::object();
-    if (!request.valid()) {
-        VLOG(VLOG_ERROR, "fail to json_object_new_object()");
-        return kFailed;
-    }
-    request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData));
-    return sendRequest(request);
+    return sendRequest(
+        [&](Json& request) { request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData)); });
 }
 
 int32_t tarnApplyDeleteObjectTmTask(const char* name) {
     if (name == nullptr) {
         return 0;
     }
-    Json request = Json::object();
-    if (!request.valid()) {
-        VLOG(VLOG_ERROR, "fail to json_object_new_object()");
-        return kFailed;
-    }
-    request.set("tmApplyObjDelete", name);
-    const int32_t result = sendRequest(request);
+    const int32_t result = sendRequest([&](Json& request) { request.set("tmApplyObjDelete", name); });
     VLOG(VLOG_DEBUG, "tm obj delete applied");
     return result;
 }

@@ -6,6 +6,18 @@ from ppp import WHICH
 from support import Gateway, eventually
 
 
+ORDER = {"first": 0, "last": 2}
+
+
+def pytest_configure(config):
+    config.addinivalue_line("markers", "first: begins what takes real minutes, before all other tests")
+    config.addinivalue_line("markers", "last: looks at what a first test has begun, after all other tests")
+
+
+def pytest_collection_modifyitems(items):
+    items.sort(key=lambda item: min([ORDER[mark.name] for mark in item.iter_markers() if mark.name in ORDER], default=1))
+
+
 @pytest.fixture(scope="module")
 def gateway(tmp_path_factory):
     booted = Gateway(tmp_path_factory.mktemp("gateway"))
