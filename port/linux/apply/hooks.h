@@ -16,6 +16,8 @@ bool applyIpv6Prefix(const Change& change);
 bool applyRouteInformation(const Change& change);
 bool applyDhcpv6Client(const Change& change);
 bool applyPppInterface(const Change& change);
+// Any of the diagnostics.
+bool applyDiagnostic(const Change& change);
 // Bridging.Bridge, its ports, Bridging.Filter.
 bool applyBridging(const Change& change);
 
