@@ -1,5 +1,4 @@
 // Ping, and the ATM loopbacks that count answers as it does.
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -24,7 +23,7 @@ void tell(uint32_t type, const PingOutcome& outcome) {
     Payload payload;
     payload.text("DiagnosticsState", outcome.state);
     payload.count("SuccessCount", outcome.received);
-    payload.count("FailureCount", outcome.sent - std::min(outcome.sent, outcome.received));
+    payload.count("FailureCount", outcome.sent - outcome.received);
     payload.integer("AverageResponseTime", rounded(outcome.averageMs));
     payload.integer("MinimumResponseTime", rounded(outcome.minimumMs));
     payload.integer("MaximumResponseTime", rounded(outcome.maximumMs));
@@ -39,7 +38,10 @@ PingOutcome loopback(const char* level, const std::string& device, uint32_t repe
     PingOutcome outcome;
     const int told = sscanf(finished.text.c_str(), "%u sent, %u answered, min/avg/max = %lf/%lf/%lf", &outcome.sent,
                             &outcome.received, &outcome.minimumMs, &outcome.averageMs, &outcome.maximumMs);
-    outcome.state = finished.ended && finished.status == 0 && told >= 2 ? "Complete" : "Error_Internal";
+    if (!finished.ended || finished.status != 0 || told < 2 || outcome.received > outcome.sent) {
+        return {"Error_Internal"};
+    }
+    outcome.state = "Complete";
     return outcome;
 }
 

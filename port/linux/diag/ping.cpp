@@ -9,6 +9,7 @@ namespace {
 
 constexpr double kIntervalSeconds = 0.2;
 constexpr Seconds kGrace{5};
+constexpr double kLongestMs = 1e6;
 constexpr uint32_t kLargest = 65507;  // what an IPv4 packet can carry
 
 Words command(const PingTest& test) {
@@ -27,16 +28,38 @@ Words command(const PingTest& test) {
     return words;
 }
 
+// "4 packets transmitted, 3 received, ..."
+bool takeCounts(const std::string& line, PingOutcome& outcome) {
+    unsigned sent = 0;
+    unsigned received = 0;
+    if (sscanf(line.c_str(), "%u packets transmitted, %u received", &sent, &received) != 2 || received > sent) {
+        return false;
+    }
+    outcome.sent = sent;
+    outcome.received = received;
+    return true;
+}
+
+// "rtt min/avg/max/mdev = 0.041/0.052/0.061/0.004 ms"
+void takeTimes(const std::string& line, PingOutcome& outcome) {
+    double minimum = 0;
+    double average = 0;
+    double maximum = 0;
+    if (sscanf(line.c_str(), "rtt min/avg/max/mdev = %lf/%lf/%lf", &minimum, &average, &maximum) == 3) {
+        outcome.minimumMs = std::clamp(minimum, 0.0, kLongestMs);
+        outcome.averageMs = std::clamp(average, 0.0, kLongestMs);
+        outcome.maximumMs = std::clamp(maximum, 0.0, kLongestMs);
+    }
+}
+
 PingOutcome outcomeOf(const Finished& finished) {
     PingOutcome outcome;
-    bool summed = false;
+    bool counted = false;
     for (const std::string& line : linesOf(finished.text)) {
-        summed = sscanf(line.c_str(), "%u packets transmitted, %u received", &outcome.sent, &outcome.received) == 2 ||
-                 summed;
-        sscanf(line.c_str(), "rtt min/avg/max/mdev = %lf/%lf/%lf", &outcome.minimumMs, &outcome.averageMs,
-               &outcome.maximumMs);
+        counted = takeCounts(line, outcome) || counted;
+        takeTimes(line, outcome);
     }
-    outcome.state = finished.ended && summed ? "Complete" : problemIn(finished.text);
+    outcome.state = finished.ended && counted ? "Complete" : problemIn(finished.text);
     return outcome;
 }
 
