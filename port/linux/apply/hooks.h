@@ -18,6 +18,8 @@ bool applyDhcpv6Client(const Change& change);
 bool applyPppInterface(const Change& change);
 // DHCPv4.Server, its pools, their static addresses and options.
 bool applyDhcpServer(const Change& change);
+// Any of the diagnostics.
+bool applyDiagnostic(const Change& change);
 // Bridging.Bridge, its ports, Bridging.Filter.
 bool applyBridging(const Change& change);
 

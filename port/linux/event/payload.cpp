@@ -3,7 +3,6 @@
 #include <json-c/json.h>
 
 #include <charconv>
-#include <cstdint>
 
 void Payload::Put::operator()(json_object* object) const {
     json_object_put(object);
@@ -26,6 +25,10 @@ void Payload::integer(const char* key, int value) {
     json_object_object_add(object_.get(), key, json_object_new_int(value));
 }
 
+void Payload::count(const char* key, uint64_t value) {
+    json_object_object_add(object_.get(), key, json_object_new_uint64(value));
+}
+
 void Payload::number(const char* key, const std::string& text) {
     int64_t value = 0;
     const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -36,6 +39,18 @@ void Payload::number(const char* key, const std::string& text) {
 
 void Payload::flag(const char* key, bool value) {
     json_object_object_add(object_.get(), key, json_object_new_boolean(value));
+}
+
+void Payload::part(const char* key, const Payload& value) {
+    json_object_object_add(object_.get(), key, json_object_get(value.object_.get()));
+}
+
+void Payload::list(const char* key, const std::vector<Payload>& values) {
+    json_object* const array = json_object_new_array();
+    for (const Payload& value : values) {
+        json_object_array_add(array, json_object_get(value.object_.get()));
+    }
+    json_object_object_add(object_.get(), key, array);
 }
 
 std::string Payload::str() const {
