@@ -31,7 +31,7 @@ class Debugged(Links):
     def stop(self):
         """Returns when the thread has ended."""
         self.tell(STOP)
-        eventually(lambda: threads(self) == self.idle)
+        eventually(lambda: threads(self) == self.resting, 40)
 
     def ran(self):
         """What the fetched script has written down."""
@@ -44,7 +44,9 @@ class Debugged(Links):
 @pytest.fixture(scope="module")
 def booted(tmp_path_factory):
     booted = Debugged(tmp_path_factory.mktemp("systemlog"))
-    booted.boot(unplugged=())
+    booted.boot()
+    booted.resting = threads(booted)
+    booted.cable_in()
     booted.wait("IP.Interface.1.IPv4Address.1.Status=Enabled")
     eventually(lambda: booted.led() == "green")
     booted.set(f"DeviceInfo.SerialNumber={SERIAL}")
@@ -57,9 +59,7 @@ def gateway(booted):
     """Without a thread, and without a script that an earlier test left."""
     booted.tell(STOP)
     booted.inside("rm", "-f", SCRIPT, RAN)
-    # Link work ends by itself; what stays is the daemon's own threads.
-    eventually(lambda: threads(booted) <= 3)
-    booted.idle = threads(booted)
+    eventually(lambda: threads(booted) == booted.resting, 40)  # link work, too, ends by itself
     booted.uses()
     yield booted
     booted.stop()
@@ -94,7 +94,7 @@ def test_nothing_follows_a_stop(gateway):
 def test_stop_while_it_sleeps(gateway):
     gateway.uses(interval=60)
     mark = gateway.start()
-    assert threads(gateway) == gateway.idle + 1
+    assert threads(gateway) == gateway.resting + 1
     gateway.stop()
     assert gateway.count(STOPPED, mark) == 1
     assert gateway.fetches(mark) == []
