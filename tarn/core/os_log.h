@@ -27,6 +27,8 @@ class LogOutlet {
     enum class Outcome { Taken, Full, Broken };
     using Offer = ssize_t (*)(int descriptor, const char* bytes, size_t size);  // as send() that does not wait
 
+    // For sockets.
+    static ssize_t sendNow(int descriptor, const char* bytes, size_t size);
     // A stream may take part of a line: what is left of it goes ahead of the next one.
     Outcome write(int descriptor, const std::string& line, Offer offer);
     void forgetUnfinished() { unfinished_.clear(); }

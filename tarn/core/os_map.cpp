@@ -37,16 +37,16 @@ thread_local Mapped lookedAt{nullptr, nullptr};
 uintptr_t pageSize = 0;
 struct sigaction otherFaults;
 
-void replaceByZeros(char* from, char* to) {
-    mmap(from, static_cast<size_t>(to - from), PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+bool replaceByZeros(char* from, char* to) {
+    const auto size = static_cast<size_t>(to - from);
+    return mmap(from, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == from;
 }
 
-// Runs on the thread that faulted. A signal that is not about a mapped file goes to whoever answered it before.
+// Runs on the thread that faulted. A signal that cannot be helped here goes to whoever answered it before.
 void onBusError(int signal, siginfo_t* fault, void* /*context*/) {
     const auto address = static_cast<char*>(fault->si_addr);
-    if (address >= lookedAt.begin && address < lookedAt.end) {
-        replaceByZeros(address - reinterpret_cast<uintptr_t>(address) % pageSize, lookedAt.end);
-    } else {
+    const bool isOurs = address >= lookedAt.begin && address < lookedAt.end;
+    if (!isOurs || !replaceByZeros(address - reinterpret_cast<uintptr_t>(address) % pageSize, lookedAt.end)) {
         sigaction(signal, &otherFaults, nullptr);
         raise(signal);
     }

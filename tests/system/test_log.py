@@ -1,5 +1,5 @@
 """The log collector: three channels, one order."""
-from support import SHELL_COMMAND
+from support import LEASE_BOUND, SHELL_COMMAND
 
 KEYS = {"t_mono_us", "channel", "level", "source", "line", "function", "text"}
 
@@ -49,3 +49,17 @@ def test_burst_of_lines_loses_none(gateway):
 def test_readable_log_shows_the_same_lines(gateway):
     shown = gateway.must("log").splitlines()
     assert any("System: System init finished" in line and "notice" in line for line in shown)
+
+
+def test_collector_that_stops_costs_lines_and_no_events(gateway):
+    mark = gateway.mark()
+    gateway.inside("pkill", "-STOP", "-x", "gw-logd")
+    try:
+        lease = f"vcfgctl send --to 2 --type {LEASE_BOUND:#x} --payload x"
+        gateway.inside("sh", "-c", f"i=0; while [ $i -lt 300 ]; do {lease}; i=$((i + 1)); done")
+        gateway.settle()
+    finally:
+        gateway.inside("pkill", "-CONT", "-x", "gw-logd")
+    gateway.send(LEASE_BOUND, "y")
+    assert gateway.logged(" log lines were lost: nobody took them", mark)
+    assert gateway.logged("DHCPC Option y", mark)
