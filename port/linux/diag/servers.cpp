@@ -15,6 +15,7 @@
 #include "ping.h"
 #include "stored.h"
 #include "tool.h"
+#include "words.h"
 
 namespace {
 
