@@ -12,6 +12,7 @@ PING, ROUTE, SERVERS = "IP.Diagnostics.IPPing", "IP.Diagnostics.TraceRoute", "IP
 DOWNLOAD, UPLOAD = "IP.Diagnostics.DownloadDiagnostics", "IP.Diagnostics.UploadDiagnostics"
 LOOKUP = "DNS.Diagnostics.NSLookupDiagnostics"
 F5, F4 = "ATM.Diagnostics.F5Loopback", "ATM.Diagnostics.X_VORAN_F4Loopback"
+COUNTS = ("SuccessCount", "FailureCount", "AverageResponseTime", "MinimumResponseTime", "MaximumResponseTime")
 ROUTER, SECOND, NOBODY_THERE = "203.0.113.1", "203.0.113.2", "203.0.113.250"
 SPEED = f"http://{ROUTER}:8080"
 FIRST_ON_PATH = "/usr/lib/gateway/bin"

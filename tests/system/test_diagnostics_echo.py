@@ -1,10 +1,10 @@
-"""Ping, ATM loopback and server selection: the real tools, and what the data model says of what they printed."""
+"""Ping and server selection: the real tools, and what the data model says of what they printed."""
 import pytest
 
-from diagnostics import F4, F5, NOBODY_THERE, PING, ROUTER, SECOND, SERVERS, Diagnostics, ping_times, rounded
+from diagnostics import COUNTS, NOBODY_THERE, PING, ROUTER, SECOND, SERVERS, Diagnostics, ping_times, rounded
+from links import inside
 from support import eventually
 
-COUNTS = ("SuccessCount", "FailureCount", "AverageResponseTime", "MinimumResponseTime", "MaximumResponseTime")
 TIMES = ("MinimumResponseTime", "AverageResponseTime", "MaximumResponseTime")
 
 
@@ -18,6 +18,12 @@ def kept(tools):
     tools.keep_what("ping")
     yield tools
     tools.restore("ping")
+
+
+def inside_isp(tools, *words):
+    done = inside.run(tools.state, *words, room="isp")
+    if done.returncode != 0 and "add" in words:
+        pytest.skip(f"this machine has no way to slow the provider down: {done.stderr.strip()}")
 
 
 @pytest.mark.parametrize("host", [ROUTER, "router.isp.example"])
@@ -39,13 +45,6 @@ def test_ping_of_a_slow_way_has_its_times(kept):
     (printed,) = kept.printed("ping")
     assert [values[name] for name in TIMES] == [rounded(time) for time in ping_times(printed)]
     assert int(values["MinimumResponseTime"]) >= 40
-
-
-def inside_isp(tools, *words):
-    from links import inside
-    done = inside.run(tools.state, *words, room="isp")
-    if done.returncode != 0 and "add" in words:
-        pytest.skip(f"this machine has no way to slow the provider down: {done.stderr.strip()}")
 
 
 def test_ping_of_nobody_fails_each_time(tools):
@@ -123,18 +122,3 @@ def test_canceled_selection_stops(tools):
     eventually(lambda: "pings" in tools.processes())
     tools.cancel(SERVERS)
     eventually(lambda: tools.processes() == [])
-
-
-@pytest.mark.parametrize(("thing", "count"), [(F5, "4"), (F4, "5")])
-def test_atm_loopback_is_answered_while_the_line_carries_atm(tools, thing, count):
-    parameters = {"NumberOfRepetitions": 4} if thing == F5 else {}
-    values = tools.result(thing, **parameters)
-    assert [values[name] for name in ("DiagnosticsState", *COUNTS)] == ["Complete", "0", count, "0", "0", "0"]
-    tools.gateway.must("dsl", "up", "--mode", "atm")
-    try:
-        eventually(lambda: "atm0: carrier" in tools.gateway.inside("gw-linesim", "state"))
-        values = tools.result(thing, **parameters)
-    finally:
-        tools.gateway.must("dsl", "down")
-        eventually(lambda: "atm0: no carrier" in tools.gateway.inside("gw-linesim", "state"))
-    assert [values[name] for name in ("DiagnosticsState", *COUNTS)] == ["Complete", count, "0", "8", "7", "11"]

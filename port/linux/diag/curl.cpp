@@ -70,16 +70,16 @@ Words transferCommand(const TransferTest& test) {
     return words;
 }
 
-ConnectionOutcome connectionOf(const std::string& said, int status, Stamp now) {
+ConnectionOutcome connectionOf(const std::string& said, int status, Stamp end) {
     const Told told = toldIn(said);
-    const Stamp start = now - time(told, "time_total");
+    const Stamp start = end - time(told, "time_total");
     ConnectionOutcome outcome;
     outcome.status = status;
     outcome.openRequest = start + time(told, "time_namelookup");
     outcome.openResponse = start + time(told, "time_connect");
     outcome.requested = start + time(told, "time_pretransfer");
     outcome.began = start + time(told, "time_starttransfer");
-    outcome.ended = now;
+    outcome.ended = end;
     outcome.traffic = {number(told, "size_download") + number(told, "size_header"),
                        number(told, "size_upload") + number(told, "size_request")};
     outcome.localAddress = text(told, "local_ip");

@@ -69,6 +69,6 @@ void diagnoseF5Loopback() {
 
 void diagnoseF4Loopback() {
     constexpr uint32_t kRepetitions = 5;
-    constexpr uint32_t kTimeoutMs = 5000;
+    constexpr uint32_t kTimeoutMs = 1000;
     tell(VCFG_MSG_ATM_OAM_F4_COMPLETE, loopback("f4", kAtmDevice, kRepetitions, kTimeoutMs));
 }

@@ -10,7 +10,6 @@
 #include "delivery.h"
 #include "diagnostics.h"
 #include "model.h"
-#include "network.h"
 #include "payload.h"
 #include "ping.h"
 #include "stored.h"

@@ -23,6 +23,7 @@ struct Connection {
     int said = -1;  // what it tells at its end; -1 when it has ended
     uint64_t moved = 0;
     std::string text;
+    Stamp told{};  // when it began to tell: its times count back from there
     ConnectionOutcome outcome{};
 };
 using Connections = std::vector<Connection>;
@@ -85,6 +86,9 @@ void writeBody(Connection& connection, const TransferTest& test) {
 void hear(Connection& connection) {
     char piece[4096];
     const ssize_t got = read(connection.said, piece, sizeof piece);
+    if (connection.text.empty()) {
+        connection.told = now();
+    }
     if (got > 0 && connection.text.size() < kMostSaid) {
         connection.text.append(piece, static_cast<size_t>(got));
         return;
@@ -94,7 +98,7 @@ void hear(Connection& connection) {
     }
     closeOnce(connection.said);
     closeOnce(connection.body);
-    connection.outcome = connectionOf(connection.text, statusOf(connection.tool), now());
+    connection.outcome = connectionOf(connection.text, statusOf(connection.tool), connection.told);
 }
 
 void serve(Connections& connections, const TransferTest& test) {

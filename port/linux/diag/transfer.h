@@ -56,6 +56,6 @@ TransferOutcome transfer(const TransferTest& test);
 
 // curl's words and what it says, for one connection.
 std::vector<std::string> transferCommand(const TransferTest& test);
-ConnectionOutcome connectionOf(const std::string& said, int status, Stamp now);
+ConnectionOutcome connectionOf(const std::string& said, int status, Stamp end);
 // The traffic of each network device so far.
 std::map<std::string, Traffic> deviceTraffic();
