@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "client/local_socket.h"
+#include "short_memory.h"
 #include "world.h"
 
 using kit::world;
@@ -101,6 +102,7 @@ int vlog_levelAllow(int) {
 }
 
 void vlog_log_f(int level, const char* source, int, const char*, const char* format, ...) {
+    const short_memory::Spared spared;
     char text[4096];
     va_list arguments;
     va_start(arguments, format);

@@ -48,6 +48,15 @@ void allNewsSucceed() {
     oneFailsAfter = -1;
 }
 
+Spared::Spared() : newsLeft_(newsLeft), oneFailsAfter_(oneFailsAfter) {
+    allNewsSucceed();
+}
+
+Spared::~Spared() {
+    newsLeft = newsLeft_;
+    oneFailsAfter = oneFailsAfter_;
+}
+
 size_t newsSoFar() {
     return news;
 }

@@ -13,6 +13,20 @@ void leaveCallocs(int count);
 void failOneNew(int after);
 void allNewsSucceed();
 
+// While it lives, this thread's allocations with new succeed and are not among those counted down: for what plays a
+// function that manages without memory.
+class Spared {
+  public:
+    Spared();
+    Spared(const Spared&) = delete;
+    Spared& operator=(const Spared&) = delete;
+    ~Spared();
+
+  private:
+    int newsLeft_;
+    int oneFailsAfter_;
+};
+
 // Allocations with new on this thread so far.
 size_t newsSoFar();
 
