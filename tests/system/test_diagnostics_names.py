@@ -4,6 +4,7 @@ import re
 import pytest
 
 from diagnostics import LOOKUP, NOBODY_THERE, ROUTE, ROUTER, SECOND, Diagnostics, entries, rounded
+from links import inside
 from support import eventually
 
 
@@ -33,6 +34,38 @@ def test_route_to_the_router_is_one_hop(tools):
     assert len(milliseconds) == 3
     assert hop["RTTimes"] == ",".join(rounded(time) for time in milliseconds)
     assert abs(int(values["ResponseTime"]) - sum(map(float, milliseconds)) / 3) <= 1
+
+
+@pytest.fixture
+def far(tools):
+    """The address of a host behind the provider's router."""
+    inside.must(tools.state, "sh", "-ec", """
+        echo 1 >/proc/sys/net/ipv4/ip_forward
+        rm -f /tmp/far.*
+        unshare --net sh -ec '
+            echo >/tmp/far.apart
+            until ip link set far1 up; do sleep 0.02; done
+            ip addr add 198.51.100.9/24 dev far1
+            ip route add default via 198.51.100.1
+            echo >/tmp/far.ready
+            exec sleep 600' >/dev/null 2>&1 </dev/null &
+        echo $! >/tmp/far.pid
+        until [ -e /tmp/far.apart ]; do sleep 0.02; done
+        ip link add far0 type veth peer name far1 netns $!
+        ip addr add 198.51.100.1/24 dev far0
+        ip link set far0 up
+        until [ -e /tmp/far.ready ]; do sleep 0.02; done""", room="isp")
+    yield "198.51.100.9"
+    inside.must(tools.state, "sh", "-c", "kill $(cat /tmp/far.pid)", room="isp")
+
+
+def test_route_to_a_host_behind_the_router_has_both_hops_in_order(tools, far):
+    values = tools.result(ROUTE, Host=far, NumberOfTries=2, Timeout=2000)
+    (printed,) = tools.printed("traceroute")
+    found = hops(values)
+    assert values["DiagnosticsState"] == "Complete"
+    assert [hop["HostAddress"] for hop in found] == re.findall(r"^ \d  \S+ \((\S+)\)", printed, re.M)
+    assert len(found) == 2 and found[1]["HostAddress"] == far
 
 
 def test_hops_that_do_not_answer_are_empty_and_the_route_is_not_complete(tools):

@@ -92,6 +92,7 @@ def test_time_based_download_is_measured_by_intervals(tools):
 @pytest.mark.parametrize(("url", "state"), [
     (f"{SPEED}/100000/cut", "Error_TransferFailed"),
     (f"{SPEED}/100000/silent", "Error_NoResponse"),
+    (f"{SPEED}/100000/hang", "Error_Timeout"),
     (f"{SPEED}/none", "Error_TransferFailed"),
     (f"http://{ROUTER}:9/x", "Error_InitConnectionFailed"),
     ("http://nowhere.isp.example/x", "Error_CannotResolveHostName"),
