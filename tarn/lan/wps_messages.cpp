@@ -1,6 +1,5 @@
 #include "lan/wps_messages.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -24,7 +23,7 @@ void putText(vcfg_msg_t& message, const std::string& text) {
 MessagePtr requestTo(uint32_t type, const std::string& text, std::string_view ifName) {
     MessagePtr request = newRequest(type, VCFG_EID_WIRELESS, text.size() + 1);
     if (request != nullptr) {
-        memcpy(request->reserved, ifName.data(), std::min<size_t>(ifName.size(), VCFG_MSG_IFNAME_SIZE));
+        ifName.copy(reinterpret_cast<char*>(request->reserved), VCFG_MSG_IFNAME_SIZE);
         putText(*request, text);
     }
     return request;
