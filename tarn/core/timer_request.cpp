@@ -4,6 +4,8 @@
 
 #include <cstring>
 #include <new>
+#include <optional>
+#include <string>
 
 #include "core/descriptor.h"
 #include "core/json.h"
@@ -25,18 +27,19 @@ int32_t transmit(int connection, const vcfg_msg_t* request, size_t size) {
     return kHandedOver;
 }
 
-// Sends the request that `gather` puts together.
+// The text of the request that `gather` puts together; nothing when memory was short, which is logged by the step that
+// it was short for.
 template <class Gather>
-int32_t sendRequest(const Gather& gather) {
-    const char* step = "fail to json_object_new_object()";
+std::optional<std::string> requestText(const Gather& gather) {
+    const char* step = "json_object_new_object";
     try {
         Json request = Json::object();
         gather(request);
-        step = "fail to json_object_to_json_string()";
-        return sendMsgTarnTmTask(request.toText().c_str());
+        step = "json_object_to_json_string";
+        return request.toText();
     } catch (const std::bad_alloc&) {
-        VLOG(VLOG_ERROR, "%s", step);
-        return kFailed;
+        VLOG(VLOG_ERROR, "fail to %s()", step);
+        return std::nullopt;
     }
 }
 
@@ -78,15 +81,20 @@ int32_t tarnApplyAddObjectTmTask(const char* name, int32_t exprTime, int32_t msg
     if (name == nullptr || exprTime < 0 || msg_type == 0) {
         return 0;
     }
-    return sendRequest(
-        [&](Json& request) { request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData)); });
+    const auto text =
+        requestText([&](Json& request) { request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData)); });
+    return text ? sendMsgTarnTmTask(text->c_str()) : kFailed;
 }
 
 int32_t tarnApplyDeleteObjectTmTask(const char* name) {
     if (name == nullptr) {
         return 0;
     }
-    const int32_t result = sendRequest([&](Json& request) { request.set("tmApplyObjDelete", name); });
+    const auto text = requestText([&](Json& request) { request.set("tmApplyObjDelete", name); });
+    if (!text) {
+        return kFailed;
+    }
+    const int32_t result = sendMsgTarnTmTask(text->c_str());
     VLOG(VLOG_DEBUG, "tm obj delete applied");
     return result;
 }

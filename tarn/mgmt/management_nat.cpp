@@ -7,18 +7,6 @@
 
 namespace {
 
-// The start of a text that is at most `limit` bytes long and ends behind a whole character.
-std::string_view wholeCharacters(std::string_view text, size_t limit) {
-    size_t end = text.size();
-    if (end > limit) {
-        end = limit;
-        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
-            --end;
-        }
-    }
-    return text.substr(0, end);
-}
-
 void writeNat(bool detected, std::string_view address, const char* function) {
     auto server = get<ManagementServer>();
     if (!server) {
@@ -26,8 +14,7 @@ void writeNat(bool detected, std::string_view address, const char* function) {
         return;
     }
     server->NATDetected = detected;
-    server->UDPConnectionRequestAddress =
-        wholeCharacters(address, decltype(ManagementServer::UDPConnectionRequestAddress)::capacity);
+    server->UDPConnectionRequestAddress = address;
     if (server.applyAndWait() != VCFG_OK) {
         logs::system(LOG_ERR, "%s(): set obj ManagementServer fail!", function);
     }

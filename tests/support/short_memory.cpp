@@ -7,6 +7,7 @@ namespace {
 
 thread_local int newsLeft = -1;
 thread_local int callocsLeft = -1;
+thread_local int jsonLeft = -1;
 thread_local int oneFailsAfter = -1;
 thread_local size_t news = 0;
 
@@ -39,6 +40,10 @@ void leaveCallocs(int count) {
     callocsLeft = count;
 }
 
+void leaveJson(int count) {
+    jsonLeft = count;
+}
+
 void failOneNew(int after) {
     oneFailsAfter = after;
 }
@@ -63,13 +68,24 @@ size_t newsSoFar() {
 
 }  // namespace short_memory
 
-// The linker leads the program's calls of calloc here (--wrap).
+// The linker leads the program's calls of these functions here (--wrap).
+struct json_object;
 extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker chose the names
 void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size) {
     return take(callocsLeft) ? __real_calloc(count, size) : nullptr;
+}
+json_object* __real_json_object_new_object();
+json_object* __wrap_json_object_new_object();
+json_object* __wrap_json_object_new_object() {
+    return take(jsonLeft) ? __real_json_object_new_object() : nullptr;
+}
+const char* __real_json_object_to_json_string_ext(json_object* object, int flags);
+const char* __wrap_json_object_to_json_string_ext(json_object* object, int flags);
+const char* __wrap_json_object_to_json_string_ext(json_object* object, int flags) {
+    return take(jsonLeft) ? __real_json_object_to_json_string_ext(object, flags) : nullptr;
 }
 // NOLINTEND(bugprone-reserved-identifier)
 }

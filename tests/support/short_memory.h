@@ -1,4 +1,5 @@
-// Memory that runs out on the calling thread: for everything that is made with new, and for what is made with calloc.
+// Memory that runs out on the calling thread: for everything that is made with new, for what is made with calloc, and
+// for the objects and texts that the JSON library makes.
 #pragma once
 
 #include <cstddef>
@@ -8,6 +9,7 @@ namespace short_memory {
 // So many allocations of this thread still succeed, all after them fail; negative: none fails.
 void leaveNews(int count);
 void leaveCallocs(int count);
+void leaveJson(int count);
 
 // One allocation with new fails, the one after so many that succeed.
 void failOneNew(int after);

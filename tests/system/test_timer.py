@@ -8,7 +8,7 @@ from wps import BUTTON, INTERNAL_SOCKET, POLL, START, STATUS, TR069, Setup, fram
 
 OUT_OF_USE = 0x112  # a message that the daemon acknowledges in its log and does nothing about
 VOCLI_COMMAND = 0x11F
-FIRED = "process msg type = 274 without reply, oid = 0, from EID = 2"
+FIRED = "process msg type = 274 without reply, oid = 0, from EID = 0"
 
 
 @pytest.fixture(scope="module")

@@ -66,6 +66,13 @@ TEST_F(ManagementNat, AddressIsCutBehindAWholeCharacter) {
     EXPECT_EQ(address(), std::string(253, 'a'));
 }
 
+TEST_F(ManagementNat, BytesThatAreNoTextAreARefusedWrite) {
+    detect("203.0.113.7:7547");
+    detect(std::string(300, '\x80'));
+    EXPECT_TRUE(gw.logged("syslog", LOG_ERR, "mgmtNatDetect(): set obj ManagementServer fail!"));
+    EXPECT_EQ(address(), "203.0.113.7:7547");
+}
+
 TEST_F(ManagementNat, PayloadOfOneNulIsAnEmptyAddress) {
     detect("203.0.113.7:7547");
     gw.receiveBytes(VCFG_MSG_MGMT_NAT_DETECT, std::string(1, '\0'));

@@ -89,6 +89,14 @@ TEST_F(TimerSocket, MessageWithoutTextHasNoPayload) {
     EXPECT_EQ(gw.requests()[0].length, 0);
 }
 
+TEST_F(TimerSocket, MessageWithAnEmptyTextHasItsNul) {
+    tarnApplyAddObjectTmTask("wait", 1, 4027, "");
+    round();
+    advanceAndRound(1000);
+    ASSERT_EQ(gw.requests().size(), 1u);
+    EXPECT_EQ(gw.requests()[0].payload, std::string(1, '\0'));
+}
+
 TEST_F(TimerSocket, MessageThatIsLostIsLogged) {
     gw.endpointAnswers(VCFG_EID_TARN, VCFG_ERR_TIMEOUT);
     tarnApplyAddObjectTmTask("wait", 1, 4027, nullptr);
@@ -280,6 +288,30 @@ TEST_F(TimerRequest, WithoutTimerItFails) {
     EXPECT_EQ(tarnApplyAddObjectTmTask("a", 1, 1, nullptr), -1);
     EXPECT_EQ(tarnApplyDeleteObjectTmTask("a"), -1);
     EXPECT_TRUE(gw.logged("vlog", 3, "Init skCltLocalConn failed"));
+}
+
+TEST_F(TimerRequest, ObjectThatCannotBeMadeFails) {
+    short_memory::leaveJson(0);
+    EXPECT_EQ(tarnApplyAddObjectTmTask("a", 1, 1, nullptr), -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to json_object_new_object()"));
+    gw.forget();
+    EXPECT_EQ(tarnApplyDeleteObjectTmTask("a"), -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to json_object_new_object()"));
+    EXPECT_FALSE(gw.loggedContaining("tm obj delete applied"));
+    EXPECT_TRUE(gw.timerRequests().empty());
+    short_memory::leaveJson(-1);
+}
+
+TEST_F(TimerRequest, ObjectThatCannotBeWrittenAsTextFails) {
+    short_memory::leaveJson(1);  // the request's object
+    EXPECT_EQ(tarnApplyDeleteObjectTmTask("a"), -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to json_object_to_json_string()"));
+    gw.forget();
+    short_memory::leaveJson(2);  // and the task's
+    EXPECT_EQ(tarnApplyAddObjectTmTask("a", 1, 1, nullptr), -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to json_object_to_json_string()"));
+    EXPECT_TRUE(gw.timerRequests().empty());
+    short_memory::leaveJson(-1);
 }
 
 TEST_F(TimerRequest, TextThatFitsNoRequestFails) {

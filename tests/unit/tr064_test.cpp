@@ -31,9 +31,14 @@ TEST_F(Tr064Update, UnreadableSettingsAreTwoLines) {
     gw.set("X_VORAN_TR064.Enable", "true");
     gw.refuseWrite(inproc::Operation::Get, "X_VORAN_TR064");
     lanDeviceChanged();
-    EXPECT_TRUE(
-        gw.logged("syslog", LOG_ERR, "tr64LanDeviceUpdate(): vcfgFeObjStructGet(RDM_OID_ROUTING_ROUTER) fail!"));
-    EXPECT_TRUE(gw.logged("stdout", "Get RDM_OID_TR064 fail!!"));
+    const auto log = gw.log();
+    ASSERT_GE(log.size(), 2u);
+    const LogLine& first = log[log.size() - 2];
+    EXPECT_EQ(first.channel, "syslog");
+    EXPECT_EQ(first.level, LOG_ERR);
+    EXPECT_EQ(first.text, "tr64LanDeviceUpdate(): vcfgFeObjStructGet(RDM_OID_ROUTING_ROUTER) fail!");
+    EXPECT_EQ(log.back().channel, "stdout");
+    EXPECT_EQ(log.back().text, "Get RDM_OID_TR064 fail!!");
     EXPECT_EQ(gw.commands(), Commands{});
 }
 

@@ -103,12 +103,12 @@ int exchange(vcfg_msg_t& message, vcfg_msg_t** answer, uint32_t timeoutMs) {
     if (message.dstEid == 0) {
         return VCFG_ERR_INVALID;
     }
-    if (message.srcEid == 0) {
-        message.srcEid = threadEid();
-    }
     const Deadline deadline = Deadline::ofCall(timeoutMs);
     if (answer == nullptr) {
         return bus::deliver(message, deadline);
+    }
+    if (message.srcEid == 0) {
+        message.srcEid = threadEid();
     }
     if (message.requestId == 0) {
         message.requestId = bus::freshRequestId();
