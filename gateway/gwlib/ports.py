@@ -4,7 +4,9 @@ import re
 from typing import NamedTuple
 
 from .errors import GatewayError
+from .state import REPOSITORY
 
+USUAL = REPOSITORY / "gateway" / "defaults.json"
 TABLE = re.compile(r"Ethernet\.Interface\.(\d+)")
 DEVICE = re.compile(r"[A-Za-z0-9][A-Za-z0-9._-]{0,14}")
 OTHERS = ("lo", "ptm0", "atm0", "opt0", "usb0")  # devices that are no ports
@@ -36,8 +38,8 @@ class Port(NamedTuple):
 
 
 def of(state):
-    """All ports of the gateway's configuration, in its order."""
-    found = [port for path, record in objects(state).items() if (port := _port(path, record))]
+    """All ports of the gateway's configuration, in its order. One that names none leaves the hardware as it usually is."""
+    found = _named(objects(state)) or _named(_objects(USUAL))
     names = [port.name for port in found]
     for port in found:
         if not DEVICE.fullmatch(port.name) or port.name in OTHERS:
@@ -49,11 +51,19 @@ def of(state):
 
 def objects(state):
     """The configuration that the gateway has booted with; what cannot be read is none."""
+    return _objects(state.booted)
+
+
+def _objects(file):
     try:
-        found = json.loads(state.booted.read_text(encoding="utf-8"))["objects"]
+        found = json.loads(file.read_text(encoding="utf-8"))["objects"]
         return {path: record for path, record in found.items() if isinstance(record, dict)}
     except (OSError, ValueError, KeyError, TypeError, AttributeError):
         return {}
+
+
+def _named(found):
+    return [port for path, record in found.items() if (port := _port(path, record))]
 
 
 def _port(path, record):

@@ -5,7 +5,7 @@ import re
 
 from . import inside, model, ports
 from .errors import GatewayError
-from .state import inside_number, processes
+from .state import inside_number, parent, processes
 from .waiting import until
 
 PRELOAD = "/usr/lib/gateway/libkmonitor.so"
@@ -14,8 +14,9 @@ READY_SECONDS = 10
 
 
 def running(state, name):
-    """Numbers (of the host) of the gateway's processes of that name."""
-    return [number for number, comm in processes(state.room("gateway")).items() if comm == name]
+    """Numbers (of the host) of the gateway's processes of that name, but for the helpers that such a process has forked."""
+    numbers = [number for number, comm in processes(state.room("gateway")).items() if comm == name]
+    return [number for number in numbers if parent(number) not in numbers]
 
 
 def start_logd(state):

@@ -99,6 +99,15 @@ def processes(first):
     return found
 
 
+def parent(number):
+    """Number of the process that the process descends from; None when it is gone."""
+    try:
+        text = pathlib.Path(f"/proc/{number}/stat").read_text(errors="replace")
+    except OSError:
+        return None
+    return int(text.rpartition(")")[2].split()[1])
+
+
 def inside_number(number):
     """The number that the process has inside its own PID namespace."""
     for line in pathlib.Path(f"/proc/{number}/status").read_text(errors="replace").splitlines():

@@ -169,7 +169,7 @@ def test_commands_that_fail_do_not_stop_start_up(gateway):
 def test_gateway_without_any_wan_link_starts_up(tmp_path):
     bare = Links(tmp_path)
     bare.boot(without=("DSL.", "PTM.", "ATM.", "USB.", "Optical.", "Ethernet.", "InterfaceStack", "IP.Interface.3",
-                       "DHCPv4.Client.2"), unplugged=())
+                       "DHCPv4.Client.2"))
     try:
         texts = [text.rstrip("\n") for text in bare.texts()]
         assert FIRST in texts and not any(text.startswith(ROW) for text in texts)

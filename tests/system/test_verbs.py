@@ -54,7 +54,7 @@ def test_second_up_is_refused(gateway):
 
 def test_status_names_every_service(gateway):
     services = json.loads(gateway.must("status", "--json"))["services"]
-    assert set(services) == {"logd", "vcmd", "linesim", "linkd", "tarn", "dhcpc"}
+    assert set(services) == {"logd", "vcmd", "linesim", "linkd", "tarn", "dhcpc", "dhcpd"}
     assert all(len(numbers) == 1 for numbers in services.values())
 
 

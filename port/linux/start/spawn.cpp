@@ -5,6 +5,7 @@
 //
 // Returns 0 when the program runs; its number is in the file.
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -61,6 +62,7 @@ void become(const char* pidFile, const char* outputName, char** command) {
     dup2(nothing, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the starter's locks are not the program's
     execvp(command[0], command);
 }
 
