@@ -14,11 +14,6 @@ struct Key {
     const char* name;
     void (*copy)(const Json& report, const char* name, T& record);
 };
-#define DIAG_KEY(T, parameter)                                                                                         \
-    {                                                                                                                  \
-#parameter, [](const Json& report, const char* name, T& record) { takeValue(report, name, record.parameter); } \
-    }
-
 // A missing key reads as 0 or empty; what is too large for the field is cut, or the greatest value.
 inline void takeValue(const Json& report, const char* name, uint32_t& field) {
     field = report.unsigned32(name);
@@ -30,6 +25,16 @@ template <size_t N>
 void takeValue(const Json& report, const char* name, vcfg::Text<N>& field) {
     field = report.textOr(name, "");
 }
+
+template <class T, class Field>
+T ownerOf(Field T::*field);  // for its type only
+
+template <auto field>
+constexpr auto keyOf(const char* name) {
+    using T = decltype(ownerOf(field));
+    return Key<T>{name, [](const Json& report, const char* key, T& record) { takeValue(report, key, record.*field); }};
+}
+#define DIAG_KEY(T, parameter) keyOf<&T::parameter>(#parameter)
 
 template <class T>
 void copyAll(const Json& report, std::span<const Key<T>> keys, T& record) {
@@ -53,13 +58,15 @@ struct ShownKey {
     const char* label;
     const char* (*store)(T& record, const std::string& text);  // returns what the record holds now
 };
-#define DIAG_SHOWN_KEY(T, parameter, label)                                  \
-    {                                                                        \
-#parameter, label, [](T& record, const std::string& text) -> const char* { \
-            record.parameter = text;                                               \
-            return record.parameter.c_str();                                       \
-        } \
-    }
+template <auto field>
+constexpr auto shownKeyOf(const char* name, const char* label) {
+    using T = decltype(ownerOf(field));
+    return ShownKey<T>{name, label, [](T& record, const std::string& text) -> const char* {
+                           record.*field = text;
+                           return (record.*field).c_str();
+                       }};
+}
+#define DIAG_SHOWN_KEY(T, parameter, label) shownKeyOf<&T::parameter>(#parameter, label)
 
 // `show` gets the label, the text as it came and the text as it is stored.
 template <class T, class Show>

@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t kMostText = 256 * 1024;
+constexpr size_t kMostText = 262144;
 
 void place(int stream, int as, int flags) {
     const int from = stream >= 0 ? stream : open("/dev/null", flags | O_CLOEXEC);

@@ -49,7 +49,7 @@ std::string stateOf(const ConnectionOutcome& connection, const TransferTest& tes
 
 std::string transferState(const TransferTest& test, const TransferOutcome& outcome) {
     for (const ConnectionOutcome& connection : outcome.connections) {
-        if (const std::string state = stateOf(connection, test); state != "Complete") {
+        if (std::string state = stateOf(connection, test); state != "Complete") {
             return state;
         }
     }
