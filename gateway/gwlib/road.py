@@ -16,6 +16,7 @@ from .errors import GatewayError
 RECEIVED = {
     219: "from the DHCPv6 client: a report of address and prefix",
     221: "from the advertisement listener: a router has advertised itself",
+    251: "from the LAN's DHCP server: a lease, or a client's group",
     1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
     1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
     4027: "from the timer: the next poll of the protected setup",
