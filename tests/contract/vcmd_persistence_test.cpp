@@ -63,11 +63,13 @@ long peakKiB(pid_t pid) {
     return -1;
 }
 
-// A sanitizer makes each start many times slower.
+// A sanitizer makes everything many times slower.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kKills = 200;
+constexpr int kOddBytes = 2 << 20;
 #else
 constexpr int kKills = 1000;
+constexpr int kOddBytes = 20 << 20;
 #endif
 
 std::string counting(int number) {
@@ -187,7 +189,7 @@ TEST(VcmdPersistence, AFileFullOfUnknownObjectsIsSkippedCheaply) {
     {
         std::ofstream file(vcmd.data() / "vcfg_config.json");
         file << R"({"version":1,"objects":{)";
-        for (int each = 0; file.tellp() < (20 << 20); ++each) {
+        for (int each = 0; file.tellp() < kOddBytes; ++each) {
             file << "\"Odd." << each << "\":{\"a\":[{},{}]},";
         }
         file << R"("IP.Interface.1":{"Alias":"wan"}}})";

@@ -50,9 +50,9 @@ bool follow(std::string_view pattern, std::string_view* path, objIndex* iid) {
     return true;
 }
 
-// Spares most of the objects a closer look.
-bool beginsAlike(std::string_view pattern, std::string_view path) {
-    return path.substr(0, path.find('.')) == pattern.substr(0, pattern.find('.'));
+// Whether the pattern's first part is that one. Spares most of the objects a closer look.
+bool beginsWith(std::string_view pattern, std::string_view first) {
+    return pattern.starts_with(first) && (pattern.size() == first.size() || pattern[first.size()] == '.');
 }
 
 }  // namespace
@@ -71,11 +71,15 @@ std::string path(const Object& object, const objIndex& iid) {
 }
 
 std::optional<Resolved> resolve(std::string_view path) {
+    const std::string_view first = path.substr(0, path.find('.'));
     std::optional<Resolved> withUnknownName;
     for (const Object& object : objects()) {
+        if (!beginsWith(object.pattern, first)) {
+            continue;
+        }
         Resolved found{&object, {}, path, nullptr};
-        if (path.ends_with('.') || !beginsAlike(object.pattern, path) ||
-            !follow(object.pattern, &found.rest, &found.iid) || found.rest.find('.') != path.npos) {
+        if (path.ends_with('.') || !follow(object.pattern, &found.rest, &found.iid) ||
+            found.rest.find('.') != path.npos) {
             continue;
         }
         found.parameter = find(object, found.rest);
@@ -84,15 +88,16 @@ std::optional<Resolved> resolve(std::string_view path) {
         }
         withUnknownName = found;
     }
-    return resolveTable(path) ? std::nullopt : withUnknownName;
+    return withUnknownName && !resolveTable(path) ? withUnknownName : std::nullopt;
 }
 
 std::optional<ResolvedTable> resolveTable(std::string_view path) {
     if (path.ends_with('.')) {
         path.remove_suffix(1);
     }
+    const std::string_view first = path.substr(0, path.find('.'));
     for (const Object& object : objects()) {
-        if (!object.isTable || !beginsAlike(object.pattern, path)) {
+        if (!object.isTable || !beginsWith(object.pattern, first)) {
             continue;
         }
         std::string_view table = object.pattern;
