@@ -64,7 +64,7 @@ def dsl_has_signal(gateway, mode):
 def test_without_a_link_nothing_is_set_up(gateway):
     mark = starts(gateway)
     assert rows(gateway, mark) == [WAN, "opt", "usb", ""]
-    assert [gateway.count(text, mark) for text in ("link up", "link down", "thread starts")] == [0, 0, 2]
+    assert [gateway.count(text, mark) for text in ("link up", "link down", "thread starts")] == [0, 0, 3]
     assert gateway.led() == "dark"
 
 
