@@ -175,15 +175,26 @@ TEST_F(LinkTurn, EventThatFailsGivesItsTurnToTheNext) {
     EXPECT_EQ(statusOf("eth0.5"), 1);
 }
 
-TEST_F(LinkTurn, OpticalReportAndWholeCompletionWaitForTheirs) {
+TEST_F(LinkTurn, OpticalReportAndCompletionWaitForTheirs) {
     linkTurn.lock();
     onItsOwnThread([] { updateOpticalLinkStatus("{}"); });
-    onItsOwnThread([this] { gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN); });
+    onItsOwnThread([this] { gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO); });
     EXPECT_EQ(first("Enter updateOpticalLinkStatus"), -1);
-    EXPECT_TRUE(gw.commands().empty());
+    EXPECT_EQ(first(kLook), -1);
+    EXPECT_TRUE(gw.requests().empty());
     linkTurn.unlock();
     join();
-    EXPECT_FALSE(gw.commands().empty());
+    EXPECT_EQ(gw.requests().size(), 1u);
+}
+
+TEST_F(LinkTurn, StartUpScriptsNeedNone) {
+    linkTurn.lock();
+    onItsOwnThread([this] { gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN); });
+    EXPECT_EQ(gw.commands().size(), 3u);
+    EXPECT_EQ(first(kLook), -1);
+    linkTurn.unlock();
+    join();
+    EXPECT_NE(first(kLook), -1);
 }
 
 TEST_F(LinkTurn, LedUpdateOfAMessageNeedsNone) {
