@@ -18,10 +18,10 @@
 
 namespace {
 
-constexpr const char* kAnswerSeconds = "15";
+constexpr const char* kAnswerSeconds = "10";
 constexpr Seconds kHangs{30};  // chronyd has given up long before
 constexpr timespec kAfterSuccess{3600, 0};
-constexpr timespec kAfterFailure{15, 0};
+constexpr timespec kAfterFailure{10, 0};
 
 void waitFor(const timespec& pause) {
     sigset_t asked;
