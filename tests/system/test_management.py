@@ -66,7 +66,7 @@ def test_lan_device_restarts_tr064_only_while_it_is_enabled(gateway):
 
 
 def test_lan_device_restarts_a_tr064_that_runs(gateway):
-    script = "#!/bin/sh\\nwhile sleep 1; do :; done\\n"
+    script = "#!/bin/bash\\nwhile sleep 1; do :; done\\n"
     gateway.inside("sh", "-c", f"printf '{script}' >/usr/bin/vtr64; chmod 755 /usr/bin/vtr64")
     gateway.set("X_VORAN_TR064.Enable=true")
     gateway.tell(LAN_DEVICE_UPDATE, DEVICE)
