@@ -58,6 +58,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         if wan and wan.name not in unplugged:  # otherwise its interface starts the client when the link comes up
             services.start_dhcpc(state)
         dual_stack.start(state)
+        model.keep_time(state)
     except BaseException:
         _down(state)
         raise

@@ -109,11 +109,13 @@ def verb_isp(state, options):
         changes["lease"] = options.lease
     if options.mode is not None:
         changes["mode"] = options.mode
+    if options.ntp is not None:
+        isp.tell_time(state, options.ntp)
     if options.renumber is not None:
         isp.renumber(state, options.renumber, **changes)
     elif changes:
         isp.change(state, **changes)
-    else:
+    elif options.ntp is None:
         print(json.dumps(isp.settings(state), indent=2))
 
 
@@ -180,6 +182,7 @@ def parser():
     new.add_argument("--router", metavar="A", help="default router; none for none")
     new.add_argument("--lease", type=int, metavar="S", help="lease time, 120 s or more")
     new.add_argument("--option", action="append", metavar="LINE", help="any other option, as dnsmasq's optsfile takes it")
+    new.add_argument("--ntp", choices=isp.TIME_MODES, help="whether the NTP server answers")
     new.add_argument("--renumber", metavar="ADDRESS", help="grant the next renewal with this address")
     cli_isp6.add_verbs(verb)
     cli_wireless.add_verbs(verb)

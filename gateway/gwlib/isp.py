@@ -11,6 +11,7 @@ ROUTER = "203.0.113.1"
 SECOND = "203.0.113.2"
 NETWORK = ipaddress.ip_network("203.0.113.0/24")
 MODES = ("answer", "refuse", "silent")
+TIME_MODES = ("answer", "silent")
 DEFAULTS = {
     "mode": "answer",
     "router": ROUTER,
@@ -18,6 +19,7 @@ DEFAULTS = {
     "routes": ["10.9.0.0/16", ROUTER, "198.51.100.0/24", SECOND],
     "lease": 120,
     "options": [],
+    "ntp": "answer",
 }
 
 
@@ -33,6 +35,7 @@ def start(state):
         (f"addr add {ROUTER}/24 dev wan0", f"addr add {SECOND}/24 dev wan0", "link set wan0 up")))
     (state.isp / "settings.json").unlink(missing_ok=True)
     change(state)
+    tell_time(state, "answer")
 
 
 def change(state, **changes):
@@ -46,6 +49,12 @@ def change(state, **changes):
         (state.isp / "leases").unlink(missing_ok=True)
     inside.must(state, "/usr/lib/isp/serve", room="isp")
     _await_service(state)
+
+
+def tell_time(state, mode):
+    """Whether the provider's NTP server answers from now on."""
+    (state.isp / "settings.json").write_text(json.dumps({**settings(state), "ntp": mode}))
+    inside.must(state, "/usr/lib/isp/serve-time", mode, room="isp")
 
 
 def renumber(state, address, **changes):

@@ -67,6 +67,11 @@ def serve_lan(state):
     _apply(state, r"DHCPv4\.Server", "DHCPv4.Server", lambda record: True)
 
 
+def keep_time(state):
+    """Starts the NTP client, if the configuration has it run."""
+    _apply(state, "Time", "Time", lambda record: record.get("Enable") in (True, "true"))
+
+
 def _apply(state, form, pattern, wanted):
     objects = json.loads(inside.must(state, "vcfgctl", "dump"))["objects"]
     for path, record in objects.items():

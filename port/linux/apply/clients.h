@@ -6,7 +6,7 @@
 // A file that a client's start reads or writes, in the clients' run directory.
 std::string clientFile(const std::string& name);
 
-// Starts "dhcpv4", "dhcpv6", "ra" or "ppp" on the device.
+// Starts "dhcpv4", "dhcpv6", "ra" or "ppp" on the device, "ntp" for the clock.
 bool startClient(const char* kind, const std::string& device);
 
 // Starts the DHCPv4 client, or has the running one renew (or get) its lease.

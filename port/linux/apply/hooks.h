@@ -22,6 +22,7 @@ bool applyDhcpServer(const Change& change);
 bool applyDiagnostic(const Change& change);
 // Bridging.Bridge, its ports, Bridging.Filter.
 bool applyBridging(const Change& change);
+bool applyTime(const Change& change);
 
 // The default route through a DHCP lease's router, as the data model has it now. A route that cannot be followed at the
 // moment is told, and is no failure of the write that it comes with.

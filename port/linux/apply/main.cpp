@@ -45,6 +45,7 @@ constexpr Hook kHooks[] = {
     {"Bridging.Bridge.{i}", applyBridging},
     {"Bridging.Bridge.{i}.Port.{i}", applyBridging},
     {"Bridging.Filter.{i}", applyBridging},
+    {"Time", applyTime},
 };
 
 struct PutJson {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "tool.h"
+#include "words.h"
 
 namespace {
 

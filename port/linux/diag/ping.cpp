@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "tool.h"
+#include "words.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "tool.h"
+#include "words.h"
 
 namespace {
 

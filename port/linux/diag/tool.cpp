@@ -124,13 +124,6 @@ Words wordsOf(const std::string& line) {
     return words;
 }
 
-bool isHost(const std::string& text) {
-    return !text.empty() && text[0] != '-' &&
-           text.find_first_not_of(
-               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-               "0123456789.:-_%") == std::string::npos;
-}
-
 std::string problemIn(const std::string& text) {
     constexpr struct {
         const char* complaint;

@@ -33,9 +33,6 @@ int statusOf(pid_t child);
 std::vector<std::string> linesOf(const std::string& text);
 Words wordsOf(const std::string& line);
 
-// Whether a tool may be given that as a host: a name or address, no option and nothing stranger.
-bool isHost(const std::string& text);
-
 // The state that a tool's complaint stands for; "Error_Internal" for one that it does not know.
 std::string problemIn(const std::string& text);
 

@@ -20,6 +20,13 @@ bool isDevice(const std::string& text) {
            text.find_first_of("/ \t\n") == std::string::npos;
 }
 
+bool isHost(const std::string& text) {
+    return !text.empty() && text[0] != '-' &&
+           text.find_first_not_of(
+               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+               "0123456789.:-_%") == std::string::npos;
+}
+
 std::optional<unsigned> maskWidth(const std::string& mask) {
     in_addr address{};
     if (inet_pton(AF_INET, mask.c_str(), &address) != 1) {

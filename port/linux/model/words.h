@@ -8,6 +8,8 @@
 
 bool isAddress(const std::string& text);
 bool isIpv6Address(const std::string& text);
+// Whether a tool may be given that as a host: a name or address, no option and nothing stranger.
+bool isHost(const std::string& text);
 // A name that a device can have, and that no command takes for an option.
 bool isDevice(const std::string& text);
 // Number of leading ones of a mask in dots; nothing for a text that is no such mask.

@@ -1,0 +1,19 @@
+// Refresh hook of Time: the clock as it stands.
+#include <vcfg/vcfg.h>
+
+#include <cstdio>
+
+#include "payload.h"
+#include "stored.h"
+#include "time_text.h"
+
+int main() {
+    const auto time = stored<Time>({});
+    if (!time) {
+        return 1;
+    }
+    Payload values;
+    values.text("CurrentLocalTime", localNow(time->LocalTimeZone.c_str()));
+    puts(values.str().c_str());
+    return 0;
+}
