@@ -1,46 +1,20 @@
 #include "payload.h"
 
-#include <iconv.h>
 #include <json-c/json.h>
+#include <vcfg/model/utf8.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <charconv>
 
 namespace {
 
-class Utf8 {
-  public:
-    Utf8() : handle_(iconv_open("UTF-8", "UTF-8")) {}
-    ~Utf8() { iconv_close(handle_); }
-    Utf8(const Utf8&) = delete;
-    Utf8& operator=(const Utf8&) = delete;
-
-    // Appends what can be read to `text`; returns whether a byte stopped it.
-    bool read(char*& from, size_t& left, std::string& text) {
-        char buffer[256];
-        char* to = buffer;
-        size_t room = sizeof buffer;
-        const bool failed = iconv(handle_, &from, &left, &to, &room) == static_cast<size_t>(-1);
-        text.append(buffer, to);
-        return failed && errno != E2BIG;
-    }
-
-  private:
-    iconv_t handle_;
-};
-
 // The network sends any bytes, JSON is UTF-8: what is none becomes U+FFFD.
-std::string readable(std::string bytes) {
-    Utf8 utf8;
+std::string readable(std::string_view bytes) {
     std::string text;
-    char* from = bytes.data();
-    size_t left = bytes.size();
-    while (left != 0) {
-        if (utf8.read(from, left, text)) {
-            text += "\xEF\xBF\xBD";
-            ++from;
-            --left;
-        }
+    while (!bytes.empty()) {
+        const size_t length = vcfg::utf8Length(bytes);
+        text += length == 0 ? "\xEF\xBF\xBD" : bytes.substr(0, length);
+        bytes.remove_prefix(std::max<size_t>(length, 1));
     }
     return text;
 }
