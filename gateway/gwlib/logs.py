@@ -11,7 +11,7 @@ COLOURS = {3: "31", 4: "33", 7: "2"}
 
 def _read(path, since):
     try:
-        with open(path, encoding="utf-8", errors="backslashreplace") as file:
+        with open(path, encoding="utf-8", errors="replace") as file:
             for text in file:
                 if not text.endswith("\n"):
                     return

@@ -31,7 +31,7 @@ class Tail:
     """The whole lines that a file has grown by."""
 
     def __init__(self, path):
-        self.file = open(path, encoding="utf-8", errors="backslashreplace")
+        self.file = open(path, encoding="utf-8", errors="replace")
         self.rest = ""
 
     def new(self):

@@ -3,11 +3,10 @@ import json
 
 import pytest
 
+from lan_clients import POOL, address, bridge_of, described, devices, server, static_addresses, visitors
 from links import Links
 from support import eventually
 
-POOL = "DHCPv4.Server.Pool.1"
-DEVICES = "ManagementServer.ManageableDevice"
 EVENT = "/usr/libexec/tarn/port-event"
 NASTY = ["$(touch /tmp/pwned)", "`touch /tmp/pwned`", "a\nb", '","ac":"crit', "*", "x" * 2000]
 
@@ -34,50 +33,12 @@ def home(tmp_path_factory):
 
 @pytest.fixture
 def host(home):
-    """Adds a host; all that a test has added go at its end."""
-    names = []
-
-    def add(name, *options, port="eth0.3"):
-        home.must("lan", "host", "add", name, "--port", port, *options)
-        names.append(name)
-        return name
-
-    yield add
-    for name in names:
-        home.must("lan", "host", "remove", name)
-
-
-def described(home, name):
-    return json.loads(home.must("lan", "host", "list"))[name]
-
-
-def address(home, name, prefix="192.168.1."):
-    found = eventually(lambda: [text for text in described(home, name)["addresses"] if text.startswith(prefix)])
-    return found[0]
+    with visitors(home) as add:
+        yield add
 
 
 def on(home, name, *command):
     return home.must("lan", "host", "exec", name, *command)
-
-
-def devices(home):
-    """{serial number: (OUI, product class, hardware address)} of the table's entries."""
-    found = home.get(f"{DEVICES}.*.")
-    return {serial: tuple(found[path.replace("SerialNumber", other)] for other in ("ManufacturerOUI", "ProductClass", "X_VORAN_HardwareAddress"))
-            for path, serial in found.items() if path.endswith(".SerialNumber") and serial}
-
-
-def static_addresses(home):
-    found = home.get(f"{POOL}.StaticAddress.*.")
-    return {value: found[path.replace("Chaddr", "Yiaddr")] for path, value in found.items() if path.endswith(".Chaddr")}
-
-
-def bridge_of(home, port):
-    return next((entry["master"] for entry in json.loads(home.inside("bridge", "-json", "link")) if entry["ifname"] == port), None)
-
-
-def server(home):
-    return home.processes("dnsmasq")
 
 
 def test_lease_brings_what_the_pool_says(home, host):

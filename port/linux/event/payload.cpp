@@ -1,8 +1,25 @@
 #include "payload.h"
 
 #include <json-c/json.h>
+#include <vcfg/model/utf8.h>
 
+#include <algorithm>
 #include <charconv>
+
+namespace {
+
+// The network sends any bytes, JSON is UTF-8: what is none becomes U+FFFD.
+std::string readable(std::string_view bytes) {
+    std::string text;
+    while (!bytes.empty()) {
+        const size_t length = vcfg::utf8Length(bytes);
+        text += length == 0 ? "\xEF\xBF\xBD" : bytes.substr(0, length);
+        bytes.remove_prefix(std::max<size_t>(length, 1));
+    }
+    return text;
+}
+
+}  // namespace
 
 void Payload::Put::operator()(json_object* object) const {
     json_object_put(object);
@@ -11,8 +28,9 @@ void Payload::Put::operator()(json_object* object) const {
 Payload::Payload() : object_(json_object_new_object()) {}
 
 void Payload::text(const char* key, const std::string& value) {
+    const std::string shown = readable(value);
     json_object_object_add(object_.get(), key,
-                           json_object_new_string_len(value.data(), static_cast<int>(value.size())));
+                           json_object_new_string_len(shown.data(), static_cast<int>(shown.size())));
 }
 
 void Payload::textIfAny(const char* key, const std::string& value) {
