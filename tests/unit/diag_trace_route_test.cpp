@@ -181,6 +181,15 @@ TEST_F(TraceRouteResult, RefusedHopStopsAndCountsNone) {
     EXPECT_EQ(count(), "0");
 }
 
+TEST_F(TraceRouteResult, HopsBeforeARefusedOneStayAndCountNone) {
+    report("{\"RouteHops\":[{\"Host\":\"first\"},{\"Host\":\"\xFF\"},{\"Host\":\"third\"}]}");
+    EXPECT_EQ(gw.printed(), Lines{"Set RouteHops Fail"});
+    EXPECT_EQ(hops(), 2u);
+    EXPECT_EQ(hop(1, "Host"), "first");
+    EXPECT_EQ(hop(2, "Host"), "");
+    EXPECT_EQ(count(), "0");
+}
+
 TEST_F(TraceRouteResult, HopThatCannotBeDeletedDoesNotStopTheOthers) {
     report(kTwoHops);
     gw.refuseWrite(Operation::Delete, kHopTable);

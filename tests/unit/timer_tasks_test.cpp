@@ -1,41 +1,9 @@
-#include "core/timer_tasks.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
+// The tasks of a timer: added, replaced, deleted, due.
+#include "unit/timer_fixture.h"
 
 namespace {
 
-using Names = std::vector<std::string>;
-
-// A timer, with the clock in the test's hands.
-class TimerTasks : public testing::Test {
-  protected:
-    void request(const std::string& json) { handleTimerRequest(timer, json.c_str(), now); }
-    void add(const std::string& name, const std::string& exprTime, const std::string& more = "\"msg_type\":1") {
-        request(R"({"tmApplyObj":{"Name":")" + name + R"(","exprTime":)" + exprTime + "," + more + "}}");
-    }
-    void remove(const std::string& name) { request(R"({"tmApplyObjDelete":")" + name + "\"}"); }
-    std::optional<uint64_t> left() { return msToTick(timer, now); }
-
-    // Lets milliseconds pass; the names of the tasks that fire meanwhile, each with the time at which it did.
-    Names pass(uint32_t milliseconds) {
-        Names fired;
-        const uint32_t end = now + milliseconds;
-        for (auto wait = left(); wait && *wait <= end - now; wait = left()) {
-            now += static_cast<uint32_t>(*wait);
-            for (const TimerTask& task : tick(timer, now)) {
-                fired.push_back(task.name + "@" + std::to_string(now - start));
-            }
-        }
-        now = end;
-        return fired;
-    }
-
-    const uint32_t start = 5000;
-    uint32_t now = start;
-    Timer timer;
-};
+class TimerTasks : public TimerTest {};
 
 TEST_F(TimerTasks, NothingIsWaitedForWithoutTasks) {
     EXPECT_EQ(left(), std::nullopt);
@@ -185,100 +153,6 @@ TEST_F(TimerTasks, OneRequestMayAddAndDelete) {
     EXPECT_EQ(pass(2000), Names{"b@2000"});
 }
 
-TEST_F(TimerTasks, AddingDoesNotPutATickOff) {
-    add("a", "1");
-    pass(900);
-    add("b", "1");
-    EXPECT_EQ(pass(100), (Names{"a@1000", "b@1000"}));
-}
-
-TEST_F(TimerTasks, AddingToATimerThatStandsBeginsAWholeInterval) {
-    add("a", "1");
-    pass(1600);
-    add("b", "1");
-    EXPECT_EQ(pass(999), Names{});
-    EXPECT_EQ(pass(1), Names{"b@2600"});
-}
-
-TEST_F(TimerTasks, EveryRequestDisarmsATimerThatIsNotEnabled) {
-    add("a", "1");
-    pass(500);
-    remove("nobody");
-    EXPECT_EQ(left(), std::nullopt);
-    EXPECT_EQ(pass(60'000), Names{});
-    add("b", "2");
-    EXPECT_EQ(pass(1000), Names{"a@61500"});
-}
-
-TEST_F(TimerTasks, DisableDisarmsUntilTheNextTaskIsAdded) {
-    request(R"({"tmenable":"enable"})");
-    add("a", "2");
-    request(R"({"tmenable":"disable"})");
-    EXPECT_EQ(pass(10'000), Names{});
-    add("b", "1");
-    EXPECT_EQ(pass(2000), (Names{"b@11000", "a@12000"}));
-}
-
-TEST_F(TimerTasks, EveryRequestBeginsAWholeIntervalOfAnEnabledTimer) {
-    request(R"({"tmenable":"enable"})");
-    add("a", "1");
-    pass(900);
-    remove("nobody");
-    EXPECT_EQ(pass(999), Names{});
-    EXPECT_EQ(pass(1), Names{"a@1900"});
-}
-
-TEST_F(TimerTasks, EnabledTimerWithoutTasksStands) {
-    request(R"({"tmenable":"enable"})");
-    EXPECT_EQ(left(), std::nullopt);
-}
-
-TEST_F(TimerTasks, OtherWordsNeitherEnableNorDisable) {
-    request(R"({"tmenable":"enable"})");
-    for (const char* word : {"\"Enable\"", "\"\"", "1", "true", "null", "[]", "\"disabled\""}) {
-        request(std::string(R"({"tmenable":)") + word + "}");
-        EXPECT_TRUE(timer.enabled) << word;
-    }
-}
-
-TEST_F(TimerTasks, IntervalStaysWhenItIsNotGiven) {
-    request(R"({"tminterval":3})");
-    request(R"({"tminterval":null})");
-    request("{}");
-    EXPECT_EQ(timer.interval, 3);
-}
-
-TEST_F(TimerTasks, NegativeIntervalCountsAsZero) {
-    for (const char* interval : {"-1", "-99999999999", "0"}) {
-        request(std::string(R"({"tminterval":)") + interval + "}");
-        EXPECT_EQ(timer.interval, 0) << interval;
-    }
-}
-
-TEST_F(TimerTasks, WithIntervalZeroNoTimePassesAndNothingSpins) {
-    request(R"({"tmenable":"enable","tminterval":0})");
-    add("a", "1");
-    EXPECT_EQ(pass(0), Names{});
-    EXPECT_EQ(left(), std::nullopt);
-    EXPECT_EQ(timer.tasks.at(0).exprTime, 1);
-}
-
-TEST_F(TimerTasks, TaskKeptOverIntervalZeroGoesOnWithTheNext) {
-    request(R"({"tminterval":0})");
-    add("a", "2");
-    pass(60'000);
-    request(R"({"tminterval":1})");
-    add("b", "2");
-    EXPECT_EQ(pass(2000), (Names{"a@62000", "b@62000"}));
-}
-
-TEST_F(TimerTasks, HugeIntervalIsWaitedFor) {
-    request(R"({"tminterval":99999999999})");
-    add("a", "1");
-    EXPECT_EQ(left(), uint64_t{INT32_MAX} * 1000);
-    EXPECT_EQ(pass(86'400'000), Names{});
-}
-
 TEST_F(TimerTasks, TextThatIsNoJsonObjectChangesNothing) {
     request(R"({"tmenable":"enable"})");
     add("a", "5");
@@ -291,41 +165,6 @@ TEST_F(TimerTasks, TextThatIsNoJsonObjectChangesNothing) {
         EXPECT_EQ(left(), 500u) << text.substr(0, 20);
     }
     EXPECT_EQ(timer.tasks.size(), 1u);
-}
-
-TEST_F(TimerTasks, LostTicksAreNotMadeUp) {
-    add("a", "2");
-    now += 10'000;  // nobody looked for ten seconds
-    EXPECT_EQ(left(), 0u);
-    EXPECT_TRUE(tick(timer, now).empty());
-    EXPECT_EQ(left(), 1000u);
-    EXPECT_EQ(timer.tasks.at(0).exprTime, 1);
-}
-
-TEST_F(TimerTasks, ClockThatJumpsForwardMakesOneTick) {
-    add("a", "3");
-    now += 1'000'000'000;
-    EXPECT_EQ(left(), 0u);
-    tick(timer, now);
-    EXPECT_EQ(timer.tasks.at(0).exprTime, 2);
-    EXPECT_EQ(left(), 1000u);
-}
-
-TEST_F(TimerTasks, ClockThatGoesBackHasNotMoved) {
-    add("a", "1");
-    now += 400;
-    EXPECT_EQ(left(), 600u);
-    now -= 300;
-    EXPECT_EQ(left(), 600u);
-    now += 600;
-    EXPECT_EQ(left(), 0u);
-}
-
-TEST_F(TimerTasks, ClockMayWrap) {
-    now = UINT32_MAX - 300;
-    add("a", "1");
-    now += 600;
-    EXPECT_EQ(left(), 400u);
 }
 
 TEST_F(TimerTasks, ThousandTasksFireInTheOrderInWhichTheyCame) {
