@@ -33,7 +33,7 @@ void printHelp() {
         "\n"
         "Reads and writes the device's data model, and sends and receives messages on its bus.\n");
     for (const Verb& verb : verbs()) {
-        printf("  %-8s%s\n", verb.name, verb.summary);
+        printf("  %-10s%s\n", verb.name, verb.summary);
     }
     puts(
         "\n"
@@ -136,6 +136,11 @@ bool parse(int argc, char** argv, Command& command) {
     command.call.operands.assign(argv + optind, argv + argc);
     if (command.verb != nullptr && !command.call.operands.empty()) {
         command.call.operands.erase(command.call.operands.begin());
+    }
+    if (command.verb != nullptr && command.verb->takesPaths) {
+        for (std::string& operand : command.call.operands) {
+            operand = plainPath(operand);
+        }
     }
     return true;
 }

@@ -1,8 +1,11 @@
 #include "verb.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+
+#include "model/names.h"
 
 namespace vcfgctl {
 
@@ -29,6 +32,17 @@ int wrongUsage(const Call& call, const std::string& why) {
 int nobodyAnswers(const std::string& why) {
     fprintf(stderr, "vcfgctl: %s\n", why.c_str());
     return kNobodyAnswers;
+}
+
+std::string plainPath(const std::string& operand) {
+    constexpr std::string_view kPlace = "{i}";
+    const size_t end = std::min(operand.find('='), operand.size());
+    std::string path(vcfg::model::withoutRoot(std::string_view(operand).substr(0, end)));
+    for (size_t at = path.find(kPlace); at != path.npos; at = path.find(kPlace)) {
+        path.replace(at, kPlace.size(), "*");
+    }
+    // "Device." itself is the whole model.
+    return (path.empty() && end > 0 ? "." : path) + operand.substr(end);
 }
 
 bool parseNumber(const std::string& text, uint64_t most, uint64_t* number) {

@@ -31,6 +31,7 @@ struct Verb {
     const char* help;
     std::span<const option> options;
     int (*run)(const Call& call);
+    bool takesPaths = false;  // its operands begin with a path
 };
 
 std::span<const Verb> verbs();
@@ -40,6 +41,8 @@ int runSet(const Call& call);
 int runAdd(const Call& call);
 int runDel(const Call& call);
 int runDump(const Call& call);
+int runList(const Call& call);
+int runDescribe(const Call& call);
 int runWatch(const Call& call);
 int runSend(const Call& call);
 int runServe(const Call& call);
@@ -48,6 +51,9 @@ int runServe(const Call& call);
 int refuse(const std::string& why);
 int wrongUsage(const Call& call, const std::string& why);
 int nobodyAnswers(const std::string& why);
+
+// The operand with its path as the model has it: without "Device.", and "*" for "{i}".
+std::string plainPath(const std::string& operand);
 
 // A number of the command line, decimal or 0x; false when it is none or larger than `most`.
 bool parseNumber(const std::string& text, uint64_t most, uint64_t* number);

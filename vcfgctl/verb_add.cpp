@@ -5,6 +5,7 @@
 
 #include "ask.h"
 #include "print.h"
+#include "suggest.h"
 #include "verb.h"
 
 namespace vcfgctl {

@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "ask.h"
+#include "suggest.h"
 #include "verb.h"
 
 namespace vcfgctl {

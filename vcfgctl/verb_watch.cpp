@@ -5,6 +5,7 @@
 #include "ask.h"
 #include "client/bus_client.h"
 #include "print.h"
+#include "suggest.h"
 #include "verb.h"
 
 namespace vcfgctl {

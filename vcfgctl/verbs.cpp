@@ -6,6 +6,7 @@ namespace {
 
 const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
 const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
+const option kListOptions[] = {{"next", no_argument, nullptr, 0}};
 const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
 const option kSendOptions[] = {
     {"to", required_argument, nullptr, 0},      {"type", required_argument, nullptr, 0},
@@ -23,6 +24,7 @@ const char kGetHelp[] =
     "  IP.Interface.1.Status     one parameter\n"
     "  IP.Interface.*.Status     that of every instance\n"
     "  IP.Interface.1.           all that is below, '.' alone is the whole model\n"
+    "  Device.IP.Interface.1.    the same; \"Device.\" may be there in every path\n"
     "\n"
     "  --refresh  lets the owner of each object bring its values up to date first\n"
     "  --json     {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
@@ -61,6 +63,31 @@ const char kDumpHelp[] =
     "parameters those that differ from a new instance's. 'vcmd --defaults FILE' starts from it.\n"
     "\n"
     "  --json  on one line\n";
+
+const char kListHelp[] =
+    "Prints the names of the path's object, of its parameters and of all that is below, a line each in\n"
+    "tree order; without a path those of the whole model. What an object can have is listed, whether or\n"
+    "not an instance of it is there: {i} stands for the instance number. Objects end in a dot.\n"
+    "\n"
+    "  vcfgctl list IP.Interface\n"
+    "\n"
+    "  --next  only the next level below the path\n"
+    "  --json  {\"path\":...,\"kind\":...} lines; the kind is \"table\", \"object\", \"group\" (a name\n"
+    "          that only objects lie below) or \"parameter\"\n"
+    "\n"
+    "It works without vcmd: the names are those that vcfgctl is built with.\n";
+
+const char kDescribeHelp[] =
+    "Says what one parameter is: its type, what it takes, who may write it, what a new instance has,\n"
+    "whether it is there again after a restart, which hooks stand behind it and who serves it. Of an\n"
+    "object: its record, and how many parameters it has.\n"
+    "\n"
+    "  vcfgctl describe IP.Interface.1.Status      the number may be {i} or *, they name the same\n"
+    "  vcfgctl describe IP.Interface\n"
+    "\n"
+    "  --json  one line\n"
+    "\n"
+    "It works without vcmd too; who serves the object, and its hooks, are unknown then.\n";
 
 const char kWatchHelp[] =
     "Prints a line per change as it happens: seconds since boot, path, old and new value, and who.\n"
@@ -103,13 +130,16 @@ const char kServeHelp[] =
     "The socket eid-EID in the run directory appears when it is ready.\n";
 
 const Verb kVerbs[] = {
-    {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet},
-    {"set", "[--no-apply | --wait] PATH=VALUE...", "writes parameters", kSetHelp, kSetOptions, runSet},
-    {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd},
-    {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel},
+    {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
+    {"set", "[--no-apply | --wait] PATH=VALUE...", "writes parameters", kSetHelp, kSetOptions, runSet, true},
+    {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd, true},
+    {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
     {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
+    {"list", "[--next] [--json] [PATH]", "prints what objects and parameters there are", kListHelp, kListOptions,
+     runList, true},
+    {"describe", "[--json] PATH", "says what an object or a parameter is", kDescribeHelp, {}, runDescribe, true},
     {"watch", "[--count N] [--timeout MS] [--json] [PATH...]", "prints changes as they happen", kWatchHelp,
-     kWatchOptions, runWatch},
+     kWatchOptions, runWatch, true},
     {"send",
      "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",

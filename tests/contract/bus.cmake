@@ -12,4 +12,9 @@ if(NOT TARN_SANITIZE)
   add_test(NAME contract_bus_faults.ExampleDaemonOfTheDocumentationWorks
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/bus_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
   set_tests_properties(contract_bus_faults.ExampleDaemonOfTheDocumentationWorks PROPERTIES LABELS contract TIMEOUT 60)
+  # And that of docs/datamodel.md.
+  add_dependencies(contract_bus_faults vcfgctl)
+  add_test(NAME contract_bus_faults.ExampleOfTheSchemaListsWhatVcfgctlLists
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/schema_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
+  set_tests_properties(contract_bus_faults.ExampleOfTheSchemaListsWhatVcfgctlLists PROPERTIES LABELS contract TIMEOUT 60)
 endif()

@@ -151,8 +151,10 @@ def test_get_refresh_asks_the_owner_first(bus):
     ("IP.Interface.0.Status", "an instance number"),
     ("IP.Interfaces.1.Status", "Interface."),
     ("IP", '"IP."'),
-    ("Colour.", "IP."),
-    ("", "IP."),
+    ("IP.Interface.Status", "an instance number, 1 to 255, or *; did you mean IP.Interface.*.Status?"),
+    ("Colour.", "'vcfgctl list' shows"),
+    ("IP.Interface.1.Colour", "'vcfgctl list IP.Interface.1' shows"),
+    ("", "'vcfgctl list' shows"),
 ])
 def test_get_says_what_exists_instead(bus, path, says):
     assert says in bus.fails(1, "get", path)
@@ -161,6 +163,140 @@ def test_get_says_what_exists_instead(bus, path, says):
 def test_get_names_the_instances_that_there_are(bus):
     bus.ok("add", "IP.Interface")
     assert "there is IP.Interface.1" in bus.fails(1, "get", "IP.Interface.7.")
+
+
+@pytest.mark.parametrize("path, meant", [
+    ("IP.Interface.1.Staus", "IP.Interface.1.Status"),
+    ("IP.Interface.1.status", "IP.Interface.1.Status"),
+    ("Device.IP.Interfaces.*.Stat", "IP.Interface.*.Status"),
+    ("IP.Interface.1.Status.x", "IP.Interface.1.Status"),
+    ("IP.Interface.1.Sta.", "IP.Interface.1.Status"),
+    ("ip.", "IP."),
+    ("DHCPv4.Servr.Pool.1.Enabl", "DHCPv4.Server.Pool.1.Enable"),
+    ("IP.Interfac", "IP.Interface."),
+    ("DHCP4.Client.1.Renw", "DHCPv4.Client.1.Renew or DHCPv6.Client.1.Renew"),
+    ("IP.Interface.1.Ipv4Address.1.IPAddress",
+     "IP.Interface.1.IPv4Address.1.IPAddress or IP.Interface.1.IPv6Address.1.IPAddress"),
+])
+def test_a_wrong_name_is_answered_with_the_nearest(quiet_bus, path, meant):
+    assert quiet_bus.fails(1, "get", path).endswith(f"there is no such path; did you mean {meant}?\n")
+
+
+@pytest.mark.parametrize("path", [500 * "a.", 3000 * "x", "IP.Interface." + 300 * "1.", 40 * "Interface.", "IP..Interface.1.Status",
+                                  "IP.Interface.1.\xff\x01", "....", "1", "*"])
+def test_a_path_that_is_nonsense_gets_one_line(quiet_bus, path):
+    for verb in ("get", "list", "describe", "watch", "add", "del"):
+        quiet_bus.fails(1, verb, path)
+
+
+def test_every_path_may_begin_with_device(bus):
+    assert bus.ok("add", "Device.IP.Interface") == "IP.Interface.1\n"
+    assert bus.ok("set", "Device.IP.Interface.1.Alias=Device.x{i}") == ""
+    assert bus.ok("get", "Device.IP.Interface.{i}.Alias") == "IP.Interface.1.Alias=Device.x{i}\n"
+    assert bus.ok("get", "Device.") == bus.ok("get", ".")
+    assert bus.ok("list", "Device.") == bus.ok("list")
+    assert bus.ok("describe", "Device.IP.Interface.1.Alias") == bus.ok("describe", "IP.Interface.1.Alias")
+    assert bus.ok("watch", "Device.IP.Interface.{i}.Alias", "--timeout", "50") == ""
+    assert bus.ok("del", "Device.IP.Interface.1") == ""
+
+
+# list, describe
+
+def test_list_names_what_there_can_be_without_any_instance(quiet_bus):
+    listed = quiet_bus.ok("list", "IP.Interface.7.IPv4Address").splitlines()
+    assert listed[0] == "IP.Interface.{i}.IPv4Address.{i}."
+    assert "IP.Interface.{i}.IPv4Address.{i}.IPAddress" in listed
+    assert all(line.startswith(listed[0]) for line in listed)
+    assert quiet_bus.ok("list", "IP.Interface.1.Status") == "IP.Interface.{i}.Status\n"
+
+
+@pytest.mark.parametrize("path", ["IP.Interface.1", "IP.Interface.{i}.", "IP.Interface.*", "Device.IP.Interface", "IP.Interface."])
+def test_list_takes_numbers_braces_stars_and_none(quiet_bus, path):
+    listed = quiet_bus.ok("list", path).splitlines()
+    assert listed[0] == "IP.Interface.{i}." and "IP.Interface.{i}.IPv4Address.{i}.Status" in listed
+
+
+def test_list_is_in_tree_order_and_names_each_once(quiet_bus):
+    listed = quiet_bus.ok("list").splitlines()
+    assert len(set(listed)) == len(listed)
+    open_paths = []
+    for line in listed:
+        above = line.rstrip(".").removesuffix(".{i}").rpartition(".")[0]
+        while open_paths and open_paths[-1] != above:
+            open_paths.pop()
+        assert above == "" or open_paths, f"{line} does not stand below {above}."
+        if line.endswith("."):
+            open_paths.append(line.rstrip("."))
+
+
+def test_list_next_is_one_level(quiet_bus):
+    roots = quiet_bus.ok("list", "--next").splitlines()
+    assert {"IP.", "DHCPv4.", "InterfaceStack.{i}.", "ManagementServer."} <= set(roots)
+    assert all(line.removesuffix(".").removesuffix(".{i}").count(".") == 0 for line in roots)
+    assert quiet_bus.ok("list", "--next", "DHCPv4") == "DHCPv4.Client.{i}.\nDHCPv4.Server.\n"
+    below = quiet_bus.ok("list", "--next", "IP.Interface.3").splitlines()
+    assert below[0] == "IP.Interface.{i}.Enable" and below[-1] == "IP.Interface.{i}.IPv6Prefix.{i}."
+
+
+def test_list_json_has_the_kind(quiet_bus):
+    kinds = {line["path"]: line["kind"] for line in lines(quiet_bus.ok("list", "--json"))}
+    assert [kinds[path] for path in ("DHCPv4.", "DHCPv4.Server.", "IP.Interface.{i}.", "IP.Interface.{i}.Status")] == \
+        ["group", "object", "table", "parameter"]
+    assert list(kinds) == quiet_bus.ok("list").splitlines()
+
+
+def test_list_is_what_get_prints(bus):
+    bus.ok("add", "IP.Interface")
+    printed = [line.partition("=")[0] for line in bus.ok("get", "IP.Interface.1.").splitlines()]
+    listed = [line.replace("{i}", "1") for line in bus.ok("list", "--next", "IP.Interface").splitlines()
+              if not line.endswith(".")]
+    assert printed == listed
+
+
+def test_describe_says_what_a_parameter_takes(bus):
+    assert bus.ok("describe", "IP.Interface.1.Status") == (
+        "path: IP.Interface.{i}.Status\n"
+        "kind: parameter\n"
+        "type: enumeration\n"
+        "length: 0 to 16\n"
+        "values: Up,Down,Unknown,Dormant,NotPresent,LowerLayerDown,Error\n"
+        "access: readOnly\n"
+        "default: Down\n"
+        "persistence: kept\n"
+        "apply hook: none\n"
+        "refresh hook: none\n"
+        f"served by: vcmd (endpoint 1, process {bus.vcmd.pid})\n")
+    assert "range: 0 to 4294967295\n" in bus.ok("describe", "IP.Interface.1.MaxMTUSize")
+    assert "persistence: counted\n" in bus.ok("describe", "IP.InterfaceNumberOfEntries")
+
+
+def test_describe_json_is_one_typed_line(bus):
+    bus.hook("apply", "IP.Interface.{i}", "exit 0")
+    described, = lines(bus.ok("describe", "--json", "IP.Interface.{i}.Enable"))
+    assert described == {
+        "path": "IP.Interface.{i}.Enable", "kind": "parameter", "type": "boolean", "access": "readWrite",
+        "default": False, "persistence": "kept",
+        "hooks": {"apply": f"{bus.home}/hooks/apply/IP.Interface.{{i}}", "refresh": None},
+        "servedBy": {"name": "vcmd", "eid": 1, "process": bus.vcmd.pid}}
+    status, = lines(bus.ok("describe", "--json", "IP.Interface.1.Status"))
+    assert (status["maxLength"], status["values"][:2], status["access"]) == (16, ["Up", "Down"], "readOnly")
+    mtu, = lines(bus.ok("describe", "--json", "IP.Interface.*.MaxMTUSize"))
+    assert (mtu["min"], mtu["max"], mtu["default"]) == (0, 4294967295, 0)
+
+
+def test_describe_an_object(bus):
+    assert "kind: table\noid: 2\nrecord: IpInterface\n" in bus.ok("describe", "IP.Interface")
+    described, = lines(bus.ok("describe", "--json", "IP.Interface.1."))
+    assert (described["path"], described["kind"]) == ("IP.Interface.{i}", "table")
+    assert described["parameters"][:3] == ["Enable", "IPv4Enable", "Status"]
+    assert lines(bus.ok("describe", "--json", "DNS.Client"))[0]["kind"] == "object"
+    assert "'vcfgctl list --next DHCPv4' shows them" in bus.fails(1, "describe", "DHCPv4")
+
+
+def test_describe_works_without_vcmd(quiet_bus):
+    assert quiet_bus.ok("describe", "IP.Interface.1.Status").endswith("served by: nobody; its hooks are unknown\n")
+    described, = lines(quiet_bus.ok("--run-dir", "/no/such", "describe", "--json", "IP.Interface.1.Status"))
+    assert (described["hooks"], described["servedBy"]) == (None, None)
 
 
 # set
@@ -366,6 +502,7 @@ def test_no_answer_in_time_is_status_3(quiet_bus):
     ["send", "--to", "2", "--type", "1", "--iid", "1.2.3.4.5.6.7"], ["send", "--to", "2", "--type", "1", "--iid", "1."],
     ["send", "--to", "2", "--type", "1", "--payload", "a", "--payload-file", "b"], ["send", "--to", "2", "--type", "1", "text"],
     ["serve"], ["serve", "0"], ["serve", "15", "--reply", "x:y"], ["serve", "15", "--count", "-1"], ["watch", "--count", "x"],
+    ["list", "IP.", "DNS."], ["list", "--fly"], ["describe"], ["describe", "IP.", "DNS."],
 ])
 def test_wrong_usage_is_status_2(quiet_bus, arguments):
     assert "--help" in quiet_bus.fails(2, *arguments)
@@ -380,7 +517,7 @@ def test_global_options_stand_before_or_after_the_verb(bus):
 
 def test_help_is_there_for_the_program_and_each_verb(quiet_bus):
     overview = quiet_bus.ok("--help")
-    for verb in ("get", "set", "add", "del", "dump", "watch", "send", "serve"):
+    for verb in ("get", "set", "add", "del", "dump", "list", "describe", "watch", "send", "serve"):
         assert f"\n  {verb} " in overview
         assert quiet_bus.ok(verb, "--help").startswith(f"Usage: vcfgctl {verb} ")
     assert quiet_bus.ok("--version").startswith("vcfgctl ")

@@ -13,21 +13,27 @@
 namespace vcfg::wire {
 
 enum Request : uint32_t {
-    kGet = 0x00F00001,         // -                            -> record, refreshed by its owner
-    kGetStored = 0x00F00002,   // -                            -> record
-    kNext = 0x00F00003,        // objIid: the one before       -> next instance's objIid and refreshed record
-    kNextStored = 0x00F00004,  // as kNext, not refreshed
-    kNextChild = 0x00F00005,   // payload: parent (objIndex)   -> as kNext, below that parent
-    kSet = 0x00F00006,         // payload: record              -> -, when written; the apply hook runs on
-    kSetNoApply = 0x00F00007,  // payload: record              -> -
-    kSetAndWait = 0x00F00008,  // payload: record              -> -, when the apply hook has ended
-    kAdd = 0x00F00009,         // objIid: parent               -> the new instance's objIid
-    kDelete = 0x00F0000A,      // -                            -> -
-    kWrite = 0x00F0000B,       // payload: WriteHeader, then a NUL-terminated JSON object -> -
-    kWatch = 0x00F0000C,       // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
-    kPing = 0x00F0000D,        // -                            -> -, when all that came before has been handled
-    kChange = 0x00F0000E,      // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
-    kDebugConfig = 0x00F0000F  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
+    kGet = 0x00F00001,          // -                            -> record, refreshed by its owner
+    kGetStored = 0x00F00002,    // -                            -> record
+    kNext = 0x00F00003,         // objIid: the one before       -> next instance's objIid and refreshed record
+    kNextStored = 0x00F00004,   // as kNext, not refreshed
+    kNextChild = 0x00F00005,    // payload: parent (objIndex)   -> as kNext, below that parent
+    kSet = 0x00F00006,          // payload: record              -> -, when written; the apply hook runs on
+    kSetNoApply = 0x00F00007,   // payload: record              -> -
+    kSetAndWait = 0x00F00008,   // payload: record              -> -, when the apply hook has ended
+    kAdd = 0x00F00009,          // objIid: parent               -> the new instance's objIid
+    kDelete = 0x00F0000A,       // -                            -> -
+    kWrite = 0x00F0000B,        // payload: WriteHeader, then a NUL-terminated JSON object -> -
+    kWatch = 0x00F0000C,        // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
+    kPing = 0x00F0000D,         // -                            -> -, when all that came before has been handled
+    kChange = 0x00F0000E,       // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
+    kDebugConfig = 0x00F0000F,  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
+    kService = 0x00F00010       // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
+};
+
+// Who serves an object. A hook that is not there is an empty text.
+struct ServiceHeader {
+    int32_t process;
 };
 
 struct WriteHeader {

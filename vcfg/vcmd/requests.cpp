@@ -47,6 +47,8 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     if (message.type == wire::kWatch) {
         serveWatch(vcmd, staged);
+    } else if (message.type == wire::kService) {
+        serveService(vcmd, staged);
     } else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN) {
         confirmStartUp(staged);
     } else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0) {

@@ -30,6 +30,8 @@ struct Staged {
 bool serveRead(Vcmd& vcmd, Staged& staged);
 // `spokenFor` hooks of writes that are not saved yet will need room too.
 bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor);
+// Who serves an object, and its hooks.
+void serveService(Vcmd& vcmd, Staged& staged);
 
 // Sets the answer, and logs what should never have been asked.
 void refuse(Staged& staged, int code, const std::string& why);

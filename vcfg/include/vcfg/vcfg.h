@@ -8,5 +8,6 @@
 #include <vcfg/msg_types.h>
 #include <vcfg/os.h>
 #include <vcfg/rdm.h>
+#include <vcfg/schema.h>
 
 #endif
