@@ -14,6 +14,7 @@ struct Key {
     const char* name;
     void (*copy)(const Json& report, const char* name, T& record);
 };
+
 // A missing key reads as 0 or empty; what is too large for the field is cut, or the greatest value.
 inline void takeValue(const Json& report, const char* name, uint32_t& field) {
     field = report.unsigned32(name);
