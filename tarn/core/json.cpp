@@ -167,7 +167,11 @@ bool Json::copy(const char* key, const Json& from, const char* fromKey) {
     if (found == nullptr) {
         return false;
     }
-    put(object_, key, json_object_get(found));
+    json_object* own = nullptr;
+    if (json_object_deep_copy(found, &own, nullptr) != 0) {
+        outOfMemory(sizeof own);
+    }
+    put(object_, key, own);
     return true;
 }
 

@@ -55,7 +55,8 @@ class Json {
     void set(const char* key, uint32_t value);
     void set(const char* key, bool value);
     void set(const char* key, const Json& value);
-    // Copies a value of another object unchanged, whatever its type; false when it is missing or null.
+    // Copies a value of another object unchanged, whatever its type; false when it is missing or null. Nothing is
+    // shared with the other object, which may belong to another thread.
     bool copy(const char* key, const Json& from, const char* fromKey);
     void remove(const char* key);
     void removeNulls();

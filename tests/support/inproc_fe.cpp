@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <mutex>
 
 #include "store/store.h"
@@ -31,7 +32,8 @@ struct World {
 };
 
 std::mutex mutex;
-World world;
+// Never destroyed: a thread that nobody waits for may have looked at it last.
+World& world = *std::make_unique<World>().release();
 
 std::string patternOf(uint32_t oid) {
     const Object* object = vcfg::model::find(oid);

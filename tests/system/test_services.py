@@ -64,6 +64,9 @@ def test_second_daemon_takes_over(gateway):
     eventually(lambda: starts(gateway, mark) == 1)
     second = set(gateway.processes("tarn")) - set(first)
     assert {registered(gateway)} == second
+    # It switches the WAN port off and on, as at every start: the real client's new lease ends that.
+    eventually(lambda: any('"addressAssigned":true' in text for text in gateway.texts(mark)))
+    gateway.settle()
     gateway.lease(ip="203.0.113.45", subnet="255.255.255.0")
     gateway.wait("IP.Interface.1.IPv4Address.1.IPAddress=203.0.113.45")
     gateway.inside("kill", "-KILL", *map(str, first))
