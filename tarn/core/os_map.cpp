@@ -9,24 +9,13 @@
 #include <algorithm>
 #include <atomic>
 
+#include "core/descriptor.h"
 #include "core/os.h"
 
 namespace os {
 namespace {
 
 constexpr off_t kWindow = 1 << 20;  // mapped at once: the address space of a small machine holds it at any time
-
-class Descriptor {
-  public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { close(descriptor_); }
-    int get() const { return descriptor_; }
-
-  private:
-    int descriptor_;
-};
 
 struct Mapped {
     char* begin;
