@@ -2,18 +2,12 @@
 
 #include <vector>
 
+#include "path_parts.h"
+
 namespace vcfg::model {
 namespace {
 
 constexpr std::string_view kRoot = "Device.";
-constexpr std::string_view kAnyInstance = "{i}";
-
-std::string_view takePart(std::string_view* text) {
-    const size_t dot = text->find('.');
-    const std::string_view part = text->substr(0, dot);
-    text->remove_prefix(dot == text->npos ? text->size() : dot + 1);
-    return part;
-}
 
 bool takeInstance(std::string_view part, objIndex* iid) {
     const std::optional<uint8_t> number = instancePlace(part);
