@@ -1,19 +1,15 @@
 """The provider's FTP server for a test, and the debug script that it hands out."""
 import json
-import os
 import shutil
-import signal
-import subprocess
 import sys
-import threading
 
-from links import inside
+from room_process import RoomProcess
 from support import eventually
 
 FOLDER = "/var/lib/isp/ftp"  # in the provider's room
 
 
-class FtpServer:
+class FtpServer(RoomProcess):
     """Runs in the provider's room while the test lasts; `script` None hands out nothing."""
 
     def __init__(self, gateway, script="#!/bin/sh\n", **options):
@@ -25,23 +21,12 @@ class FtpServer:
         words = ["/usr/bin/python3", "/usr/lib/isp/ftpserver.py", FOLDER]
         for name, value in options.items():
             words += [f"--{name}", str(value)]
-        self.process = subprocess.Popen(inside.entering(gateway.state, "isp", words), env=inside.environment(),
-                                        stdout=subprocess.PIPE, stderr=sys.stderr, text=True, start_new_session=True)
-        self.lines = []
-        threading.Thread(target=self._read, daemon=True).start()
+        super().__init__(gateway.state, "isp", words, stderr=sys.stderr)
 
     def __enter__(self):
         eventually(lambda: "ready" in self.lines or self.process.poll() is not None)
         assert self.process.poll() is None, "the FTP server does not start"
         return self
-
-    def __exit__(self, *_):
-        os.killpg(self.process.pid, signal.SIGKILL)
-        self.process.wait()
-
-    def _read(self):
-        for line in self.process.stdout:
-            self.lines.append(line.rstrip("\n"))
 
     def events(self):
         return [json.loads(line) for line in list(self.lines) if line.startswith("{")]
