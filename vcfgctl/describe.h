@@ -16,6 +16,7 @@ struct Description {
 };
 
 const char* typeName(uint32_t type);
+const char* persistenceName(const vcfg_schema_parameter_t& parameter);
 
 void printDescription(const Description& description);
 json_object* descriptionJson(const Description& description);

@@ -55,7 +55,8 @@ void putParameter(json_object* line, const vcfg_schema_parameter_t& parameter) {
     }
     put(line, "access", json_object_new_string(parameter.isWritable != 0 ? "readWrite" : "readOnly"));
     put(line, "default", defaultValue(parameter));
-    put(line, "persistence", json_object_new_string(parameter.isKept != 0 ? "kept" : "counted"));
+    put(line, "persistence", json_object_new_string(persistenceName(parameter)));
+    put(line, "secret", json_object_new_boolean(parameter.isSecret));
 }
 
 void putObject(json_object* line, const vcfg_schema_object_t& object) {

@@ -26,7 +26,8 @@ void printParameter(const vcfg_schema_parameter_t& parameter) {
     printRange(parameter);
     printf("access: %s\n", parameter.isWritable != 0 ? "readWrite" : "readOnly");
     printf("default: %s\n", parameter.dflt);
-    printf("persistence: %s\n", parameter.isKept != 0 ? "kept" : "counted");
+    printf("persistence: %s\n", persistenceName(parameter));
+    printf("secret: %s\n", parameter.isSecret != 0 ? "yes" : "no");
 }
 
 void printObject(const vcfg_schema_object_t& object) {
@@ -55,6 +56,13 @@ void printService(const vcfg_schema_service_t* service) {
 
 const char* typeName(uint32_t type) {
     return kTypeNames[type];
+}
+
+const char* persistenceName(const vcfg_schema_parameter_t& parameter) {
+    if (parameter.countedOid != RDM_OID_NONE) {
+        return "counted";
+    }
+    return parameter.isKept != 0 ? "configuration" : "state";
 }
 
 void printDescription(const Description& description) {

@@ -42,7 +42,8 @@ TEST(Schema, ParameterIsDescribedWithTypeLengthValuesAccessAndDefault) {
     EXPECT_STREQ(found.parameter.values, "Up,Down,Unknown,Dormant,NotPresent,LowerLayerDown,Error");
     EXPECT_STREQ(found.parameter.dflt, "Down");
     EXPECT_EQ(found.parameter.isWritable, 0);
-    EXPECT_EQ(found.parameter.isKept, 1);
+    EXPECT_EQ(found.parameter.isKept, 0);
+    EXPECT_EQ(found.parameter.isSecret, 0);
     EXPECT_EQ(found.parameter.offset, offsetof(IpInterface, Status));
 }
 
@@ -62,6 +63,20 @@ TEST(Schema, BooleansDefaultIsAWordAndTheyMayBeWritable) {
     EXPECT_EQ(found.parameter.type, VCFG_TYPE_BOOLEAN);
     EXPECT_STREQ(found.parameter.dflt, "false");
     EXPECT_EQ(found.parameter.isWritable, 1);
+}
+
+TEST(Schema, ConfigurationIsKeptAndSoIsReadOnlyIdentity) {
+    for (const char* path : {"IP.Interface.1.Enable", "DeviceInfo.FirstUseDate", "PPP.Interface.1.Password"}) {
+        EXPECT_EQ(find(path).parameter.isKept, 1) << path;
+    }
+    EXPECT_EQ(find("DeviceInfo.FirstUseDate").parameter.isWritable, 0);
+}
+
+TEST(Schema, SecretIsMarkedAndWritable) {
+    const Found found = find("PPP.Interface.1.Password");
+    EXPECT_EQ(found.parameter.isSecret, 1);
+    EXPECT_EQ(found.parameter.isWritable, 1);
+    EXPECT_EQ(find("PPP.Interface.1.Username").parameter.isSecret, 0);
 }
 
 TEST(Schema, CountIsNotKeptAndNamesItsTable) {
@@ -147,7 +162,8 @@ TEST(Schema, EveryParameterIsFoundAgainByItsPathAndTakesItsDefault) {
             EXPECT_EQ(found.object.oid, oid);
             EXPECT_STREQ(found.parameter.name, parameter.name);
             const int code = vcfgSchemaValueCheck(oid, parameter.name, parameter.dflt, nullptr, 0);
-            EXPECT_EQ(code, parameter.isKept != 0 ? VCFG_OK : VCFG_ERR_INVALID) << object.path << " " << parameter.name;
+            EXPECT_EQ(code, parameter.countedOid == RDM_OID_NONE ? VCFG_OK : VCFG_ERR_INVALID)
+                << object.path << " " << parameter.name;
         }
         EXPECT_EQ(count, object.parameterCount) << object.path;
     }

@@ -262,11 +262,15 @@ def test_describe_says_what_a_parameter_takes(bus):
         "values: Up,Down,Unknown,Dormant,NotPresent,LowerLayerDown,Error\n"
         "access: readOnly\n"
         "default: Down\n"
-        "persistence: kept\n"
+        "persistence: state\n"
+        "secret: no\n"
         "apply hook: none\n"
         "refresh hook: none\n"
         f"served by: vcmd (endpoint 1, process {bus.vcmd.pid})\n")
     assert "range: 0 to 4294967295\n" in bus.ok("describe", "IP.Interface.1.MaxMTUSize")
+    assert "persistence: configuration\nsecret: yes\n" in bus.ok("describe", "PPP.Interface.1.Password")
+    assert "access: readOnly\n" in bus.ok("describe", "DeviceInfo.FirstUseDate")
+    assert "persistence: configuration\n" in bus.ok("describe", "DeviceInfo.FirstUseDate")
     assert "persistence: counted\n" in bus.ok("describe", "IP.InterfaceNumberOfEntries")
 
 
@@ -275,7 +279,7 @@ def test_describe_json_is_one_typed_line(bus):
     described, = lines(bus.ok("describe", "--json", "IP.Interface.{i}.Enable"))
     assert described == {
         "path": "IP.Interface.{i}.Enable", "kind": "parameter", "type": "boolean", "access": "readWrite",
-        "default": False, "persistence": "kept",
+        "default": False, "persistence": "configuration", "secret": False,
         "hooks": {"apply": f"{bus.home}/hooks/apply/IP.Interface.{{i}}", "refresh": None},
         "servedBy": {"name": "vcmd", "eid": 1, "process": bus.vcmd.pid}}
     status, = lines(bus.ok("describe", "--json", "IP.Interface.1.Status"))

@@ -11,7 +11,6 @@
 
 #include "model/describe.h"
 
-using vcfg::model::Access;
 using vcfg::model::Kind;
 using vcfg::model::Object;
 using vcfg::model::Parameter;
@@ -158,8 +157,63 @@ TEST(ModelFacts, ChoicesFitTheirField) {
 
 TEST(ModelFacts, AccessIsTheStandards) {
     forEachModelled([](const Fact& fact, const Parameter& parameter) {
-        EXPECT_EQ(parameter.access == Access::RW, fact.access == "writable") << fact.name();
+        EXPECT_EQ(parameter.isWritable(), fact.access == "writable") << fact.name();
     });
+}
+
+// What authenticates somebody is named so, in the standard and in what is added to it.
+bool soundsSecret(std::string_view name) {
+    for (const char* word : {"Password", "Passphrase", "PresharedKey", "PreSharedKey", "WEPKey", "Secret", "PIN"}) {
+        if (name.ends_with(word)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(ModelFacts, WhatAuthenticatesIsSecretAndNothingElse) {
+    std::set<std::string> secrets;
+    for (const Object& object : vcfg::model::objects()) {
+        for (const Parameter& parameter : object.parameters) {
+            const std::string name = std::string(object.pattern) + "." + parameter.name;
+            EXPECT_EQ(parameter.isSecret(), parameter.isText() && soundsSecret(parameter.name)) << name;
+            if (parameter.isSecret()) {
+                secrets.insert(name);
+            }
+        }
+    }
+    for (const char* name :
+         {"PPP.Interface.{i}.Password", "ManagementServer.Password", "ManagementServer.ConnectionRequestPassword",
+          "ManagementServer.STUNPassword", "WiFi.AccessPoint.{i}.WPS.PIN", "X_VORAN_MailAccount.{i}.Password",
+          "X_VORAN_SystemDebug.Password"}) {
+        EXPECT_EQ(secrets.count(name), 1u) << name;
+    }
+}
+
+TEST(ModelFacts, EveryReadWriteParameterIsConfigurationAndNoCountIs) {
+    for (const Object& object : vcfg::model::objects()) {
+        for (const Parameter& parameter : object.parameters) {
+            EXPECT_TRUE(parameter.isPersistent() || !parameter.isWritable()) << object.pattern << parameter.name;
+            EXPECT_FALSE(parameter.isPersistent() && parameter.countedOid != RDM_OID_NONE) << parameter.name;
+        }
+    }
+}
+
+// Found by these again after a power cycle, when nobody has reported anything yet.
+TEST(ModelFacts, WhatAThingIsOutlivesAPowerCycleAndWhatItDoesDoesNot) {
+    const auto persists = [](const char* pattern, const char* name) {
+        return find(*objectOf(pattern), name)->isPersistent();
+    };
+    EXPECT_TRUE(persists("DeviceInfo", "FirstUseDate"));
+    EXPECT_TRUE(persists("DeviceInfo", "SerialNumber"));
+    EXPECT_TRUE(persists("Ethernet.Interface.{i}", "Name"));
+    EXPECT_TRUE(persists("InterfaceStack.{i}", "LowerLayer"));
+    EXPECT_TRUE(persists("DNS.Client.Server.{i}", "Type"));
+    EXPECT_TRUE(persists("Routing.Router.{i}.IPv4Forwarding.{i}", "Origin"));
+    EXPECT_FALSE(persists("DHCPv4.Client.{i}", "DHCPStatus"));
+    EXPECT_FALSE(persists("DHCPv4.Client.{i}", "IPAddress"));
+    EXPECT_FALSE(persists("IP.Interface.{i}", "Status"));
+    EXPECT_FALSE(persists("DeviceInfo", "UpTime"));
 }
 
 TEST(ModelFacts, DefaultsAreTheStandards) {

@@ -66,8 +66,9 @@ vcfg_schema_parameter_t describe(const model::Parameter& parameter) {
     described.maxLength = parameter.isText() ? parameter.size - 1u : 0u;
     described.offset = parameter.offset;
     described.countedOid = parameter.countedOid;
-    described.isWritable = parameter.access == model::Access::RW ? 1 : 0;
-    described.isKept = parameter.countedOid == RDM_OID_NONE ? 1 : 0;
+    described.isWritable = parameter.isWritable() ? 1 : 0;
+    described.isKept = parameter.isPersistent() ? 1 : 0;
+    described.isSecret = parameter.isSecret() ? 1 : 0;
     describeRange(parameter.kind, described);
     return described;
 }

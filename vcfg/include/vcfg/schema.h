@@ -57,7 +57,8 @@ typedef struct vcfg_schema_parameter_t {
     uint32_t offset;     /* in the record */
     uint32_t countedOid; /* of "<Table>NumberOfEntries": the table counted; nobody writes it. RDM_OID_NONE for others */
     uint8_t isWritable;  /* 1: whoever configures the device may write it; 0: only the daemon that reports it */
-    uint8_t isKept;      /* 1: in vcmd's file, there again after a restart; 0: made anew */
+    uint8_t isKept;      /* 1: configuration, which outlives a power cycle; 0: state, which begins at `dflt` then */
+    uint8_t isSecret;    /* 1: authenticates somebody, and is shown to nobody */
 } vcfg_schema_parameter_t;
 
 typedef struct vcfg_schema_service_t {
