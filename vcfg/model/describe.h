@@ -12,7 +12,7 @@
 namespace vcfg::model {
 
 enum class Kind : uint8_t { Bool, Int, Uint, Long, Ulong, Text, Enum, Ipv4, Ipv6, Ip, Ipv6Prefix, Mac, Time };
-enum class Access : uint8_t { RO, RW, KEPT, SECRET };  // what they mean: all.def
+enum class Access : uint8_t { RO, RW, KEPT, SECRET, LIVE };  // what they mean: all.def
 
 struct Parameter {
     const char* name;
@@ -25,8 +25,10 @@ struct Parameter {
     uint32_t countedOid;  // for "<Table>NumberOfEntries": the child table it counts; else RDM_OID_NONE
 
     bool isText() const { return kind >= Kind::Text; }
-    bool isWritable() const { return access == Access::RW || access == Access::SECRET; }
-    bool isPersistent() const { return access != Access::RO; }  // configuration; the others are state
+    bool isWritable() const { return access != Access::RO && access != Access::KEPT; }
+    bool isPersistent() const {
+        return access != Access::RO && access != Access::LIVE;
+    }  // configuration; the others are state
     bool isSecret() const { return access == Access::SECRET; }
 };
 
