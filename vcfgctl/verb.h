@@ -41,6 +41,8 @@ int runSet(const Call& call);
 int runAdd(const Call& call);
 int runDel(const Call& call);
 int runDump(const Call& call);
+int runLoad(const Call& call);
+int runSave(const Call& call);
 int runList(const Call& call);
 int runDescribe(const Call& call);
 int runWatch(const Call& call);

@@ -59,10 +59,21 @@ const char kDelHelp[] =
     "  vcfgctl del IP.Interface.1.IPv4Address.2\n";
 
 const char kDumpHelp[] =
-    "Prints the whole model as JSON, as vcmd keeps it in its file: every instance, and of its\n"
-    "parameters those that differ from a new instance's. 'vcmd --defaults FILE' starts from it.\n"
+    "Prints the whole model as JSON, state included: every instance, and of its parameters those that\n"
+    "differ from a new instance's. 'vcfgctl load FILE' and 'vcmd --defaults FILE' take it.\n"
     "\n"
     "  --json  on one line\n";
+
+const char kLoadHelp[] =
+    "Replaces the whole model by that of a file, in the form that 'vcfgctl dump' prints, or by nothing\n"
+    "of it: one wrong value, and the model stays as it was. State in the file is taken as if its owners\n"
+    "had reported it. No hook runs; - is the standard input.\n"
+    "\n"
+    "  vcfgctl load model.json\n";
+
+const char kSaveHelp[] =
+    "Returns when the configuration is in vcmd's file, on the disk. Without it that happens within a\n"
+    "second after each change, and when vcmd ends.\n";
 
 const char kListHelp[] =
     "Prints the names of the path's object, of its parameters and of all that is below, a line each in\n"
@@ -135,6 +146,8 @@ const Verb kVerbs[] = {
     {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd, true},
     {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
     {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
+    {"load", "FILE", "replaces the whole model", kLoadHelp, {}, runLoad},
+    {"save", "", "has the configuration written to the disk now", kSaveHelp, {}, runSave},
     {"list", "[--next] [--json] [PATH]", "prints what objects and parameters there are", kListHelp, kListOptions,
      runList, true},
     {"describe", "[--json] PATH", "says what an object or a parameter is", kDescribeHelp, {}, runDescribe, true},

@@ -1,4 +1,5 @@
 """Booting a gateway and ending it."""
+import contextlib
 import json
 import os
 import pathlib
@@ -8,7 +9,7 @@ import subprocess
 import sys
 import time
 
-from . import dual_stack, isp, isp6, lan, logs, model, net, ports, services
+from . import dual_stack, inside, isp, isp6, lan, logs, model, net, ports, services
 from .errors import GatewayError
 from .state import REPOSITORY, ROOMS, inside_number
 from .waiting import until
@@ -30,9 +31,10 @@ def _up(state, config, fresh, unplugged, say, before_clients):
     if state.world() is not None:
         raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
     state.prepare(fresh or config is not None)
-    if config is not None or not state.model.exists():
+    is_given = config is not None or not state.model.exists()
+    if is_given:
         _install_model(state, config or DEFAULTS)
-    shutil.copyfile(state.model, state.booted)
+    shutil.copyfile(state.given if is_given else state.model, state.booted)
     try:
         _build_world(state)
         net.lay_cables(state, unplugged)
@@ -75,6 +77,7 @@ def down(state):
 def _down(state):
     world = state.world()
     if world is not None:
+        _save(state)
         os.kill(world, signal.SIGKILL)
         if not until(lambda: state.world() is None, 10):
             raise GatewayError(f"process {world} does not end")
@@ -83,8 +86,14 @@ def _down(state):
     return world is not None
 
 
+def _save(state):
+    """A gateway that is switched off without it loses what it was told in the last second."""
+    with contextlib.suppress(GatewayError, subprocess.TimeoutExpired):
+        inside.run(state, "vcfgctl", "save", timeout=10)
+
+
 def _install_model(state, source):
-    state.model.write_text(json.dumps(_read_model(pathlib.Path(source))), encoding="utf-8")
+    state.given.write_text(json.dumps(_read_model(pathlib.Path(source))), encoding="utf-8")
 
 
 def _read_model(source):

@@ -27,7 +27,7 @@ def start_logd(state):
 
 
 def start_vcmd(state):
-    inside.spawn(state, "vcmd", "vcmd")
+    inside.spawn(state, "vcmd", "vcmd", *(["--defaults", f"/data/{state.given.name}"] if state.given.exists() else []))
     _await(state, "vcmd", "/run/vcfg/eid-1", process="vcmd")
 
 

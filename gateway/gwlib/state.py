@@ -20,6 +20,7 @@ class State:
         self.journal = self.log_directory / "journal.jsonl"
         self.data = self.directory / "data"
         self.model = self.data / "vcfg_config.json"
+        self.given = self.data / "defaults.json"  # the model that a gateway without a kept one begins with, state included
         self.booted = self.directory / "booted.json"  # the configuration that the hardware was laid out for
         self.isp = self.directory / "isp"
 

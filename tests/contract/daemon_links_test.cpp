@@ -96,6 +96,29 @@ TEST_F(DaemonLinks, StormOfKernelEventsTakesFewThreadsAndLeavesTheBusServed) {
         std::chrono::seconds(100)));
 }
 
+// The daemon rewrites status, rate and time of change at each of them: state, which is in memory.
+TEST_F(DaemonLinks, HundredLinkFlapsWriteNothingToTheFlash) {
+    std::ofstream(bus.path("defaults.json")) << kModel;
+    bus.start({"--defaults", bus.path("defaults.json").string()});
+    const Daemon daemon(bus);
+    ASSERT_TRUE(daemon.says("Run updateWanLinkStatus(NULL, true)"));
+    ASSERT_EQ(ask(vcfg::wire::kSave).code, VCFG_OK);
+    const DirectoryChanges changes(bus.data());
+    const auto follows = [&](const char* event, const char* status) {
+        daemon.kernelSays(event);
+        return eventually([&] { return record<EthernetLink>(iid({1})).Status == status; }, std::chrono::seconds(60));
+    };
+    for (int n = 0; n < 100; ++n) {
+        ASSERT_TRUE(follows("eth0.5:up:1000:F", "Up")) << n;
+        ASSERT_TRUE(follows("eth0.5:down:0:H", "Down")) << n;
+    }
+    EXPECT_EQ(ask(vcfg::wire::kSave).code, VCFG_OK);
+    EXPECT_EQ(changes.count(), 0u);
+    EXPECT_EQ(writeJson(RDM_OID_IP, {}, R"({"IPv4Enable":true})"), VCFG_OK);
+    EXPECT_EQ(ask(vcfg::wire::kSave).code, VCFG_OK);
+    EXPECT_GT(changes.count(), 0u) << "the counting works";
+}
+
 TEST_F(DaemonLinks, FileOnAFullDiskCanBeOpenedAllTheSame) {
     EXPECT_TRUE(os::writeFile("/dev/full", "text"));
     EXPECT_FALSE(os::writeFile(bus.path("missing/file").string(), "text"));

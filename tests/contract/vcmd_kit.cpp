@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/inotify.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -131,6 +132,25 @@ void Vcmd::hook(const std::string& kind, const std::string& pattern, const std::
 
 std::string Vcmd::file(const std::string& name) const {
     return content(home_ / name);
+}
+
+DirectoryChanges::DirectoryChanges(const fs::path& directory) : events_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    EXPECT_GE(inotify_add_watch(events_, directory.c_str(), IN_CREATE | IN_MODIFY | IN_MOVE | IN_DELETE), 0);
+}
+
+DirectoryChanges::~DirectoryChanges() {
+    close(events_);
+}
+
+size_t DirectoryChanges::count() const {
+    alignas(inotify_event) char buffer[4096];
+    size_t found = 0;
+    for (ssize_t got; (got = read(events_, buffer, sizeof buffer)) > 0;) {
+        for (const char* at = buffer; at < buffer + got; ++found) {
+            at += sizeof(inotify_event) + reinterpret_cast<const inotify_event*>(at)->len;
+        }
+    }
+    return found;
 }
 
 vcfg::Answer ask(uint32_t request, uint32_t oid, const objIndex& at, const std::string& payload, uint32_t timeoutMs) {

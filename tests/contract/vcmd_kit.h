@@ -45,6 +45,19 @@ class Vcmd {
     pid_t pid_ = -1;
 };
 
+// What happens to the files of a directory from now on: writes, and names that come, go or change.
+class DirectoryChanges {
+  public:
+    explicit DirectoryChanges(const std::filesystem::path& directory);
+    ~DirectoryChanges();
+    DirectoryChanges(const DirectoryChanges&) = delete;
+    DirectoryChanges& operator=(const DirectoryChanges&) = delete;
+    size_t count() const;  // since it was asked last
+
+  private:
+    int events_;
+};
+
 // One request to vcmd, as libvcfg makes it.
 vcfg::Answer ask(uint32_t request, uint32_t oid = 0, const objIndex& iid = {}, const std::string& payload = "",
                  uint32_t timeoutMs = 20000);

@@ -30,6 +30,10 @@ void fill(Store& store) {
     EXPECT_EQ(write(store, "DNS.Client", R"({"Enable":true})"), "");
 }
 
+int save(const std::string& file, const Store& store, std::string* why) {
+    return vcfg::store::save(file, store.toText(What::All), nullptr, why);
+}
+
 class StoreFile : public testing::Test {
   protected:
     StoreFile() {
@@ -73,7 +77,7 @@ TEST(StoreJson, ComesBackAsItWas) {
     fill(original);
     Store copy;
     std::string why;
-    ASSERT_EQ(copy.fromText(text(original), Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    ASSERT_EQ(copy.fromText(text(original), What::All, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
     EXPECT_EQ(text(copy), text(original));
     EXPECT_EQ(value(copy, "IP.Interface.3.Alias"), "w\"a\\n/\xc3\xa4\n");
     EXPECT_EQ(value(copy, "IP.Interface.3.IPv4AddressNumberOfEntries"), "1");
@@ -84,8 +88,9 @@ TEST(StoreJson, ReplacesWhatWasThere) {
     Store store;
     fill(store);
     std::string why;
-    ASSERT_EQ(store.fromText(R"({"version":1,"objects":{"IP.Interface.9":{}}})", Unknown::Refuse, nullptr, &why),
-              VCFG_OK);
+    ASSERT_EQ(
+        store.fromText(R"({"version":1,"objects":{"IP.Interface.9":{}}})", What::All, Unknown::Refuse, nullptr, &why),
+        VCFG_OK);
     EXPECT_TRUE(has(store, "IP.Interface.9"));
     EXPECT_FALSE(has(store, "IP.Interface.3"));
     EXPECT_EQ(value(store, "DNS.Client.Enable"), "false");
@@ -96,7 +101,7 @@ TEST(StoreJson, ParentsMayStandBehindTheirChildren) {
     Store store;
     std::string why;
     EXPECT_EQ(store.fromText(R"({"version":1,"objects":{"IP.Interface.1.IPv4Address.1":{},"IP.Interface.1":{}}})",
-                             Unknown::Refuse, nullptr, &why),
+                             What::All, Unknown::Refuse, nullptr, &why),
               VCFG_OK)
         << why;
 }
@@ -119,7 +124,7 @@ TEST(StoreJson, OneBadEntryRefusesTheWhole) {
         const std::string before = text(store);
         std::string why;
         EXPECT_EQ(store.fromText(std::string(R"({"version":1,"objects":{"IP.Interface.7":{},)") + entry + "}}",
-                                 Unknown::Refuse, nullptr, &why),
+                                 What::All, Unknown::Refuse, nullptr, &why),
                   VCFG_ERR_INVALID)
             << entry;
         EXPECT_EQ(why, reason);
@@ -134,7 +139,7 @@ TEST(StoreJson, AnOldFileBootsWithoutWhatIsUnknown) {
     ASSERT_EQ(
         store.fromText(
             R"({"version":1,"objects":{"Old.Table.1":{},"IP.Interface.1":{"Gone":1,"Enable":true,"Status":"Odd"}}})",
-            Unknown::Skip, &skipped, &why),
+            What::All, Unknown::Skip, &skipped, &why),
         VCFG_OK);
     EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "true");
     EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Down");
@@ -151,7 +156,7 @@ TEST(StoreJson, LinesAboutWhatIsSkippedAreFewAndShort) {
     Store store;
     Skipped skipped;
     std::string why;
-    ASSERT_EQ(store.fromText(json + "}}", Unknown::Skip, &skipped, &why), VCFG_OK) << why;
+    ASSERT_EQ(store.fromText(json + "}}", What::All, Unknown::Skip, &skipped, &why), VCFG_OK) << why;
     ASSERT_EQ(skipped.lines.size(), 20u);
     EXPECT_EQ(skipped.more, 81u);
     EXPECT_EQ(skipped.lines[0], std::string(200, 'x'));
@@ -162,7 +167,7 @@ TEST(StoreJson, ValuesMayStandInAnyForm) {
     std::string why;
     const char* const json = R"( {"other":[{"a":"}]\""}], "objects" : { "IP.Interface.1" : { "Alias" : "\u00e4\"{" ,
         "Enable":true,"LastChange": 7 ,"MaxMTUSize":"1400"} } , "version" : 1 } )";
-    ASSERT_EQ(store.fromText(json, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    ASSERT_EQ(store.fromText(json, What::All, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
     EXPECT_EQ(value(store, "IP.Interface.1.Alias"), "\xc3\xa4\"{");
     EXPECT_EQ(value(store, "IP.Interface.1.Enable"), "true");
     EXPECT_EQ(value(store, "IP.Interface.1.LastChange"), "7");
@@ -177,7 +182,7 @@ TEST(StoreJson, BadValuesOfKnownParametersAreSkippedOneByOne) {
         "Name":"gr)"
                              "\xfc\xdf"
                              R"(","LastChange":null,"Enable":tru,"Router":[],"Status":"Up"}}})";
-    ASSERT_EQ(store.fromText(json, Unknown::Skip, &skipped, &why), VCFG_OK) << why;
+    ASSERT_EQ(store.fromText(json, What::All, Unknown::Skip, &skipped, &why), VCFG_OK) << why;
     EXPECT_EQ(skipped.lines.size(), 5u);
     EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Up");
 }
@@ -192,7 +197,7 @@ TEST(StoreJson, WhatIsNoModelFileIsRefused) {
         Store store;
         fill(store);
         std::string why;
-        EXPECT_EQ(store.fromText(bad, Unknown::Skip, nullptr, &why), VCFG_ERR_INVALID) << bad;
+        EXPECT_EQ(store.fromText(bad, What::All, Unknown::Skip, nullptr, &why), VCFG_ERR_INVALID) << bad;
         EXPECT_EQ(why, "takes a model file of version 1");
         EXPECT_TRUE(has(store, "IP.Interface.3"));
     }
@@ -201,25 +206,25 @@ TEST(StoreJson, WhatIsNoModelFileIsRefused) {
 TEST_F(StoreFile, HoldsTheModel) {
     Store original;
     fill(original);
-    ASSERT_EQ(vcfg::store::save(file, original, &why), VCFG_OK) << why;
+    ASSERT_EQ(save(file, original, &why), VCFG_OK) << why;
     Store copy;
-    ASSERT_EQ(vcfg::store::load(file, &copy, nullptr, &why), VCFG_OK) << why;
+    ASSERT_EQ(vcfg::store::load(file, What::All, &copy, nullptr, &why), VCFG_OK) << why;
     EXPECT_EQ(text(copy), text(original));
 }
 
 TEST_F(StoreFile, IsReplaced) {
     Store store;
     fill(store);
-    ASSERT_EQ(vcfg::store::save(file, store, &why), VCFG_OK);
+    ASSERT_EQ(save(file, store, &why), VCFG_OK);
     const std::string before = content();
     drop(store, "IP.Interface.3");
-    ASSERT_EQ(vcfg::store::save(file, store, &why), VCFG_OK);
+    ASSERT_EQ(save(file, store, &why), VCFG_OK);
     EXPECT_LT(content().size(), before.size());
     EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
 }
 
 TEST_F(StoreFile, IsReadableByItsOwnerOnly) {
-    ASSERT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK);
+    ASSERT_EQ(save(file, Store(), &why), VCFG_OK);
     struct stat status {};
     ASSERT_EQ(stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
@@ -227,20 +232,20 @@ TEST_F(StoreFile, IsReadableByItsOwnerOnly) {
 
 TEST_F(StoreFile, ALeftOverTemporaryFileDoesNoHarm) {
     std::ofstream(file + ".new") << "{\"vers";
-    ASSERT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    ASSERT_EQ(save(file, Store(), &why), VCFG_OK) << why;
     Store copy;
-    EXPECT_EQ(vcfg::store::load(file, &copy, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(vcfg::store::load(file, What::All, &copy, nullptr, &why), VCFG_OK) << why;
 }
 
 TEST_F(StoreFile, ALeftOverOfAnyKindDoesNotStopSaving) {
     const std::string temporary = file + ".new";
     ASSERT_EQ(mkdir(temporary.c_str(), 0700), 0);
     ASSERT_EQ(mkdir((temporary + "/sub").c_str(), 0700), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    EXPECT_EQ(save(file, Store(), &why), VCFG_OK) << why;
     ASSERT_EQ(mkfifo(temporary.c_str(), 0600), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    EXPECT_EQ(save(file, Store(), &why), VCFG_OK) << why;
     ASSERT_EQ(symlink(temporary.c_str(), temporary.c_str()), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    EXPECT_EQ(save(file, Store(), &why), VCFG_OK) << why;
     EXPECT_NE(content().find("version"), std::string::npos);
 }
 
@@ -251,7 +256,7 @@ TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {
     const rlimit small{8, before.rlim_max};
     signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &small);
-    const int code = vcfg::store::save(file, Store(), &why);
+    const int code = save(file, Store(), &why);
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, SIG_DFL);
     EXPECT_EQ(code, VCFG_ERR_FAIL);
@@ -262,13 +267,13 @@ TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {
 TEST_F(StoreFile, IsNotWrittenThroughALink) {
     const std::string victim = directory + "/victim";
     ASSERT_EQ(symlink(victim.c_str(), (file + ".new").c_str()), 0);
-    EXPECT_EQ(vcfg::store::save(file, Store(), &why), VCFG_OK) << why;
+    EXPECT_EQ(save(file, Store(), &why), VCFG_OK) << why;
     EXPECT_NE(access(victim.c_str(), F_OK), 0);
 }
 
 TEST_F(StoreFile, IsNotFoundBeforeTheFirstWrite) {
     Store store;
-    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(vcfg::store::load(file, What::All, &store, nullptr, &why), VCFG_ERR_NOT_FOUND);
 }
 
 TEST_F(StoreFile, ADamagedFileLeavesTheStoreAsItWas) {
@@ -276,7 +281,7 @@ TEST_F(StoreFile, ADamagedFileLeavesTheStoreAsItWas) {
         put(bad);
         Store store;
         fill(store);
-        EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID) << bad;
+        EXPECT_EQ(vcfg::store::load(file, What::All, &store, nullptr, &why), VCFG_ERR_INVALID) << bad;
         EXPECT_EQ(why.substr(0, file.size()), file);
         EXPECT_TRUE(has(store, "IP.Interface.3"));
     }
@@ -284,17 +289,17 @@ TEST_F(StoreFile, ADamagedFileLeavesTheStoreAsItWas) {
 
 TEST_F(StoreFile, WhatIsNoReadableFileHoldsNoModel) {
     Store store;
-    EXPECT_EQ(vcfg::store::load(directory, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(vcfg::store::load(directory, What::All, &store, nullptr, &why), VCFG_ERR_INVALID);
     EXPECT_EQ(why, directory + ": Is a directory");
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(vcfg::store::load(file, What::All, &store, nullptr, &why), VCFG_ERR_INVALID);
     unlink(file.c_str());
     ASSERT_EQ(symlink(file.c_str(), file.c_str()), 0);
-    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(vcfg::store::load(file, What::All, &store, nullptr, &why), VCFG_ERR_INVALID);
     unlink(file.c_str());
     put("{}");
     ASSERT_EQ(truncate(file.c_str(), 40 << 20), 0);
-    EXPECT_EQ(vcfg::store::load(file, &store, nullptr, &why), VCFG_ERR_INVALID);
+    EXPECT_EQ(vcfg::store::load(file, What::All, &store, nullptr, &why), VCFG_ERR_INVALID);
     EXPECT_EQ(why, file + ": File too large");
 }
 

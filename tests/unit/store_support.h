@@ -12,6 +12,7 @@ using vcfg::store::JsonPtr;
 using vcfg::store::Skipped;
 using vcfg::store::Store;
 using vcfg::store::Unknown;
+using vcfg::store::What;
 
 inline bool has(const Store& store, const std::string& path) {
     const auto where = vcfg::model::resolve(path);

@@ -28,7 +28,10 @@ enum Request : uint32_t {
     kPing = 0x00F0000D,         // -                            -> -, when all that came before has been handled
     kChange = 0x00F0000E,       // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
     kDebugConfig = 0x00F0000F,  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
-    kService = 0x00F00010       // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
+    kService = 0x00F00010,      // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
+    kSave = 0x00F00011,         // -                            -> -, when the configuration is on the disk
+    kLoadPart = 0x00F00012,     // payload: a part of a model's text, oid: the offset where it begins -> -
+    kLoad = 0x00F00013          // -                            -> -, when those parts have become the model
 };
 
 // Who serves an object. A hook that is not there is an empty text.

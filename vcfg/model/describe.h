@@ -26,9 +26,8 @@ struct Parameter {
 
     bool isText() const { return kind >= Kind::Text; }
     bool isWritable() const { return access != Access::RO && access != Access::KEPT; }
-    bool isPersistent() const {
-        return access != Access::RO && access != Access::LIVE;
-    }  // configuration; the others are state
+    // Configuration; the others are state.
+    bool isPersistent() const { return access != Access::RO && access != Access::LIVE; }
     bool isSecret() const { return access == Access::SECRET; }
 };
 

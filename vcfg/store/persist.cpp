@@ -102,10 +102,28 @@ void clearAway(const std::string& name) {
     }
 }
 
-bool writeFile(const std::string& name, std::string_view content) {
+bool writeFile(const std::string& name, std::string_view content, struct stat* written) {
     clearAway(name);
     File file(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
-    return file.fd() >= 0 && writeAll(file.fd(), content) && fdatasync(file.fd()) == 0 && file.close();
+    return file.fd() >= 0 && writeAll(file.fd(), content) && fdatasync(file.fd()) == 0 &&
+           fstat(file.fd(), written) == 0 && file.close();
+}
+
+bool holds(const std::string& file, std::string_view text) {
+    const File source(file, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
+    std::string content;
+    return source.fd() >= 0 && readAll(source.fd(), &content) && content == text;
+}
+
+bool replaceFile(const std::string& file, const std::string& temporary, std::string_view text, const Ready& ready) {
+    struct stat fresh {};
+    if (!writeFile(temporary, text, &fresh)) {
+        return false;
+    }
+    if (ready) {
+        ready(fresh);
+    }
+    return rename(temporary.c_str(), file.c_str()) == 0;
 }
 
 // Makes a rename in the file's directory last.
@@ -117,7 +135,7 @@ bool syncDirectory(const std::string& file) {
 
 }  // namespace
 
-int load(const std::string& file, Store* store, Skipped* skipped, std::string* why) {
+int load(const std::string& file, What what, Store* store, Skipped* skipped, std::string* why) {
     return guarded([&] {
         const File source(file, O_RDONLY | O_NONBLOCK);  // a FIFO would have nobody to write into it
         std::string content;
@@ -126,7 +144,7 @@ int load(const std::string& file, Store* store, Skipped* skipped, std::string* w
             failed(why, file);
             return code;
         }
-        const int code = store->fromText(content, Unknown::Skip, skipped, why);
+        const int code = store->fromText(content, what, Unknown::Skip, skipped, why);
         if (code != VCFG_OK && why != nullptr) {
             *why = file + ": " + *why;
         }
@@ -140,15 +158,14 @@ bool setAside(const std::string& file) {
     return rename(file.c_str(), aside.c_str()) == 0;
 }
 
-int save(const std::string& file, const Store& store, std::string* why) {
+int save(const std::string& file, std::string_view text, const Ready& ready, std::string* why) {
     return guarded([&] {
-        const std::string text = store.toText();
         const std::string temporary = file + ".new";
         if (text.size() > kLargestFile) {
             errno = EFBIG;
             return failed(why, file);
         }
-        if (!writeFile(temporary, text) || rename(temporary.c_str(), file.c_str()) != 0) {
+        if (!holds(file, text) && !replaceFile(file, temporary, text, ready)) {
             const int code = failed(why, temporary);
             unlink(temporary.c_str());
             return code;

@@ -30,6 +30,16 @@ std::unique_ptr<std::byte[]> copyOf(const std::byte* record, size_t size) {
     return copy;
 }
 
+bool isOtherConfiguration(const Object& object, const std::byte* record, const std::byte* other) {
+    for (const Parameter& parameter : object.parameters) {
+        if (parameter.isPersistent() &&
+            std::memcmp(record + parameter.offset, other + parameter.offset, parameter.size) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 struct Counter {
     const Object* object;
     const Parameter* parameter;
@@ -174,6 +184,7 @@ int Store::commit(const Found& found, const std::byte* staged) {
             }
         }
     }
+    configurationRevision_ += isOtherConfiguration(object, found.record, staged) ? 1 : 0;
     std::memcpy(found.record, staged, object.size);
     ++revision_;
     tell(changes);
@@ -246,6 +257,7 @@ int Store::create(uint32_t oid, const objIndex& iid, std::string* why) {
             throw;
         }
         ++revision_;
+        ++configurationRevision_;
         tell(changes);
         return static_cast<int>(VCFG_OK);
     });
@@ -265,6 +277,7 @@ int Store::remove(uint32_t oid, const objIndex& iid, std::string* why) {
         count(*found.object, found.key, -1, &changes);
         erase(*found.object, found.key);
         ++revision_;
+        ++configurationRevision_;
         tell(changes);
         return static_cast<int>(VCFG_OK);
     });

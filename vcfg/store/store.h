@@ -47,6 +47,9 @@ enum class Unknown {
     Skip     // only them: a device boots with the configuration that an older or newer release has written
 };
 
+// How much of a model: a power cycle ends the state.
+enum class What { All, Configuration };
+
 // What was skipped: a line each for the first things, and how many there were besides.
 struct Skipped {
     std::vector<std::string> lines;
@@ -94,15 +97,18 @@ class Store {
 
     // The whole model: {"version":1,"objects":{"IP.Interface.1":{"Enable":true}}}. Every instance is named; of the
     // parameters only those that differ from a new instance's, and none that are counted. Throws std::bad_alloc.
-    JsonPtr toJson() const;
-    std::string toText() const;
+    JsonPtr toJson(What what = What::All) const;
+    std::string toText(What what) const;
     // Replaces the whole model by what such a text says, or nothing. `skipped` (may be null) tells what was
-    // skipped. Tells the watcher nothing.
-    int fromText(std::string_view text, Unknown unknown, Skipped* skipped, std::string* why);
+    // skipped. State that is not wanted is looked at like the rest, and begins at its defaults. Tells the watcher
+    // nothing.
+    int fromText(std::string_view text, What what, Unknown unknown, Skipped* skipped, std::string* why);
 
     void watch(Watcher watcher) { watcher_ = std::move(watcher); }
     // Another number after every operation that has changed something.
     uint32_t revision() const { return revision_; }
+    // The same of the configuration: instances, and the parameters that outlive a power cycle.
+    uint32_t configurationRevision() const { return configurationRevision_; }
 
   private:
     using Record = std::unique_ptr<std::byte[]>;
@@ -128,12 +134,13 @@ class Store {
     };
     using Refuse = std::function<bool(const std::string& path, const std::string& why)>;  // false ends the loading
     static bool findEntries(std::string_view objects, std::vector<Entry>* entries, const Refuse& refused);
-    bool loadEntry(const Entry& entry, const Refuse& refused);
+    bool loadEntry(const Entry& entry, What what, const Refuse& refused);
 
     std::array<Table, RDM_OID_COUNT> tables_;
     std::array<Record, RDM_OID_COUNT> defaults_;
     Watcher watcher_;
     uint32_t revision_ = 0;
+    uint32_t configurationRevision_ = 0;
 };
 
 }  // namespace vcfg::store

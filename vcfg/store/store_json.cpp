@@ -34,9 +34,13 @@ JsonPtr emptyObject() {
     return json ? std::move(json) : throw std::bad_alloc();
 }
 
-void dropCounted(const Object& object, json_object* record) {
+bool isWanted(const Parameter& parameter, What what) {
+    return what == What::All || parameter.isPersistent();
+}
+
+void dropUnwanted(const Object& object, What what, json_object* record) {
     for (const Parameter& parameter : object.parameters) {
-        if (parameter.countedOid != RDM_OID_NONE) {
+        if (parameter.countedOid != RDM_OID_NONE || !isWanted(parameter, what)) {
             json_object_object_del(record, parameter.name);
         }
     }
@@ -92,13 +96,13 @@ File openFile(std::string_view text) {
 
 }  // namespace
 
-JsonPtr Store::toJson() const {
+JsonPtr Store::toJson(What what) const {
     JsonPtr objects = emptyObject();
     for (const Object& object : model::objects()) {
         const std::byte* base = defaults_[object.oid].get();
         for (const auto& [key, record] : tables_[object.oid]) {
             JsonPtr parameters = recordJson(object, record.get(), base);
-            dropCounted(object, parameters.get());
+            dropUnwanted(object, what, parameters.get());
             if (object.isTable || json_object_object_length(parameters.get()) > 0) {
                 addMember(objects.get(), path(object, iidOf(key, object.depth)).c_str(), std::move(parameters));
             }
@@ -110,8 +114,8 @@ JsonPtr Store::toJson() const {
     return whole;
 }
 
-std::string Store::toText() const {
-    const JsonPtr json = toJson();
+std::string Store::toText(What what) const {
+    const JsonPtr json = toJson(what);
     const char* text =
         json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE);
     return text != nullptr ? text : throw std::bad_alloc();
@@ -136,7 +140,7 @@ bool Store::findEntries(std::string_view objects, std::vector<Entry>* entries, c
 }
 
 // Puts one entry of a file into a model that is being loaded.
-bool Store::loadEntry(const Entry& entry, const Refuse& refused) {
+bool Store::loadEntry(const Entry& entry, What what, const Refuse& refused) {
     const std::string at = path(*entry.object, entry.iid);
     std::string why;
     const int made = entry.object->isTable ? create(entry.object->oid, entry.iid, &why) : VCFG_OK;
@@ -147,6 +151,7 @@ bool Store::loadEntry(const Entry& entry, const Refuse& refused) {
     if (made != VCFG_OK || found.record == nullptr) {
         return refused(at, !why.empty() ? why : "no such parent instance");
     }
+    const Record leftOut = std::make_unique<std::byte[]>(entry.object->size);
     Members members(entry.parameters);
     std::string name;
     std::string_view text;
@@ -156,14 +161,15 @@ bool Store::loadEntry(const Entry& entry, const Refuse& refused) {
         if (parameter == nullptr) {
             goesOn = refused(at, "no such parameter: " + name);
         } else if (parameter->countedOid == RDM_OID_NONE &&
-                   !setJson(*parameter, found.record, parseScalar(text).get(), &why)) {
+                   !setJson(*parameter, isWanted(*parameter, what) ? found.record : leftOut.get(),
+                            parseScalar(text).get(), &why)) {
             goesOn = refused(at, why);
         }
     }
     return goesOn && (members.isWhole() || refused(at, "takes a JSON object"));
 }
 
-int Store::fromText(std::string_view text, Unknown unknown, Skipped* skipped, std::string* why) {
+int Store::fromText(std::string_view text, What what, Unknown unknown, Skipped* skipped, std::string* why) {
     return guarded([&] {
         const File file = openFile(text);
         if (!file.isModel) {
@@ -180,13 +186,14 @@ int Store::fromText(std::string_view text, Unknown unknown, Skipped* skipped, st
         std::vector<Entry> entries;
         bool good = findEntries(file.objects, &entries, refused);
         for (size_t each = 0; good && each < entries.size(); ++each) {
-            good = fresh.loadEntry(entries[each], refused);
+            good = fresh.loadEntry(entries[each], what, refused);
         }
         if (!good) {
             return static_cast<int>(VCFG_ERR_INVALID);
         }
         tables_.swap(fresh.tables_);
         ++revision_;
+        ++configurationRevision_;
         return static_cast<int>(VCFG_OK);
     });
 }

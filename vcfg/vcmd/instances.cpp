@@ -34,11 +34,11 @@ void collectDeletes(Vcmd& vcmd, const model::Object& object, const objIndex& abo
 
 }  // namespace
 
-void addInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
+void addInstance(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     const model::Object& object = *model::find(message.oid);
     const std::string program = hookProgram(vcmd.hooks, HookKind::Apply, object);
-    if (!program.empty() && hookRoom(vcmd.hooks, HookKind::Apply) <= spokenFor) {
+    if (!program.empty() && hookRoom(vcmd.hooks, HookKind::Apply) == 0) {
         return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
     }
     objIndex iid = message.objIid;
@@ -47,8 +47,6 @@ void addInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     if (code != VCFG_OK) {
         return refuse(staged, code, std::string(object.pattern) + ": " + why);
     }
-    staged.wrote = true;
-    staged.undo = [&vcmd, oid = message.oid, iid] { vcmd.store.remove(oid, iid, nullptr); };
     confirm(staged, iid);
     if (!program.empty()) {
         staged.jobs.push_back(applyJob(program, "add", model::path(object, iid),
@@ -70,24 +68,21 @@ std::vector<HookJob> deleteJobs(Vcmd& vcmd, const model::Object& object, const o
     return jobs;
 }
 
-void deleteInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
+void deleteInstance(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     const model::Object& object = *model::find(message.oid);
     std::vector<HookJob> jobs;
     if (!stored(vcmd, object, message.objIid).empty()) {
         jobs = deleteJobs(vcmd, object, message.objIid);
     }
-    if (!jobs.empty() && hookRoom(vcmd.hooks, HookKind::Apply) < spokenFor + jobs.size()) {
+    if (!jobs.empty() && hookRoom(vcmd.hooks, HookKind::Apply) < jobs.size()) {
         return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
     }
-    const std::string whole = vcmd.store.toText();
     std::string why;
     const int code = vcmd.store.remove(message.oid, message.objIid, &why);
     if (code != VCFG_OK) {
         return refuse(staged, code, std::string(object.pattern) + ": " + why);
     }
-    staged.wrote = true;
-    staged.undo = [&vcmd, whole] { vcmd.store.fromText(whole, store::Unknown::Refuse, nullptr, nullptr); };
     staged.jobs = std::move(jobs);
     confirm(staged);
 }

@@ -47,6 +47,10 @@ int sooner(int left, int right) {
     return left < 0 ? right : right < 0 || left < right ? left : right;
 }
 
+int timeout(const Vcmd& vcmd) {
+    return sooner(vcmd.keeper.due.remainingMs(), sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
+}
+
 }  // namespace
 
 void run(Vcmd& vcmd) {
@@ -57,7 +61,7 @@ void run(Vcmd& vcmd) {
     while (!vcmd.stop) {
         fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
         pollHooks(vcmd.hooks, fds);
-        poll(fds.data(), fds.size(), more ? 0 : sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
+        poll(fds.data(), fds.size(), more ? 0 : timeout(vcmd));
         if (fds[1].revents != 0) {
             takeSignals(vcmd, signals.get());
         }
@@ -68,13 +72,12 @@ void run(Vcmd& vcmd) {
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
         tendHooks(vcmd.hooks);
+        keep(vcmd.keeper, vcmd.store);
         tellNews(vcmd);
     }
     killHooks(vcmd.hooks);
     std::string why;
-    if (!saveModel(vcmd, &why)) {
-        VCMD_LOG(VLOG_ERROR, "the model cannot be saved: %s", why.c_str());
-    }
+    saveNow(vcmd.keeper, vcmd.store, &why);
 }
 
 }  // namespace vcfg::vcmd

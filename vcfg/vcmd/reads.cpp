@@ -121,7 +121,6 @@ bool serveRead(Vcmd& vcmd, Staged& staged) {
     if (code == VCFG_OK && isRefreshed(type)) {
         program = hookProgram(vcmd.hooks, HookKind::Refresh, *target.object);
     }
-    staged.reads = program.empty();
     if (code != VCFG_OK) {
         refuse(staged, code, why);
     } else if (program.empty()) {

@@ -1,4 +1,4 @@
-// The round of one batch: serve all that is ready, save once, answer.
+// One round: serve and answer all that is ready.
 #include "requests.h"
 
 #include <vcfg/msg_types.h>
@@ -12,12 +12,6 @@ namespace {
 
 // So that hooks and signals get their turn while requests keep coming.
 constexpr unsigned kMostAtOnce = 64;
-
-struct Batch {
-    std::vector<Staged> staged;  // from the first write on
-    bool wrote = false;
-    size_t jobs = 0;
-};
 
 bool expectsAnswer(const vcfg_msg_t& message) {
     return (message.type & VCFG_MSG_NO_REPLY) == 0;
@@ -58,16 +52,14 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
     }
 }
 
-void serve(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
+// Without memory for the answer the write may be in the model: never a part of it, and who asked is told of the
+// failure.
+void serve(Vcmd& vcmd, Staged& staged) {
     try {
-        if (!serveRead(vcmd, staged) && !serveWrite(vcmd, staged, spokenFor)) {
+        if (!serveRead(vcmd, staged) && !serveWrite(vcmd, staged) && !serveModel(vcmd, staged)) {
             serveOther(vcmd, staged);
         }
     } catch (const std::bad_alloc&) {
-        if (staged.undo) {
-            staged.undo();
-        }
-        staged.wrote = false;
         staged.jobs.clear();
         if (staged.request.message != nullptr) {
             staged.answer = newRefusal(*staged.request.message, VCFG_ERR_FAIL, "memory is short");
@@ -80,37 +72,6 @@ void finish(Vcmd& vcmd, Staged& staged) {
         queueHook(vcmd.hooks, std::move(job));
     }
     answerNow(vcmd, staged);
-}
-
-// Nothing may look written that is not in the file: the model goes back to where it was, and who has read it meanwhile
-// reads it again.
-void takeBack(Vcmd& vcmd, Batch& batch, const std::string& why) {
-    VCMD_LOG(VLOG_ERROR, "the model cannot be saved, the writes are refused: %s", why.c_str());
-    for (size_t i = batch.staged.size(); i > 0; --i) {
-        if (batch.staged[i - 1].undo) {
-            batch.staged[i - 1].undo();
-        }
-    }
-    forgetChanges(vcmd.watchers);
-    for (Staged& staged : batch.staged) {
-        if (staged.wrote) {
-            staged.jobs.clear();
-            staged.answer = newRefusal(*staged.request.message, VCFG_ERR_FAIL, "the model cannot be saved: " + why);
-        } else if (staged.reads) {
-            serve(vcmd, staged, 0);
-        }
-        finish(vcmd, staged);
-    }
-}
-
-void conclude(Vcmd& vcmd, Batch& batch) {
-    std::string why;
-    if (batch.wrote && !saveModel(vcmd, &why)) {
-        return takeBack(vcmd, batch, why);
-    }
-    for (Staged& staged : batch.staged) {
-        finish(vcmd, staged);
-    }
 }
 
 }  // namespace
@@ -143,26 +104,16 @@ std::string hookFailure(const HookRun& run) {
 }
 
 bool serveRequests(Vcmd& vcmd) {
-    Batch batch;
-    bool more = true;
-    for (unsigned served = 0; more && served < kMostAtOnce; ++served) {
+    for (unsigned served = 0; served < kMostAtOnce; ++served) {
         Staged staged;
         staged.request.message = vcmd.server->receive(&staged.request.from);
-        more = staged.request.message != nullptr;
-        if (!more) {
-            break;
+        if (staged.request.message == nullptr) {
+            return false;
         }
-        serve(vcmd, staged, batch.jobs);
-        batch.wrote = batch.wrote || staged.wrote;
-        batch.jobs += staged.jobs.size();
-        if (batch.wrote) {
-            batch.staged.push_back(std::move(staged));
-        } else {
-            finish(vcmd, staged);
-        }
+        serve(vcmd, staged);
+        finish(vcmd, staged);
     }
-    conclude(vcmd, batch);
-    return more;
+    return true;
 }
 
 }  // namespace vcfg::vcmd

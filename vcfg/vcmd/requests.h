@@ -1,8 +1,6 @@
-// How one front-end request goes: it is served on the model in memory, the model is saved, and only then is it
-// answered.
+// How one front-end request goes: it is served on the model in memory and answered; the keeper saves it later.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,17 +17,14 @@ struct Request {
 
 struct Staged {
     Request request;
-    bus::MessagePtr answer;      // null when a hook's end answers, or nothing does
-    bool reads = false;          // the answer shows the model
-    bool wrote = false;          // must be saved before it is answered
-    std::function<void()> undo;  // takes the write back
-    std::vector<HookJob> jobs;   // to be run once the write is saved
+    bus::MessagePtr answer;     // null when a hook's end answers, or nothing does
+    std::vector<HookJob> jobs;  // to be run before it is answered
 };
 
 // Each serves the requests of its kind; false for all others.
 bool serveRead(Vcmd& vcmd, Staged& staged);
-// `spokenFor` hooks of writes that are not saved yet will need room too.
-bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor);
+bool serveWrite(Vcmd& vcmd, Staged& staged);
+bool serveModel(Vcmd& vcmd, Staged& staged);
 // Who serves an object, and its hooks.
 void serveService(Vcmd& vcmd, Staged& staged);
 

@@ -62,9 +62,9 @@ void startAnew(const std::string& file, const std::string& why) {
 }
 
 // False when there is nothing to load.
-bool loadFile(Vcmd& vcmd, const std::string& file, int* code, std::string* why) {
+bool loadFile(Vcmd& vcmd, const std::string& file, store::What what, int* code, std::string* why) {
     store::Skipped skipped;
-    *code = store::load(file, &vcmd.store, &skipped, why);
+    *code = store::load(file, what, &vcmd.store, &skipped, why);
     logSkipped(file, skipped);
     return *code == VCFG_OK;
 }
@@ -73,27 +73,27 @@ bool loadFile(Vcmd& vcmd, const std::string& file, int* code, std::string* why) 
 void loadDefaults(Vcmd& vcmd) {
     int code = VCFG_OK;
     std::string why;
-    if (!vcmd.options.defaults.empty() && !loadFile(vcmd, vcmd.options.defaults, &code, &why)) {
+    if (!vcmd.options.defaults.empty() && !loadFile(vcmd, vcmd.options.defaults, store::What::All, &code, &why)) {
         VCMD_LOG(VLOG_ERROR, "the defaults cannot be loaded, the model starts empty: %s", why.c_str());
     }
 }
 
 bool loadModel(Vcmd& vcmd) {
+    const std::string& file = vcmd.keeper.file;
     int code = VCFG_OK;
     std::string why;
-    const bool loaded = loadFile(vcmd, vcmd.file, &code, &why);
+    const bool loaded = loadFile(vcmd, file, store::What::Configuration, &code, &why);
     if (code == VCFG_ERR_FAIL) {
         return fail(why);
     }
     if (code == VCFG_ERR_INVALID) {
-        startAnew(vcmd.file, why);
+        startAnew(file, why);
     }
-    if (!loaded) {
+    if (loaded) {
+        takeAsSaved(vcmd.keeper, vcmd.store);
+    } else {
         loadDefaults(vcmd);
-    }
-    vcmd.savedRevision = loaded ? vcmd.store.revision() : vcmd.store.revision() - 1;
-    if (!saveModel(vcmd, &why)) {
-        VCMD_LOG(VLOG_ERROR, "the model cannot be saved: %s", why.c_str());
+        saveNow(vcmd.keeper, vcmd.store, &why);
     }
     return true;
 }
@@ -103,8 +103,8 @@ bool checkDefaults(const Vcmd& vcmd) {
     struct stat status {};
     store::Store unused;
     std::string why;
-    return vcmd.options.defaults.empty() || lstat(vcmd.file.c_str(), &status) == 0 ||
-           store::load(vcmd.options.defaults, &unused, nullptr, &why) == VCFG_OK ||
+    return vcmd.options.defaults.empty() || lstat(vcmd.keeper.file.c_str(), &status) == 0 ||
+           store::load(vcmd.options.defaults, store::What::All, &unused, nullptr, &why) == VCFG_OK ||
            fail("the defaults cannot be loaded: " + why);
 }
 
@@ -128,7 +128,7 @@ bool openEndpoint(Vcmd& vcmd) {
 }  // namespace
 
 bool setUp(Vcmd& vcmd) {
-    vcmd.file = vcmd.options.dataDir + "/vcfg_config.json";
+    vcmd.keeper.file = vcmd.options.dataDir + "/vcfg_config.json";
     if (!checkDefaults(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
         return false;
     }
@@ -138,18 +138,6 @@ bool setUp(Vcmd& vcmd) {
         noteChange(vcmd.watchers, change, vcmd.writer);
         vcmd.levelsChanged = vcmd.levelsChanged || isDebugLevel(change.path);
     });
-    return true;
-}
-
-bool saveModel(Vcmd& vcmd, std::string* why) {
-    if (vcmd.store.revision() == vcmd.savedRevision) {
-        return true;
-    }
-    const uint32_t revision = vcmd.store.revision();
-    if (store::save(vcmd.file, vcmd.store, why) != VCFG_OK) {
-        return false;
-    }
-    vcmd.savedRevision = revision;
     return true;
 }
 

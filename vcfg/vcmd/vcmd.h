@@ -7,19 +7,26 @@
 #include "announce.h"
 #include "client/bus_server.h"
 #include "hooks.h"
+#include "keeper.h"
 #include "options.h"
 #include "store/store.h"
 #include "watchers.h"
 
 namespace vcfg::vcmd {
 
+// A model that comes in parts, over one connection.
+struct Loading {
+    bus::ConnectionId from = 0;
+    std::string text;
+};
+
 struct Vcmd {
     Options options;
-    std::string file;  // the model's
-    Fd dataLock;       // held as long as the file is ours
+    Fd dataLock;  // held as long as the keeper's file is ours
     store::Store store;
-    uint32_t savedRevision = 0;  // of the store, when it was as the file is
-    std::string writer;          // who changes the store now, for the watchers
+    Keeper keeper;
+    Loading loading;
+    std::string writer;  // who changes the store now, for the watchers
     std::unique_ptr<bus::Server> server;
     Hooks hooks;
     Watchers watchers;
@@ -35,7 +42,5 @@ void run(Vcmd& vcmd);
 
 // Answers all requests that are ready; true when there may be more of them.
 bool serveRequests(Vcmd& vcmd);
-// Saves the model if it has changed. False with the reason in `why`.
-bool saveModel(Vcmd& vcmd, std::string* why);
 
 }  // namespace vcfg::vcmd

@@ -117,8 +117,4 @@ void tellWatchers(Watchers& watchers, bus::Server& server) {
     watchers.news.clear();
 }
 
-void forgetChanges(Watchers& watchers) {
-    watchers.news.clear();
-}
-
 }  // namespace vcfg::vcmd

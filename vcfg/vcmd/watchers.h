@@ -31,8 +31,7 @@ int addWatcher(Watchers& watchers, bus::Server& server, bus::ConnectionId connec
                std::string_view patterns);
 // Notes a change that `by` made, if anybody watches.
 void noteChange(Watchers& watchers, const store::Change& change, const std::string& by);
-// Tells what has been noted; a watcher that does not read is dropped. Or forgets it.
+// Tells what has been noted; a watcher that does not read is dropped.
 void tellWatchers(Watchers& watchers, bus::Server& server);
-void forgetChanges(Watchers& watchers);
 
 }  // namespace vcfg::vcmd

@@ -42,12 +42,8 @@ void applyLater(Vcmd& vcmd, Staged& staged, Apply apply, std::vector<HookJob> jo
 }
 
 // The instance goes within the write that marks it.
-void deleteMarked(Vcmd& vcmd, Staged& staged, Apply apply, const model::Object& object, Bytes before) {
+void deleteMarked(Vcmd& vcmd, Staged& staged, Apply apply, const model::Object& object) {
     const objIndex iid = staged.request.message->objIid;
-    staged.undo = [&vcmd, &object, iid, before = std::move(before)] {
-        vcmd.store.create(object.oid, iid, nullptr);
-        vcmd.store.set(object.oid, iid, before, nullptr);
-    };
     if (apply != Apply::None) {
         applyLater(vcmd, staged, apply, deleteJobs(vcmd, object, iid));
     }
@@ -55,13 +51,13 @@ void deleteMarked(Vcmd& vcmd, Staged& staged, Apply apply, const model::Object& 
 }
 
 // Everything about one write of an instance's values; `change` makes it.
-void write(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor,
+void write(Vcmd& vcmd, Staged& staged, Apply apply,
            const std::function<int(const model::Object&, std::string*)>& change) {
     const uint32_t oid = staged.request.message->oid;
     const objIndex iid = staged.request.message->objIid;
     const model::Object& object = *model::find(oid);
     const std::string program = apply == Apply::None ? "" : hookProgram(vcmd.hooks, HookKind::Apply, object);
-    if (!program.empty() && hookRoom(vcmd.hooks, HookKind::Apply) <= spokenFor) {
+    if (!program.empty() && hookRoom(vcmd.hooks, HookKind::Apply) == 0) {
         return refuse(staged, VCFG_ERR_FULL, "too many changes are waiting to be applied");
     }
     Bytes before = stored(vcmd, object, iid);
@@ -71,22 +67,20 @@ void write(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor,
         return refuse(staged, code, model::path(object, iid) + ": " + why);
     }
     const Bytes after = stored(vcmd, object, iid);
-    staged.wrote = true;
     confirm(staged);
     if (isMarkedForDeletion(object, after)) {
-        return deleteMarked(vcmd, staged, apply, object, std::move(before));
+        return deleteMarked(vcmd, staged, apply, object);
     }
     if (!program.empty()) {
         std::string input = hookInput(object, after.data(), before.data());
         applyLater(vcmd, staged, apply, {applyJob(program, "set", model::path(object, iid), std::move(input))});
     }
-    staged.undo = [&vcmd, oid, iid, before = std::move(before)] { vcmd.store.set(oid, iid, before, nullptr); };
 }
 
-void writeRecord(Vcmd& vcmd, Staged& staged, Apply apply, size_t spokenFor) {
+void writeRecord(Vcmd& vcmd, Staged& staged, Apply apply) {
     const std::string_view payload = staged.request.payload();
     const vcfg_msg_t& message = *staged.request.message;
-    write(vcmd, staged, apply, spokenFor, [&](const model::Object&, std::string* why) {
+    write(vcmd, staged, apply, [&](const model::Object&, std::string* why) {
         return vcmd.store.set(message.oid, message.objIid,
                               {reinterpret_cast<const std::byte*>(payload.data()), payload.size()}, why);
     });
@@ -108,7 +102,7 @@ bool toApply(uint32_t requestType, Apply& apply) {
     }
 }
 
-void writeJson(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
+void writeJson(Vcmd& vcmd, Staged& staged) {
     std::string_view payload = staged.request.payload();
     wire::WriteHeader header{};
     Apply apply = Apply::None;
@@ -124,7 +118,7 @@ void writeJson(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     }
     payload.remove_suffix(1);
     const vcfg_msg_t& message = *staged.request.message;
-    write(vcmd, staged, apply, spokenFor, [&](const model::Object&, std::string* why) {
+    write(vcmd, staged, apply, [&](const model::Object&, std::string* why) {
         const store::JsonPtr values = store::parseObject(payload, why);
         return values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(message.oid, message.objIid, values.get(), why);
     });
@@ -132,7 +126,7 @@ void writeJson(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
 
 }  // namespace
 
-bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
+bool serveWrite(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& message = *staged.request.message;
     if (message.type < wire::kSet || message.type > wire::kWrite) {
         return false;
@@ -146,17 +140,16 @@ bool serveWrite(Vcmd& vcmd, Staged& staged, size_t spokenFor) {
     if (!takesPayload && message.length != 0) {
         refuse(staged, VCFG_ERR_INVALID, "the request takes no payload");
     } else if (message.type == wire::kAdd) {
-        addInstance(vcmd, staged, spokenFor);
+        addInstance(vcmd, staged);
     } else if (message.type == wire::kDelete) {
-        deleteInstance(vcmd, staged, spokenFor);
+        deleteInstance(vcmd, staged);
     } else if (message.type == wire::kWrite) {
-        writeJson(vcmd, staged, spokenFor);
+        writeJson(vcmd, staged);
     } else {
         writeRecord(vcmd, staged,
                     message.type == wire::kSet          ? Apply::Later
                     : message.type == wire::kSetAndWait ? Apply::Wait
-                                                        : Apply::None,
-                    spokenFor);
+                                                        : Apply::None);
     }
     return true;
 }

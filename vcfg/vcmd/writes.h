@@ -19,8 +19,8 @@ std::string hookInput(const model::Object& object, const void* record, const voi
 HookJob applyJob(std::string program, const char* action, const std::string& path, std::string input);
 void reportApply(const HookRun& run);
 
-void addInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor);
-void deleteInstance(Vcmd& vcmd, Staged& staged, size_t spokenFor);
+void addInstance(Vcmd& vcmd, Staged& staged);
+void deleteInstance(Vcmd& vcmd, Staged& staged);
 // The "del" hooks of an instance and of what is below it, in the order in which they must run.
 std::vector<HookJob> deleteJobs(Vcmd& vcmd, const model::Object& object, const objIndex& iid);
 
