@@ -389,11 +389,14 @@ def test_del_removes_what_is_below_too(bus):
     assert "instance" in bus.fails(1, "del", "DNS.Client")
 
 
-def test_dump_is_what_vcmd_keeps_and_starts_from(bus):
+def test_dump_is_the_model_with_its_state_and_starts_vcmd(bus):
     bus.ok("add", "PPP.Interface")
     bus.ok("set", "PPP.Interface.1.PPPoE.X_VORAN_SessionID=17", "PPP.Interface.1.Enable=true")
     dumped = json.loads(bus.ok("dump"))
-    assert dumped == json.loads((bus.home / "data" / "vcfg_config.json").read_text())
+    bus.ok("save")
+    kept = json.loads((bus.home / "data" / "vcfg_config.json").read_text())
+    assert kept["objects"] == {"PPP.Interface.1": {"Enable": True}}
+    assert dumped["objects"]["PPP.Interface.1.PPPoE"] == {"X_VORAN_SessionID": "17"}
     assert dumped["objects"]["PPP.Interface.1"] == {"Enable": True}
     assert len(bus.ok("dump", "--json").splitlines()) == 1
 
@@ -525,3 +528,34 @@ def test_help_is_there_for_the_program_and_each_verb(quiet_bus):
         assert f"\n  {verb} " in overview
         assert quiet_bus.ok(verb, "--help").startswith(f"Usage: vcfgctl {verb} ")
     assert quiet_bus.ok("--version").startswith("vcfgctl ")
+
+
+def test_load_replaces_the_model_by_a_dump_and_save_writes_its_configuration(bus):
+    bus.ok("add", "IP.Interface")
+    bus.ok("set", "IP.Interface.1.Alias=wan", "IP.Interface.1.Status=Up")
+    model = bus.home / "model.json"
+    model.write_text(bus.ok("dump"))
+    bus.ok("del", "IP.Interface.1")
+    bus.ok("load", model)
+    assert bus.ok("get", "IP.Interface.1.Alias", "IP.Interface.1.Status") == "IP.Interface.1.Alias=wan\nIP.Interface.1.Status=Up\n"
+    bus.ok("save")
+    saved = (bus.home / "data" / "vcfg_config.json").read_text()
+    assert "wan" in saved and "Up" not in saved
+
+
+def test_load_of_a_large_model_takes_many_parts(bus):
+    model = bus.home / "model.json"
+    model.write_text(json.dumps({"version": 1, "objects": {
+        f"X_VORAN_MailEvent.{n}": {"Body": f"{n} " + "x" * 1000} for n in range(1, 256)}}))
+    bus.ok("load", model)
+    assert bus.ok("get", "X_VORAN_MailEvent.255.Body").startswith("X_VORAN_MailEvent.255.Body=255 x")
+
+
+def test_load_refuses_a_wrong_model_whole(bus):
+    bus.ok("add", "IP.Interface")
+    model = bus.home / "model.json"
+    model.write_text('{"version": 1, "objects": {"IP.Interface.2": {}, "IP.Interface.3": {"Status": "Odd"}}}')
+    assert "IP.Interface.3: Status takes one of" in bus.fails(1, "load", model)
+    assert "No such file" in bus.fails(1, "load", "/no/such")
+    bus.fails(2, "load")
+    assert bus.ok("get", "IP.Interface.*.Status") == "IP.Interface.1.Status=Down\n"

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "store/persist.h"
 #include "store_support.h"
@@ -82,6 +83,47 @@ TEST(StoreJson, ComesBackAsItWas) {
     EXPECT_EQ(value(copy, "IP.Interface.3.Alias"), "w\"a\\n/\xc3\xa4\n");
     EXPECT_EQ(value(copy, "IP.Interface.3.IPv4AddressNumberOfEntries"), "1");
     EXPECT_EQ(value(copy, "PPP.Interface.2.IPCP.LocalIPAddress"), "192.0.2.2");
+}
+
+TEST(StoreJson, ConfigurationNamesEveryInstanceAndNoState) {
+    Store store;
+    make(store, "DHCPv4.Client.1");
+    write(store, "DHCPv4.Client.1", R"({"DHCPStatus":"Bound","Renew":true})");
+    write(store, "DNS.Client", R"({"Status":"Enabled"})");
+    write(store, "DeviceInfo", R"({"FirstUseDate":"2026-01-01T00:00:00Z","UpTime":7})");
+    const std::string configuration = store.toText(What::Configuration);
+    EXPECT_NE(configuration.find("DHCPv4.Client.1"), std::string::npos);
+    EXPECT_NE(configuration.find("2026-01-01"), std::string::npos);
+    for (const char* state : {"Bound", "Renew", "DNS.Client", "UpTime"}) {
+        EXPECT_EQ(configuration.find(state), std::string::npos) << state;
+    }
+}
+
+TEST(StoreJson, StateThatIsNotWantedIsLookedAtAndLeftOut) {
+    const char* const json = R"({"version":1,"objects":{"IP.Interface.1":{"Alias":"a","Status":"Up"}}})";
+    const char* const odd = R"({"version":1,"objects":{"IP.Interface.1":{"Alias":"a","Status":"Odd"}}})";
+    Store store;
+    std::string why;
+    ASSERT_EQ(store.fromText(json, What::Configuration, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(value(store, "IP.Interface.1.Alias"), "a");
+    EXPECT_EQ(value(store, "IP.Interface.1.Status"), "Down");
+    EXPECT_EQ(store.fromText(odd, What::Configuration, Unknown::Refuse, nullptr, &why), VCFG_ERR_INVALID);
+}
+
+TEST(StoreJson, ConfigurationsRevisionIsThatOfInstancesAndOfWhatOutlivesAPowerCycle) {
+    Store store;
+    uint32_t before = store.configurationRevision();
+    const auto changed = [&] { return std::exchange(before, store.configurationRevision()) != before; };
+    make(store, "IP.Interface.1");
+    EXPECT_TRUE(changed());
+    write(store, "IP.Interface.1", R"({"Status":"Up","LastChange":3,"Reset":true})");
+    EXPECT_FALSE(changed());
+    write(store, "IP.Interface.1", R"({"Alias":"a"})");
+    EXPECT_TRUE(changed());
+    write(store, "IP.Interface.1", R"({"Alias":"a"})");
+    EXPECT_FALSE(changed());
+    drop(store, "IP.Interface.1");
+    EXPECT_TRUE(changed());
 }
 
 TEST(StoreJson, ReplacesWhatWasThere) {
@@ -221,6 +263,23 @@ TEST_F(StoreFile, IsReplaced) {
     ASSERT_EQ(save(file, store, &why), VCFG_OK);
     EXPECT_LT(content().size(), before.size());
     EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+}
+
+TEST_F(StoreFile, IsLeftAloneWhenItHoldsTheTextAlready) {
+    unsigned written = 0;
+    const auto ready = [&](const struct stat& fresh) {
+        struct stat temporary {};
+        EXPECT_EQ(stat((file + ".new").c_str(), &temporary), 0);
+        EXPECT_EQ(fresh.st_ino, temporary.st_ino);
+        EXPECT_EQ(fresh.st_size, 3);
+        ++written;
+    };
+    ASSERT_EQ(vcfg::store::save(file, "one", ready, &why), VCFG_OK) << why;
+    ASSERT_EQ(vcfg::store::save(file, "one", ready, &why), VCFG_OK) << why;
+    EXPECT_EQ(written, 1u);
+    ASSERT_EQ(vcfg::store::save(file, "two", ready, &why), VCFG_OK) << why;
+    EXPECT_EQ(written, 2u);
+    EXPECT_EQ(content(), "two");
 }
 
 TEST_F(StoreFile, IsReadableByItsOwnerOnly) {

@@ -67,7 +67,7 @@ TEST_F(StoreMemory, LoadingIsWholeOrNothing) {
         R"({"version":1,"objects":{"IP.Interface.1":{"Alias":"a"},"IP.Interface.1.IPv4Address.1":{}}})";
     expectWholeOrNothing(store, [&] {
         std::string why;
-        return store.fromText(json, Unknown::Refuse, nullptr, &why);
+        return store.fromText(json, What::All, Unknown::Refuse, nullptr, &why);
     });
     EXPECT_TRUE(has(store, "IP.Interface.1.IPv4Address.1"));
 }
