@@ -102,6 +102,15 @@ def test_configuration_outlives_a_power_cycle(booted):
     assert booted.value("DeviceInfo.ProvisioningCode") == ""
 
 
+def test_lease_is_made_anew_after_a_power_cycle(booted):
+    booted.wait("DHCPv4.Client.1.DHCPStatus=Bound")
+    booted.down()
+    assert "Bound" not in (booted.directory / "data" / "vcfg_config.json").read_text()
+    booted.up()
+    booted.wait("DHCPv4.Client.1.DHCPStatus=Bound")
+    booted.wait("IP.Interface.1.Status=Up")
+
+
 def test_boot_with_a_configuration_of_ones_own(booted, tmp_path):
     (tmp_path / "model.json").write_text('{"version": 1, "objects": {"DeviceInfo": {"ProvisioningCode": "mine"}}}')
     booted.down()
