@@ -12,7 +12,8 @@ TYPES = {name: int(value, 0) for name, value in re.findall(
     r"VCFG_MSG_(\w+) *=? *(0x[0-9A-F]+|\d+)u?",
     (REPOSITORY / "vcfg" / "include" / "vcfg" / "msg_types.h").read_text(encoding="utf-8"))}
 KERNEL = 0  # what the counting library calls the kernel's own events
-MOST_ROUNDS = 20  # every event changes something each time: "#" in what it carries is the number of the round
+COSTS = ("reads", "writes", "messages", "processes")
+MOST_ROUNDS = 9  # every event changes something each time: "#" in what it carries is the number of the round
 
 
 @dataclasses.dataclass(frozen=True)
@@ -22,7 +23,6 @@ class Event:
     payload: str = ""
     before: tuple = ()  # parameters that are set first, not measured
     iid: str = ""
-    settles: bool = False  # its threads come to an end by themselves, and their costs are counted
 
 
 LEASE = ('{"addressAssigned":true,"pidfile":"/var/run/udhcpc-eth0.5.pid","ip":"203.0.113.#","subnet":"255.255.255.0",'
@@ -110,34 +110,32 @@ def model():
             "X_VORAN_MailAccount.1": {**mail, "Server": "127.0.0.1", "Port": 1}}
 
 
-def run(world, event, number):
-    """What the event cost: a line of the counting library."""
+def run(world, event, round_number):
+    """Makes it happen. Its number, and the microseconds that its handler took."""
     if event.before:
         world.control("set", "--no-apply", *event.before)
-    text = event.payload.replace("#", str(number % 9 + 1))
+    text = event.payload.replace("#", str(round_number % MOST_ROUNDS + 1))
     if event.kind == "KERNEL":
         world.kernel_says(text)
-        return world.events.wait(KERNEL, event.settles)
+        return world.events.wait(KERNEL)
     words = ["--iid", event.iid] if event.iid else []
     world.control("send", "--to", "2", "--type", str(TYPES[event.kind]), *words, *(["--payload", text] if text else []))
-    return world.events.wait(TYPES[event.kind], event.settles)
-
-
-def costs_row(what, lines):
-    """Of an event that took place several times."""
-    series = Series()
-    for line in lines:
-        series.add([line["us"]])
-    costs = [max(line[what] for line in lines) for what in ("reads", "writes", "messages", "processes")]
-    return Row(what, "us", series.median, max(series.medians()), series.spread, costs=tuple(costs))
+    return world.events.wait(TYPES[event.kind])
 
 
 def measure(rounds):
+    rounds = min(rounds, MOST_ROUNDS)
     with World(model(), with_tarn=True) as world:
         world.spawn_control("serve", "40")
         world.await_endpoint(40)
-        lines = {event.what: [] for event in EVENTS}
-        for number in range(min(rounds, MOST_ROUNDS)):
-            for event in EVENTS:
-                lines[event.what].append(run(world, event, number))
-    return [costs_row(f"event: {what}", found) for what, found in lines.items()]
+        found = [[run(world, event, each) for event in EVENTS] for each in range(rounds)]
+        world.events.settle()
+        return [_row(event, happened, world.events.latest) for event, happened in zip(EVENTS, zip(*found))]
+
+
+def _row(event, happened, costs):
+    series = Series()
+    for _, microseconds in happened:
+        series.add([microseconds])
+    most = [max(costs[number][what] for number, _ in happened) for what in COSTS]
+    return Row(f"event: {event.what}", "us", series.median, max(series.medians()), series.spread, costs=tuple(most))

@@ -94,4 +94,4 @@ def _memory_rows():
 
 
 def _memory_row(what, memory, limit):
-    return Row(what, "KiB", memory["written"], value=memory["written"], limit=limit)
+    return Row(what, "KiB", memory, value=memory, limit=limit)

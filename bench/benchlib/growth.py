@@ -83,7 +83,7 @@ def measure_links(rounds):
             for each in range(max(1, rounds // 4)):
                 for event in link_events(number):
                     figures = found.setdefault((event.what, number), Series())
-                    figures.add([events.run(world, event, each)["us"]])
+                    figures.add([events.run(world, event, each)[1]])
     return [Growth(event.what, LINKS, [found[event.what, number].median for number in LINKS])
             for event in link_events(1)]
 

@@ -8,6 +8,9 @@ HEAD = ["what", "median", "p99", "spread", "x reference", "limit", "of the limit
         *(name for name, _ in PEERS.values()), "reads", "writes", "messages", "processes"]
 
 
+MANY_US = 10_000
+
+
 @dataclasses.dataclass(frozen=True)
 class Limit:
     bound: float
@@ -54,12 +57,17 @@ class Row:
 
 
 def figure(value, unit):
+    """Three digits at least; many microseconds are milliseconds. A list has one unit."""
     if value is None:
         return ""
-    if isinstance(value, list):
-        return " / ".join(figure(each, "") for each in value) + f" {unit}"
-    digits = 0 if value >= 1000 else 1 if value >= 10 else 2
-    return f"{value:,.{digits}f} {unit}".rstrip()
+    values = value if isinstance(value, list) else [value]
+    if unit == "us" and max(values) >= MANY_US:
+        values, unit = [each / 1000 for each in values], "ms"
+    return f"{' / '.join(map(digits, values))} {unit}".rstrip()
+
+
+def digits(value):
+    return f"{value:,.{0 if value >= 1000 else 1 if value >= 10 else 2}f}"
 
 
 def times(ratio):

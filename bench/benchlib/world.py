@@ -36,7 +36,8 @@ class World:
             self.events = EventPipe(self.run / "events")
             self.tarn = self._start("tarn", 2, LD_PRELOAD=str(BUILD / "lib" / "libbench_counted.so"),
                                     BENCH_EVENTS=str(self.events.path))
-            self.events.wait(STARTED, settled=True)
+            self.events.wait(STARTED)
+            self.events.settle()
 
     def __enter__(self):
         return self
@@ -84,42 +85,44 @@ class World:
             kernel.sendto(header + payload, (self.tarn.pid, 0))
 
     def private_kib(self, process):
-        """Memory that is this process's alone: what it has written to, and what nobody else has mapped."""
+        """Memory that nobody else has mapped: what the process has written to, and its own code."""
         lines = pathlib.Path(f"/proc/{process.pid}/smaps_rollup").read_text(encoding="utf-8").splitlines()
-        sizes = {words[0]: int(words[1]) for line in lines if len(words := line.split()) == 3}
-        return {"written": sizes["Private_Dirty:"], "file": sizes["Private_Clean:"]}
+        return sum(int(line.split()[1]) for line in lines if line.startswith("Private_"))
 
 
 class EventPipe:
-    """What the daemon says its events cost it, a line each."""
+    """What the daemon says its events cost it: a line when a handler has returned, and more when its threads have
+    ended."""
 
     def __init__(self, path):
         self.path = path
         os.mkfifo(path)
         self.pipe = os.open(path, os.O_RDWR | os.O_NONBLOCK)
         self.rest = b""
-        self.last = 0
+        self.latest = {}  # by the event's number
 
-    def wait(self, kind, settled=False):
-        """The next event of that type: when its handler has returned, or when the threads that it started have, too."""
+    def wait(self, kind):
+        """The number of the next event of that type, when its handler has returned, and how long that took."""
         deadline = time.monotonic() + PATIENCE_SECONDS
-        handled = None
         while True:
-            line = self._line(deadline)
-            new = line["type"] == kind and line["number"] > self.last
-            if handled is None and new and line["us"]:
-                handled = line
-                self.last = line["number"]
-            elif handled is None or line["number"] != handled["number"]:
-                continue
-            if line["working"] == 0 or not settled:
-                return {**line, "us": handled["us"]}
+            seen = len(self.latest)
+            line = self._read(deadline)
+            if line["type"] == kind and len(self.latest) > seen:
+                return line["number"], line["us"]
 
-    def _line(self, deadline):
+    def settle(self):
+        """Until all threads that events have started have ended."""
+        deadline = time.monotonic() + PATIENCE_SECONDS
+        while any(line["working"] for line in self.latest.values()):
+            self._read(deadline)
+
+    def _read(self, deadline):
         while b"\n" not in self.rest:
             left = deadline - time.monotonic()
             if left <= 0 or not select.select([self.pipe], [], [], left)[0]:
                 raise BenchError("the daemon does not finish an event")
             self.rest += os.read(self.pipe, 65536)
-        line, self.rest = self.rest.split(b"\n", 1)
-        return json.loads(line)
+        text, self.rest = self.rest.split(b"\n", 1)
+        line = json.loads(text)
+        self.latest[line["number"]] = line
+        return line

@@ -115,6 +115,11 @@ void* runFor(void* data) {
     return result;
 }
 
+// The commands that the daemon runs have no business with it.
+__attribute__((constructor)) void countOnlyHere() {
+    unsetenv("LD_PRELOAD");
+}
+
 template <class Function>
 Function* next(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
