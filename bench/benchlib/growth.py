@@ -1,4 +1,5 @@
 """How costs grow with the size of a table, and with the number of WAN links."""
+import contextlib
 import dataclasses
 import math
 
@@ -78,12 +79,13 @@ def link_events(number):
 
 def measure_links(rounds):
     found = {}
-    for number in LINKS:
-        with World(links_model(number), with_tarn=True) as world:
-            for each in range(max(1, rounds // 4)):
+    with contextlib.ExitStack() as stack:
+        worlds = {number: stack.enter_context(World(links_model(number), with_tarn=True)) for number in LINKS}
+        for each in range(max(1, rounds // 2)):
+            for number, world in worlds.items():
                 for event in link_events(number):
-                    figures = found.setdefault((event.what, number), Series())
-                    figures.add([events.run(world, event, each)[1]])
+                    series = found.setdefault((event.what, number), Series())
+                    series.add([events.run(world, event, each)[1]])
     return [Growth(event.what, LINKS, [found[event.what, number].median for number in LINKS])
             for event in link_events(1)]
 

@@ -5,7 +5,7 @@ from .table import Limit, Row
 from .world import World
 
 TABLE = 200
-COUNTS = {"get": 1000, "walk": 10, "set": 40, "set with apply": 40, "write JSON": 40, "add": 10, "delete": 10}
+COUNTS = {"get": 1000, "walk": 10, "set": 100, "set with apply": 100, "write JSON": 100, "add": 20, "delete": 20}
 TITLES = {"get": "get of a 1 KiB record", "walk": f"walk over {TABLE} records of 1 KiB", "set": "set without apply",
           "set with apply": "set with apply", "write JSON": "write of one parameter", "add": "add", "delete": "delete"}
 LIMITS = {"get": Limit(0.1), "walk": Limit(5), "set": Limit(2.2)}

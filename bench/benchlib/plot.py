@@ -3,7 +3,7 @@ import math
 from xml.sax.saxutils import escape
 
 WIDTH, HEIGHT = 460, 340
-LEFT, RIGHT, TOP, BOTTOM = 62, 20, 40, 46
+LEFT, RIGHT, TOP, BOTTOM = 62, 24, 40, 46
 LEGEND_LINE = 18
 COLOURS = ["#1b6ca8", "#c0392b", "#2e8b57", "#8e44ad", "#d68910", "#16a085"]
 STYLE = ("text{font:12px sans-serif;fill:#222} .title{font-weight:bold;font-size:14px} .grid{stroke:#ddd} "
@@ -39,7 +39,7 @@ class Panel:
         for power in range(self.low, self.high + 1):
             height = self.y(10 ** power)
             yield line(self.x(self.sizes[0]), height, self.x(self.sizes[-1]), height, "grid")
-            yield text(self.left + LEFT - 8, height + 4, f"{10 ** power:,g} us", anchor="end")
+            yield text(self.left + LEFT - 8, height + 4, axis(power), anchor="end")
         for size in self.sizes:
             yield text(self.x(size), HEIGHT - BOTTOM + 18, f"{size}", anchor="middle")
         yield text(self.x(self.sizes[-1]), HEIGHT - BOTTOM + 36, self.unit, anchor="end")
@@ -56,6 +56,12 @@ class Panel:
         start = self.left + LEFT
         yield f'<polyline points="{start},{legend - 4} {start + 24},{legend - 4}" stroke="{colour}"/>'
         yield text(start + 32, legend, growth.what)
+
+
+def axis(power):
+    """A power of ten of microseconds."""
+    unit = ["us", "ms", "s"][min(power // 3, 2)] if power >= 0 else "us"
+    return f"{10 ** (power - 3 * ['us', 'ms', 's'].index(unit)):g} {unit}"
 
 
 def text(x, y, words, style="", anchor="start"):

@@ -50,7 +50,7 @@ class Row:
     def cells(self):
         judged = ["", "", ""]
         if self.limit:
-            judged = [str(self.limit), f"{self.limit.share(self.checked):.2f}", "yes" if self.met else "**NO**"]
+            judged = [str(self.limit), f"{self.limit.share(self.checked):.3f}", "yes" if self.met else "**NO**"]
         return [self.what, figure(self.median, self.unit), figure(self.p99, self.unit),
                 "" if self.spread is None else f"{self.spread:.0%}", times(self.ratio), *judged,
                 *(times(self.peers.get(peer)) for peer in PEERS), *(f"{cost:g}" for cost in self.costs)]
