@@ -85,8 +85,8 @@ def circumstances(rounds):
     lines = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
     cpu = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), platform.machine())
     right = "real time" if os.sched_getscheduler(0) == os.SCHED_RR else "ordinary processes"
-    return (f"{rounds} rounds, {right}, on {cpu}, Linux {platform.release()}, load at the end {os.getloadavg()[0]:.1f}, "
-            f"{time.strftime('%Y-%m-%d')}")
+    return (f"{rounds} rounds, {right}, on {cpu}, Linux {platform.release()}, "
+            f"load at the end {os.getloadavg()[0]:.1f}, {time.strftime('%Y-%m-%d')}")
 
 
 def write_docs(lines, tables, links):

@@ -1,119 +1,23 @@
 // Preloaded into the daemon: says what each event cost it. BENCH_EVENTS names a pipe; a line of JSON goes there when a
-// handler has returned, and once more when the threads that it started have ended, if it started any. What a thread
-// does counts for the event that it was started for.
+// handler has returned, and another one when each of the threads that it started has ended.
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <linux/netlink.h>
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/select.h>
 #include <sys/socket.h>
-#include <time.h>
-#include <unistd.h>
 #include <vcfg/vcfg.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
+
+#include "counted_event.h"
 
 namespace {
 
+using namespace counted;
+
 constexpr int kLinkMonitorProtocol = 25;
-constexpr uint32_t kKernelEvent = 0;
-
-struct Event {
-    unsigned number;
-    uint32_t type;
-    double handled;
-    std::atomic<int> holders;  // threads that work for it
-    std::atomic<unsigned> reads;
-    std::atomic<unsigned> writes;
-    std::atomic<unsigned> messages;
-    std::atomic<unsigned> processes;
-};
-
-thread_local Event* current = nullptr;
-thread_local double began = 0;
-thread_local bool inside = false;  // the framework's own calls of its functions are its affair
-
-double now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
-}
-
-void report(const Event& event) {
-    static const int pipe = open(getenv("BENCH_EVENTS"), O_WRONLY | O_CLOEXEC);
-    char line[256];
-    const int size =
-        snprintf(line, sizeof line,
-                 R"({"number":%u,"type":%u,"us":%.1f,"working":%d,"reads":%u,"writes":%u,"messages":%u,"processes":%u})"
-                 "\n",
-                 event.number, event.type, event.handled, event.holders.load(), event.reads.load(), event.writes.load(),
-                 event.messages.load(), event.processes.load());
-    static_cast<void>(!write(pipe, line, static_cast<size_t>(size)));
-}
-
-void release(Event* event) {
-    static std::mutex guard;  // who is not the last one must have reported before the last one deletes
-    current = nullptr;
-    const std::lock_guard lock(guard);
-    const int left = --event->holders;
-    report(*event);
-    if (left == 0) {
-        delete event;
-    }
-}
-
-void begin(uint32_t type) {
-    static std::atomic<unsigned> events{0};
-    current = new Event{++events, type, 0, 1, 0, 0, 0, 0};
-    began = now();
-}
-
-void end() {
-    if (current != nullptr) {
-        current->handled = now() - began;
-        release(current);
-    }
-}
-
-void count(std::atomic<unsigned> Event::*what) {
-    if (current != nullptr && !inside) {
-        ++(current->*what);
-    }
-}
-
-// One call of the framework.
-class Counted {
-  public:
-    explicit Counted(std::atomic<unsigned> Event::*what) : outer_(!inside) {
-        count(what);
-        inside = true;
-    }
-    ~Counted() { inside = !outer_; }
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-
-  private:
-    bool outer_;
-};
-
-struct Start {
-    void* (*body)(void*);
-    void* argument;
-    Event* event;
-};
-
-void* runFor(void* data) {
-    const Start start = *static_cast<Start*>(data);
-    delete static_cast<Start*>(data);
-    current = start.event;
-    void* const result = start.body(start.argument);
-    release(start.event);
-    return result;
-}
 
 // The commands that the daemon runs have no business with it.
 __attribute__((constructor)) void countOnlyHere() {
@@ -131,7 +35,7 @@ Function* next(const char* name) {
 #define COUNTED(what, name, parameters, arguments) \
     int name parameters {                          \
         REAL(name);                                \
-        const Counted counted(&Event::what);       \
+        const Call call(&Event::what);             \
         return real arguments;                     \
     }
 
@@ -180,15 +84,13 @@ int posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
     REAL(pthread_create);
-    if (current == nullptr) {
+    counted::Start* const start = newStart(body, argument);
+    if (start == nullptr) {
         return real(thread, attributes, body, argument);
     }
-    ++current->holders;
-    auto* const start = new Start{body, argument, current};
-    const int code = real(thread, attributes, runFor, start);
+    const int code = real(thread, attributes, counted::run, start);
     if (code != 0) {
-        --current->holders;
-        delete start;
+        forget(start);
     }
     return code;
 }
@@ -207,9 +109,7 @@ int vcfg_msg_serverRecv(vcfg_msg_t** message, uint32_t timeoutMs) {
 
 int select(int most, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout) {
     REAL(select);
-    if (current != nullptr && current->type == kKernelEvent) {
-        end();
-    }
+    end(kKernelEvent);
     const int ready = real(most, readable, writable, failed, timeout);
     if (ready > 0 && timeout == nullptr) {
         begin(kKernelEvent);

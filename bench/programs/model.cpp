@@ -68,7 +68,7 @@ using Set = int(uint32_t, const objIndex*, const void*, void*);
 std::vector<double> writes(Set* set, int number, int count) {
     MailAccount* const record = get(number);
     const objIndex iid = instance(number);
-    const std::vector<double> figures = microsecondsOfEach(count, [&] {
+    std::vector<double> figures = microsecondsOfEach(count, [&] {
         record->Port = record->Port % 60000 + 1;
         must(set(kTable, &iid, record, nullptr), "set");
     });

@@ -103,6 +103,7 @@ std::vector<double> sendTogether(int number, int milliseconds) {
     const std::unique_ptr<Shared, void (*)(Shared*)> shared(share(), [](Shared* old) { munmap(old, sizeof(Shared)); });
     const Process receiver([&](const auto& ready) { receive(*shared, ready); });
     std::vector<std::unique_ptr<Process>> all;
+    all.reserve(static_cast<size_t>(number));
     for (int each = 0; each < number; ++each) {
         all.push_back(std::make_unique<Process>(
             [&](const auto& ready) { sendAlways(*shared, static_cast<uint32_t>(each), ready); }));
