@@ -59,6 +59,7 @@ double microseconds(const std::function<void()>& work) {
 
 std::vector<double> microsecondsOfEach(int count, const std::function<void()>& work) {
     std::vector<double> figures;
+    figures.reserve(static_cast<size_t>(count));
     for (int each = 0; each < count; ++each) {
         figures.push_back(microseconds(work));
     }
