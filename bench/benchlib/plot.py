@@ -18,7 +18,7 @@ class Panel:
         self.sizes = growths[0].sizes
         costs = [cost for growth in growths for cost in growth.costs]
         self.low = math.floor(math.log10(min(costs)))
-        self.high = math.ceil(math.log10(max(costs)))
+        self.high = max(self.low + 1, math.ceil(math.log10(max(costs))))
 
     def x(self, size):
         part = math.log(size / self.sizes[0]) / math.log(self.sizes[-1] / self.sizes[0])
