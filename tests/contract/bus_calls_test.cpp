@@ -100,6 +100,25 @@ TEST_F(BusCalls, CallEndsAtItsTimeout) {
     EXPECT_GE(nowMs() - start, 50);
 }
 
+TEST_F(BusCalls, EachCallHasItsOwnTimeLimit) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        for (Message request = receive(0); request != nullptr; request = receive(0)) {
+            usleep(60000);
+            answer(request, "slow");
+        }
+    });
+    for (const uint32_t timeoutMs : {0u, kSoon, 20u, 0u, 20u, kSoon}) {
+        int code = VCFG_OK;
+        const int64_t start = nowMs();
+        ask("", &code, kServer, timeoutMs);
+        EXPECT_EQ(timeoutMs == 20 ? VCFG_ERR_TIMEOUT : VCFG_OK, code) << timeoutMs;
+        EXPECT_GE(nowMs() - start, 20);
+    }
+}
+
 TEST_F(BusCalls, LateReplyIsNotTakenForTheNextOne) {
     const Process server([](const Process::Ready& ready) {
         vcfg_msg_eidInit(kServer, nullptr);

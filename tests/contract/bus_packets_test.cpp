@@ -1,4 +1,6 @@
 // What arrives at an endpoint, from senders that keep the rules and from those that do not.
+#include <algorithm>
+
 #include "bus_world.h"
 
 namespace {
@@ -133,6 +135,42 @@ TEST_F(BusPackets, ABusySenderDoesNotKeepOthersWaiting) {
         busy.send(wireMessage(kTell, 1, 4, "busy"));
         ASSERT_LT(received, 200);
     }
+}
+
+// Nobody is ever silent: for each message that is received, its sender sends the next.
+TEST_F(BusPackets, SixtyFourSendersAreReceivedFromAlike) {
+    constexpr uint32_t kSenders = 64;
+    std::vector<std::unique_ptr<BareSocket>> senders;
+    std::vector<uint32_t> sent(kSenders);
+    const auto send = [&](uint32_t sender) {
+        return senders[sender]->send(wireMessage(kTell, sender + 1, 8, std::to_string(10000000 + sent[sender])));
+    };
+    for (uint32_t sender = 0; sender < kSenders; ++sender) {
+        senders.push_back(std::make_unique<BareSocket>());
+        while (send(sender)) {
+            ++sent[sender];
+        }
+    }
+    std::vector<uint32_t> received(kSenders);
+    std::vector<uint32_t> before;  // by when all had been heard: they are accepted one after the other
+    for (uint32_t left = 40000; left > 0; --left) {
+        const Message message = receive();
+        ASSERT_NE(nullptr, message);
+        const uint32_t sender = message->requestId - 1;
+        ASSERT_EQ(std::to_string(10000000 + received[sender]), payloadOf(message));
+        ++received[sender];
+        sent[sender] += send(sender) ? 1 : 0;
+        if (before.empty() && *std::min_element(received.begin(), received.end()) > 0) {
+            before = received;
+            left = 30000;
+        }
+    }
+    ASSERT_FALSE(before.empty());
+    for (uint32_t sender = 0; sender < kSenders; ++sender) {
+        received[sender] -= before[sender];
+    }
+    const auto ends = std::minmax_element(received.begin(), received.end());
+    EXPECT_GE(2 * *ends.first, *ends.second);
 }
 
 TEST_F(BusPackets, SilentConnectionGivesWayWhenThereAreTooMany) {

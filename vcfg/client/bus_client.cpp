@@ -23,8 +23,8 @@ std::atomic<uint32_t> lastRequestId{firstRequestId()};
 [[maybe_unused]] const int forkHandler = pthread_atfork(nullptr, nullptr, [] { lastRequestId = firstRequestId(); });
 
 // False when the time is over.
-bool awaitReady(int socket, short events, const Deadline& deadline) {
-    pollfd state{socket, events, 0};
+bool awaitRoom(int socket, const Deadline& deadline) {
+    pollfd state{socket, POLLOUT, 0};
     const int ready = poll(&state, 1, deadline.remainingMs());
     return ready != 0 || !deadline.passed();
 }
@@ -36,7 +36,7 @@ int sendUntil(int socket, const vcfg_msg_t& message, Patience patience, const De
     for (;;) {
         const int error = sendPacket(socket, message, MSG_DONTWAIT);
         if (error == EAGAIN && patience == Patience::Wait) {
-            if (!awaitReady(socket, POLLOUT, deadline)) {
+            if (!awaitRoom(socket, deadline)) {
                 return ETIMEDOUT;
             }
         } else if (error != EINTR) {
@@ -63,25 +63,21 @@ int codeOfSend(int error) {
     }
 }
 
-// Sends by the thread's link. A peer that went away since the last call gets one new connection.
-int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, int* socket) {
-    Link* link = cachedLink(message.dstEid, way);
-    const bool wasCached = link != nullptr;
-    int code = VCFG_ERR_NO_PEER;
-    if (wasCached) {
-        *socket = link->socket;
-        code = codeOfSend(sendUntil(*socket, message, patience, deadline));
-        if (code == VCFG_ERR_NO_PEER) {
-            dropLink(message.dstEid, way);
-        }
-    }
+int sendBy(const Link* link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
+    return link == nullptr ? VCFG_ERR_NO_PEER : codeOfSend(sendUntil(link->socket, message, patience, deadline));
+}
+
+// Sends by the thread's link, which *link is then. A peer that went away since the last call gets one new connection.
+int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
+    *link = cachedLink(message.dstEid, way);
+    int code = sendBy(*link, message, patience, deadline);
     if (code == VCFG_ERR_NO_PEER) {
-        link = newLink(message.dstEid, way, deadline, &code);
-        if (link == nullptr) {
+        dropLink(message.dstEid, way);
+        *link = newLink(message.dstEid, way, deadline, &code);
+        if (*link == nullptr) {
             return code;
         }
-        *socket = link->socket;
-        code = codeOfSend(sendUntil(*socket, message, patience, deadline));
+        code = sendBy(*link, message, patience, deadline);
     }
     if (code == VCFG_ERR_NO_PEER || (code != VCFG_OK && way == Way::Request)) {
         dropLink(message.dstEid, way);
@@ -90,54 +86,65 @@ int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadli
 }
 
 // The next packet on a connection that this side may wait on.
-int receiveUntil(int socket, const Deadline& deadline, MessagePtr* message) {
+int receiveUntil(Link& link, const Deadline& deadline, MessagePtr* message) {
     for (;;) {
-        if (!deadline.isNever() && !awaitReady(socket, POLLIN, deadline)) {
-            return VCFG_ERR_TIMEOUT;
-        }
-        switch (threadReceiver().receive(socket, deadline.isNever() ? 0 : MSG_DONTWAIT, message)) {
+        limitReceive(link, deadline);
+        switch (link.receiver->receive(link.socket, 0, message)) {
             case Arrival::Message:
                 return VCFG_OK;
             case Arrival::Nothing:
+                if (deadline.passed()) {
+                    return VCFG_ERR_TIMEOUT;
+                }
                 break;
             case Arrival::Closed:
                 return VCFG_ERR_NO_PEER;
             case Arrival::Bad:
-                CLIENT_LOG(VLOG_ERROR, "an answer is refused: %s", threadReceiver().fault());
+                CLIENT_LOG(VLOG_ERROR, "an answer is refused: %s", link.receiver->fault());
                 return VCFG_ERR_FAIL;
         }
     }
 }
 
+int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
+    int code = VCFG_OK;
+    do {
+        // Other packets that keep coming do not prolong the call.
+        code = reply->get() != nullptr && deadline.passed() ? VCFG_ERR_TIMEOUT : receiveUntil(link, deadline, reply);
+    } while (code == VCFG_OK && (*reply)->requestId != requestId);
+    if (code != VCFG_OK) {
+        reply->reset();
+        dropLink(link.eid, Way::Request);
+    }
+    return code;
+}
+
 }  // namespace
 
 int deliver(const vcfg_msg_t& message, const Deadline& deadline) {
-    int socket = -1;
-    const int code = transmit(message, Way::OneWay, Patience::Wait, deadline, &socket);
+    Link* link = nullptr;
+    const int code = transmit(message, Way::OneWay, Patience::Wait, deadline, &link);
     return code == VCFG_OK ? VCFG_DELIVERED : code;
 }
 
 int deliverNow(const vcfg_msg_t& message) {
-    int socket = -1;
-    const int code = transmit(message, Way::OneWay, Patience::None, Deadline::in(1), &socket);
+    Link* link = nullptr;
+    const int code = transmit(message, Way::OneWay, Patience::None, Deadline::in(1), &link);
     return code == VCFG_OK ? VCFG_DELIVERED : code == VCFG_ERR_TIMEOUT ? VCFG_ERR_FULL : code;
 }
 
 int call(const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply) {
-    int socket = -1;
-    int code = transmit(message, Way::Request, Patience::Wait, deadline, &socket);
-    if (code != VCFG_OK) {
-        return code;
-    }
-    do {
-        // Other packets that keep coming do not prolong the call.
-        code = reply->get() != nullptr && deadline.passed() ? VCFG_ERR_TIMEOUT : receiveUntil(socket, deadline, reply);
-    } while (code == VCFG_OK && (*reply)->requestId != message.requestId);
-    if (code != VCFG_OK) {
-        reply->reset();
-        dropLink(message.dstEid, Way::Request);
-    }
-    return code;
+    Link* link = nullptr;
+    const int code = transmit(message, Way::Request, Patience::Wait, deadline, &link);
+    return code == VCFG_OK ? awaitAnswer(*link, message.requestId, deadline, reply) : code;
+}
+
+int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply) {
+    Link* link = nullptr;
+    const int code = transmit(*message, Way::Request, Patience::Wait, deadline, &link);
+    const uint32_t requestId = message->requestId;
+    message.reset();
+    return code == VCFG_OK ? awaitAnswer(*link, requestId, deadline, reply) : code;
 }
 
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {
@@ -145,7 +152,7 @@ int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {
     if (link == nullptr) {
         return VCFG_ERR_NO_PEER;
     }
-    const int code = receiveUntil(link->socket, deadline, message);
+    const int code = receiveUntil(*link, deadline, message);
     if (code != VCFG_OK && code != VCFG_ERR_TIMEOUT) {
         dropLink(eid, Way::Request);
     }

@@ -15,6 +15,8 @@ int deliverNow(const vcfg_msg_t& message);
 // Sends the message and waits for the answer with its `requestId`. After any failure the connection is closed, so that
 // a late answer meets nobody.
 int call(const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply);
+// The same with a message that is freed as soon as it is sent: the answer finds its memory still warm.
+int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply);
 
 // What the peer sends by itself on the connection that call() used, for those who asked it to.
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message);

@@ -42,9 +42,9 @@ class Server {
     // Answers on that connection, without blocking: VCFG_ERR_NO_PEER when it is gone or its owner does not take
     // answers, VCFG_ERR_FULL when its owner does not read, after which it is closed.
     virtual int answer(ConnectionId to, const vcfg_msg_t& message) = 0;
-    // The connection that a requester waits on, by what its request said; 0 when there is none. When there are several
-    // it is `preferred`, else the latest.
-    virtual ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred = 0) const = 0;
+    // Answers by the connection that a requester waits on, named by what its request said: *code as of answer(). False
+    // when there is none. When there are several it is `preferred`, else the latest.
+    virtual bool answerRequester(const vcfg_msg_t& message, ConnectionId preferred, int* code) = 0;
     virtual void close(ConnectionId connection) = 0;
 };
 

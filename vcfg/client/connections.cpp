@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 
 #include "packet.h"
 
@@ -13,27 +14,32 @@ namespace {
 constexpr size_t kLimit = 256;
 constexpr size_t kLeavingLimit = 64;
 
-bool isOpen(const RequestKey& key, uint8_t srcEid, uint32_t requestId) {
-    return key.open && key.srcEid == srcEid && key.requestId == requestId;
+bool operator==(const RequestKey& left, const RequestKey& right) {
+    return left.requestId == right.requestId && left.srcEid == right.srcEid;
 }
 
-bool asked(const Connection& connection, uint8_t srcEid, uint32_t requestId) {
-    return std::any_of(connection.requests.begin(), connection.requests.end(),
-                       [=](const RequestKey& key) { return isOpen(key, srcEid, requestId); });
+// Calls `visit` with the place of each bit that is set.
+template <class Visit>
+void forEachBit(unsigned bits, Visit visit) {
+    for (; bits != 0; bits &= bits - 1) {
+        visit(static_cast<size_t>(std::countr_zero(bits)));
+    }
+}
+
+// The bits of the unanswered requests that have this sender and id.
+uint8_t openWith(const Connection& connection, const RequestKey& key) {
+    unsigned found = 0;
+    forEachBit(connection.open, [&](size_t each) { found |= connection.requests[each] == key ? 1u << each : 0u; });
+    return static_cast<uint8_t>(found);
 }
 
 // The order in which connections give way.
 bool goesFirst(const Connection& left, const Connection& right) {
-    const bool leftOwes = owesAnswer(left);
-    return leftOwes != owesAnswer(right) ? !leftOwes : left.lastUse < right.lastUse;
+    const bool leftOwes = left.owesAnswer();
+    return leftOwes != right.owesAnswer() ? !leftOwes : left.lastUse < right.lastUse;
 }
 
 }  // namespace
-
-bool owesAnswer(const Connection& connection) {
-    return std::any_of(connection.requests.begin(), connection.requests.end(),
-                       [](const RequestKey& key) { return key.open; });
-}
 
 Connections::~Connections() {
     for (const Connection& connection : all_) {
@@ -42,7 +48,7 @@ Connections::~Connections() {
 }
 
 Connection& Connections::add(int socket) {
-    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, false, false});
+    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, 0, 0, false, false});
     return all_.back();
 }
 
@@ -55,6 +61,7 @@ Connection* Connections::find(ConnectionId id) {
 void Connections::close(ConnectionId id) {
     Connection* connection = find(id);
     if (connection != nullptr) {
+        forget(*connection, connection->open);
         ::close(connection->socket);
         all_.erase(all_.begin() + (connection - all_.data()));
     }
@@ -62,52 +69,66 @@ void Connections::close(ConnectionId id) {
 
 bool Connections::note(Connection& connection, const vcfg_msg_t& message) {
     connection.lastUse = ++uses_;
-    if (message.requestId != 0 && isTaken(connection, message)) {
+    const RequestKey key{message.requestId, message.srcEid};
+    if (message.requestId != 0 && isTaken(connection, key)) {
         return false;
     }
-    connection.requests[connection.nextRequest] =
-        RequestKey{message.srcEid, true, (message.type & VCFG_MSG_NO_REPLY) == 0, message.requestId};
+    const auto bit = static_cast<uint8_t>(1u << connection.nextRequest);
+    const unsigned expects = (message.type & VCFG_MSG_NO_REPLY) == 0 ? bit : 0;
+    forget(connection, bit);
+    connection.requests[connection.nextRequest] = key;
+    connection.open = static_cast<uint8_t>(connection.open | bit);
+    connection.expecting = static_cast<uint8_t>((connection.expecting & ~bit) | expects);
     connection.nextRequest = static_cast<uint8_t>((connection.nextRequest + 1) % connection.requests.size());
+    ++openLike(key);
     return true;
 }
 
+uint16_t& Connections::openLike(const RequestKey& key) {
+    return openLike_[(key.requestId + 31u * key.srcEid) % openLike_.size()];
+}
+
+void Connections::forget(Connection& connection, uint8_t requests) {
+    forEachBit(connection.open & requests, [&](size_t each) { --openLike(connection.requests[each]); });
+    connection.open = static_cast<uint8_t>(connection.open & ~requests);
+}
+
 // An event that nobody answers would keep its id for ever, so others may take that over.
-bool Connections::isTaken(const Connection& by, const vcfg_msg_t& message) {
+bool Connections::isTaken(const Connection& by, const RequestKey& key) {
+    if (openLike(key) == std::popcount(openWith(by, key))) {
+        return false;
+    }
     for (Connection& other : all_) {
-        for (RequestKey& key : other.requests) {
-            if (other.id == by.id || !isOpen(key, message.srcEid, message.requestId) || hasEnded(other.socket)) {
-                continue;
-            }
-            if (key.expects) {
-                return true;
-            }
-            key.open = false;
+        const uint8_t same = openWith(other, key);
+        if (same == 0 || other.id == by.id || hasEnded(other.socket)) {
+            continue;
         }
+        if ((same & other.expecting) != 0) {
+            return true;
+        }
+        forget(other, same);
     }
     return false;
 }
 
 void Connections::answered(Connection& connection, const vcfg_msg_t& answer) {
     connection.lastUse = ++uses_;
-    for (RequestKey& key : connection.requests) {
-        if (key.srcEid == answer.dstEid && key.requestId == answer.requestId) {
-            key.open = false;
-        }
-    }
+    forget(connection, openWith(connection, {answer.requestId, answer.dstEid}));
 }
 
-ConnectionId Connections::requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const {
-    ConnectionId latest = 0;
-    uint64_t latestUse = 0;
-    for (const Connection& connection : all_) {
-        if (asked(connection, srcEid, requestId)) {
-            if (connection.id == preferred) {
-                return preferred;
-            }
-            if (connection.lastUse > latestUse) {
-                latest = connection.id;
-                latestUse = connection.lastUse;
-            }
+Connection* Connections::requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) {
+    const RequestKey key{requestId, srcEid};
+    if (openLike(key) == 0) {
+        return nullptr;
+    }
+    Connection* latest = find(preferred);
+    if (latest != nullptr && openWith(*latest, key) != 0) {
+        return latest;
+    }
+    latest = nullptr;
+    for (Connection& connection : all_) {
+        if (openWith(connection, key) != 0 && (latest == nullptr || connection.lastUse > latest->lastUse)) {
+            latest = &connection;
         }
     }
     return latest;

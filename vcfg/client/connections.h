@@ -9,10 +9,8 @@
 namespace vcfg::bus {
 
 struct RequestKey {
-    uint8_t srcEid;
-    bool open;     // not answered yet
-    bool expects;  // its type says that an answer is expected
     uint32_t requestId;
+    uint8_t srcEid;
 };
 
 struct Connection {
@@ -21,12 +19,14 @@ struct Connection {
     uint64_t lastUse;
     std::array<RequestKey, 8> requests;  // the last ones, oldest overwritten first
     uint8_t nextRequest;
-    bool leaving;  // takes no new packets; what it sent before is still received
-    bool drained;  // and has been received
-};
+    uint8_t open;       // a bit for each of the requests that is not answered yet
+    uint8_t expecting;  // and for each whose type says that an answer is expected
+    bool leaving;       // takes no new packets; what it sent before is still received
+    bool drained;       // and has been received
 
-// Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.
-bool owesAnswer(const Connection& connection);
+    // Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.
+    bool owesAnswer() const { return open != 0; }
+};
 
 class Connections {
   public:
@@ -43,15 +43,20 @@ class Connections {
     // still waits on: the answer to either could reach the other.
     bool note(Connection& connection, const vcfg_msg_t& message);
     void answered(Connection& connection, const vcfg_msg_t& answer);
-    ConnectionId requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred) const;
+    // The connection that a requester waits on, by what its request said; null when there is none.
+    Connection* requester(uint8_t srcEid, uint32_t requestId, ConnectionId preferred);
 
     // Makes room for one more: the connection that was silent longest gives way, one that owes no answer first.
     void makeRoom();
 
   private:
-    bool isTaken(const Connection& by, const vcfg_msg_t& message);
+    bool isTaken(const Connection& by, const RequestKey& key);
+    void forget(Connection& connection, uint8_t requests);
+    uint16_t& openLike(const RequestKey& key);
 
     std::vector<Connection> all_;  // ids only grow, so it is sorted by them
+    // How many unanswered requests there are of each of 256 kinds, so that hardly ever all must be looked at.
+    std::array<uint16_t, 256> openLike_{};
     ConnectionId lastId_ = 0;
     uint64_t uses_ = 0;
 };

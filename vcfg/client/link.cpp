@@ -18,6 +18,8 @@ namespace {
 
 // Shorter than the pause in which an endpoint's new server lets senders find out.
 constexpr int64_t kTrustUs = 1000;
+// Sooner than this a call counts as just begun.
+constexpr int64_t kAboutUs = 1000;
 
 std::atomic<uint32_t> forks{0};
 
@@ -62,12 +64,15 @@ bool stillLeadsThere(Link& link) {
     return true;
 }
 
+void limit(int socket, int option, int64_t us) {
+    const timeval limit{static_cast<time_t>(us / 1000000), static_cast<suseconds_t>(us % 1000000)};
+    setsockopt(socket, SOL_SOCKET, option, &limit, sizeof limit);
+}
+
 // A connect that waits for room in the listener's queue is bounded by the socket's send timeout.
 void limitConnect(int socket, const Deadline& deadline) {
     if (!deadline.isNever()) {
-        const int64_t left = std::max<int64_t>(deadline.remainingUs(), 1);
-        const timeval limit{static_cast<time_t>(left / 1000000), static_cast<suseconds_t>(left % 1000000)};
-        setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+        limit(socket, SO_SNDTIMEO, std::max<int64_t>(deadline.remainingUs(), 1));
     }
 }
 
@@ -117,7 +122,8 @@ Link* cachedLink(uint8_t eid, Way way) {
 }
 
 Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
-    Link link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs()};
+    ThreadLinks& own = mine();
+    Link link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, &own.receiver};
     sockaddr_un address;
     struct stat status {};
     if (!toAddress(link.path, &address)) {
@@ -143,8 +149,8 @@ Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
     if (way == Way::OneWay) {
         shutdown(link.socket, SHUT_RD);
     }
-    mine().links.push_back(link);
-    return &mine().links.back();
+    own.links.push_back(link);
+    return &own.links.back();
 }
 
 void dropLink(uint8_t eid, Way way) {
@@ -157,8 +163,17 @@ void dropLink(uint8_t eid, Way way) {
     }
 }
 
-Receiver& threadReceiver() {
-    return mine().receiver;
+// A caller who gives the same time again and again costs no system call.
+void limitReceive(Link& link, const Deadline& deadline) {
+    int64_t patience = 0;
+    if (!deadline.isNever()) {
+        const int64_t left = deadline.remainingUs();
+        patience = std::max<int64_t>(deadline.spanUs() - left < kAboutUs ? deadline.spanUs() : left, 1);
+    }
+    if (patience != link.patienceUs) {
+        limit(link.socket, SO_RCVTIMEO, patience);
+        link.patienceUs = patience;
+    }
 }
 
 }  // namespace vcfg::bus

@@ -23,6 +23,8 @@ struct Link {
     dev_t device;
     ino_t inode;
     int64_t checkedUs;
+    int64_t patienceUs;  // the socket's limit for one recv(); 0 for none
+    Receiver* receiver;  // the thread's
 };
 
 // The calling thread's link, as long as it can be trusted to lead to the endpoint's newest server; else null.
@@ -31,7 +33,7 @@ Link* cachedLink(uint8_t eid, Way way);
 Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code);
 void dropLink(uint8_t eid, Way way);
 
-// Takes the calling thread's packets.
-Receiver& threadReceiver();
+// Makes one recv() on the link end soon after the deadline at the latest.
+void limitReceive(Link& link, const Deadline& deadline);
 
 }  // namespace vcfg::bus

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "bus_client.h"
 #include "client_log.h"
@@ -36,12 +37,19 @@ Endpoints& endpoints() {
     return all;
 }
 
-thread_local uint8_t ownEid = 0;
-// Where the thread's last message came from, to tell requesters with equal ids apart.
-thread_local ConnectionId lastFrom = 0;
+struct Thread {
+    uint8_t eid = 0;
+    // Where its last message came from, to tell requesters with equal ids apart.
+    ConnectionId lastFrom = 0;
+};
+thread_local Thread self;
 
-Server* threadServer() {
-    return endpoints().servers[threadEid()].load(std::memory_order_acquire);
+uint8_t eidOf(const Thread& thread) {
+    return thread.eid != 0 ? thread.eid : endpoints().first.load(std::memory_order_relaxed);
+}
+
+Server* serverOf(const Thread& thread) {
+    return endpoints().servers[eidOf(thread)].load(std::memory_order_acquire);
 }
 
 int registerEndpoint(uint8_t eid, const char* name) {
@@ -58,7 +66,7 @@ int registerEndpoint(uint8_t eid, const char* name) {
     }
     uint8_t none = 0;
     endpoints().first.compare_exchange_strong(none, eid);
-    ownEid = eid;
+    self.eid = eid;
     return VCFG_OK;
 }
 
@@ -68,7 +76,7 @@ int openServer() {
         return VCFG_ERR_INVALID;
     }
     const std::lock_guard guard(endpoints().opening);
-    std::unique_ptr<Server> inherited(threadServer());
+    std::unique_ptr<Server> inherited(serverOf(self));
     if (inherited != nullptr && inherited->isOwn()) {
         return inherited.release()->reopen();
     }
@@ -79,14 +87,15 @@ int openServer() {
 }
 
 int receiveMessage(vcfg_msg_t** message, uint32_t timeoutMs) {
-    Server* server = threadServer();
+    Thread& thread = self;
+    Server* server = serverOf(thread);
     if (message == nullptr || server == nullptr) {
         return VCFG_ERR_INVALID;
     }
     *message = nullptr;
     const int limit = timeoutMs == 0 ? -1 : timeoutMs > INT_MAX ? INT_MAX : static_cast<int>(timeoutMs);
     int code = VCFG_OK;
-    *message = server->wait(limit, &lastFrom, &code).release();
+    *message = server->wait(limit, &thread.lastFrom, &code).release();
     return *message != nullptr ? VCFG_OK : code;
 }
 
@@ -99,22 +108,22 @@ int reply(const vcfg_msg_t& answer) {
     return delivered == VCFG_DELIVERED ? VCFG_OK : delivered;
 }
 
-int exchange(vcfg_msg_t& message, vcfg_msg_t** answer, uint32_t timeoutMs) {
-    if (message.dstEid == 0) {
+int exchange(MessagePtr message, vcfg_msg_t** answer, uint32_t timeoutMs) {
+    if (message->dstEid == 0) {
         return VCFG_ERR_INVALID;
     }
     const Deadline deadline = Deadline::ofCall(timeoutMs);
     if (answer == nullptr) {
-        return bus::deliver(message, deadline);
+        return bus::deliver(*message, deadline);
     }
-    if (message.srcEid == 0) {
-        message.srcEid = threadEid();
+    if (message->srcEid == 0) {
+        message->srcEid = threadEid();
     }
-    if (message.requestId == 0) {
-        message.requestId = bus::freshRequestId();
+    if (message->requestId == 0) {
+        message->requestId = bus::freshRequestId();
     }
     MessagePtr received;
-    const int code = bus::call(message, deadline, &received);
+    const int code = bus::call(std::move(message), deadline, &received);
     *answer = received.release();
     return code;
 }
@@ -122,11 +131,11 @@ int exchange(vcfg_msg_t& message, vcfg_msg_t** answer, uint32_t timeoutMs) {
 }  // namespace
 
 uint8_t threadEid() {
-    return ownEid != 0 ? ownEid : endpoints().first.load(std::memory_order_relaxed);
+    return eidOf(self);
 }
 
 const char* daemonName() {
-    for (const uint8_t eid : {ownEid, endpoints().first.load(std::memory_order_relaxed)}) {
+    for (const uint8_t eid : {self.eid, endpoints().first.load(std::memory_order_relaxed)}) {
         if (const std::string* name = endpoints().names[eid].load(std::memory_order_acquire); name != nullptr) {
             return name->c_str();
         }
@@ -135,18 +144,19 @@ const char* daemonName() {
 }
 
 int answerRequester(const vcfg_msg_t& answer) {
-    Server* own = threadServer();
-    ConnectionId to = own != nullptr ? own->requester(answer.dstEid, answer.requestId, lastFrom) : 0;
-    if (to != 0) {
-        return own->answer(to, answer);
+    int code = VCFG_ERR_NO_PEER;
+    const Thread& thread = self;
+    Server* own = serverOf(thread);
+    if (own != nullptr && own->answerRequester(answer, thread.lastFrom, &code)) {
+        return code;
     }
     for (auto& each : endpoints().servers) {
         Server* server = each.load(std::memory_order_acquire);
-        if (server != nullptr && (to = server->requester(answer.dstEid, answer.requestId)) != 0) {
-            return server->answer(to, answer);
+        if (server != nullptr && server != own && server->answerRequester(answer, 0, &code)) {
+            break;
         }
     }
-    return VCFG_ERR_NO_PEER;
+    return code;
 }
 
 }  // namespace vcfg
@@ -169,9 +179,10 @@ int vcfg_msg_serverSend(vcfg_msg_t* msg) {
 }
 
 int vcfg_msg_sendAndGetReply(vcfg_msg_t* msg, vcfg_msg_t** reply, uint32_t timeoutMs) {
-    const vcfg::bus::MessagePtr own(msg);
+    vcfg::bus::MessagePtr own(msg);
     if (reply != nullptr) {
         *reply = nullptr;
     }
-    return vcfg::guarded([&] { return own == nullptr ? VCFG_ERR_INVALID : vcfg::exchange(*own, reply, timeoutMs); });
+    return vcfg::guarded(
+        [&] { return own == nullptr ? VCFG_ERR_INVALID : vcfg::exchange(std::move(own), reply, timeoutMs); });
 }
