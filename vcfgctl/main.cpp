@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "client/standard_streams.h"
 #include "verb.h"
 
 #ifndef TARN_VERSION
@@ -148,6 +149,7 @@ bool parse(int argc, char** argv, Command& command) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();
     Command command;
     if (!parse(argc, argv, command)) {
         return kWrongUsage;
@@ -169,8 +171,8 @@ int main(int argc, char** argv) {
         command.call.runDir = getenv("VCFG_RUN_DIR") != nullptr ? getenv("VCFG_RUN_DIR") : "/run/vcfg";
     }
     const int status = command.verb->run(command.call);
-    if (fflush(stdout) != 0 && status == kDone) {
-        return refuse("standard output cannot be written");
+    if (!outputTakes() && status == kDone) {
+        return outputRefuses();
     }
     return status;
 }

@@ -24,6 +24,14 @@ int refuse(const std::string& why) {
     return kRefused;
 }
 
+bool outputTakes() {
+    return fflush(stdout) == 0 && ferror(stdout) == 0;
+}
+
+int outputRefuses() {
+    return refuse("standard output cannot be written");
+}
+
 int wrongUsage(const Call& call, const std::string& why) {
     fprintf(stderr, "vcfgctl: %s: %s; see 'vcfgctl %s --help'\n", call.verb.c_str(), why.c_str(), call.verb.c_str());
     return kWrongUsage;

@@ -53,6 +53,9 @@ int runServe(const Call& call);
 int refuse(const std::string& why);
 int wrongUsage(const Call& call, const std::string& why);
 int nobodyAnswers(const std::string& why);
+// Whether all that was printed has been taken; and the end of a verb when it has not.
+bool outputTakes();
+int outputRefuses();
 
 // The operand with its path as the model has it: without "Device.", and "*" for "{i}".
 std::string plainPath(const std::string& operand);

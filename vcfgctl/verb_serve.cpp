@@ -1,7 +1,9 @@
 #include <climits>
+#include <csignal>
 
 #include "ask.h"
 #include "client/bus_client.h"
+#include "client/holder.h"
 #include "print.h"
 #include "verb.h"
 
@@ -69,6 +71,9 @@ int receive(bus::Server& server, const Service& service) {
         const MessagePtr message = server.wait(deadline.remainingMs(), &from, &code);
         if (message != nullptr) {
             printMessage(*message);
+            if (!outputTakes()) {
+                return outputRefuses();
+            }
             answer(server, from, *message, service);
             ++received;
         } else if (code != VCFG_ERR_TIMEOUT) {
@@ -93,6 +98,12 @@ int runServe(const Call& call) {
     if (status != kDone) {
         return status;
     }
+    const bus::Holder holder = bus::holderOf(static_cast<uint8_t>(service.eid));
+    if (holder.there && call.option("take-over") == nullptr) {
+        return refuse("endpoint " + std::to_string(service.eid) + " is served by " + holder.text() +
+                      "; with --take-over it is taken from it");
+    }
+    std::signal(SIGPIPE, SIG_IGN);
     int code = VCFG_OK;
     const std::unique_ptr<bus::Server> server = bus::Server::open(static_cast<uint8_t>(service.eid), &code);
     if (server == nullptr) {

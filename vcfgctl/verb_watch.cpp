@@ -1,5 +1,6 @@
 #include <json-c/json.h>
 
+#include <csignal>
 #include <cstdio>
 
 #include "ask.h"
@@ -95,6 +96,9 @@ int follow(const Call& call, const Watch& watch) {
         }
         if (message->type == vcfg::wire::kChange) {
             seen += printChanges(*message, watch.count == 0 ? 0 : watch.count - seen, call.json);
+            if (!outputTakes()) {
+                return outputRefuses();
+            }
         }
     }
     return kDone;
@@ -116,6 +120,7 @@ int runWatch(const Call& call) {
     if (answer.code != VCFG_OK) {
         return reportFailure(answer, "watch");
     }
+    std::signal(SIGPIPE, SIG_IGN);
     return follow(call, watch);
 }
 

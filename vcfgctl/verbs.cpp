@@ -16,7 +16,8 @@ const option kSendOptions[] = {
     {"reply", no_argument, nullptr, 0},         {"timeout", required_argument, nullptr, 0}};
 const option kServeOptions[] = {{"reply", required_argument, nullptr, 0},
                                 {"count", required_argument, nullptr, 0},
-                                {"timeout", required_argument, nullptr, 0}};
+                                {"timeout", required_argument, nullptr, 0},
+                                {"take-over", no_argument, nullptr, 0}};
 
 const char kGetHelp[] =
     "Prints parameters, a path=value line each.\n"
@@ -137,6 +138,7 @@ const char kServeHelp[] =
     "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text)\n"
     "  --count N                ends after N messages; fewer in the time given are a failure\n"
     "  --timeout MS             ends after so many milliseconds (0, the default: without limit)\n"
+    "  --take-over              also from a process that serves the endpoint now\n"
     "\n"
     "The socket eid-EID in the run directory appears when it is ready.\n";
 
@@ -157,8 +159,8 @@ const Verb kVerbs[] = {
      "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
      "sends one message", kSendHelp, kSendOptions, runSend},
-    {"serve", "EID [--reply STATCODE[:TEXT]] [--count N] [--timeout MS]", "is an endpoint, and prints what it receives",
-     kServeHelp, kServeOptions, runServe}};
+    {"serve", "EID [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
+     "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe}};
 
 }  // namespace
 

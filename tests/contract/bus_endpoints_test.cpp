@@ -1,4 +1,5 @@
 // Endpoints, the run directory, and who may use them.
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 
 #include "bus_world.h"
 #include "client/endpoint.h"
+#include "client/holder.h"
 
 namespace {
 
@@ -125,6 +127,37 @@ TEST_F(BusEndpoints, ReceivingEndsAtItsTimeout) {
     vcfg_msg_t* message = nullptr;
     EXPECT_EQ(VCFG_ERR_TIMEOUT, vcfg_msg_serverRecv(&message, 20));
     EXPECT_EQ(nullptr, message);
+}
+
+TEST_F(BusEndpoints, ClosedStandardStreamsNeverBecomeSockets) {
+    Process process([](const Process::Ready&) {
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            close(stream);
+        }
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        tell("by a connection");
+        const bool received = receive() != nullptr;
+        vlog_log_f(VLOG_ERROR, "x", 1, "x", "by a collector");
+        int open = 0;
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            open += fcntl(stream, F_GETFD) >= 0 ? 1 : 0;
+        }
+        _exit(received ? open : 99);
+    });
+    EXPECT_EQ(0, process.exitStatus());
+}
+
+TEST_F(BusEndpoints, ItCanBeSeenWhichProcessServes) {
+    EXPECT_FALSE(vcfg::bus::holderOf(kServer).there);
+    Process server(echoServer(kServer, ""));
+    const vcfg::bus::Holder holder = vcfg::bus::holderOf(kServer);
+    EXPECT_TRUE(holder.there);
+    EXPECT_EQ(server.id(), holder.process);
+    EXPECT_EQ(vcfg::bus::ownProgram(), holder.program);
+    EXPECT_EQ("hello", payloadOf(ask("hello")));
+    server.kill();
+    EXPECT_FALSE(vcfg::bus::holderOf(kServer).there);
 }
 
 TEST_F(BusEndpoints, MissingRunDirectoryIsMadeForItsOwnerOnly) {

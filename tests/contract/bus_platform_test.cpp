@@ -1,5 +1,6 @@
 // Log, clock, commands, debug configuration and mail.
 #include <json-c/json.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,6 +84,23 @@ TEST_F(BusPlatform, LogGoesToStandardErrorWhenNobodyCollectsIt) {
     });
     ASSERT_EQ(0, process.exitStatus());
     EXPECT_NE(std::string::npos, content("/stderr").find("error tarn:5 main: hello\n"));
+}
+
+TEST_F(BusPlatform, LogToABrokenPipeEndsNobodyAndLeavesNoSignal) {
+    unlink((directory + "/vlog").c_str());
+    Process process([&](const Process::Ready&) {
+        int ends[2];
+        if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0) {
+            _exit(98);
+        }
+        close(ends[0]);
+        signal(SIGPIPE, SIG_DFL);
+        vlog_log_f(VLOG_ERROR, "tarn", 5, "main", "hello");
+        sigset_t pending;
+        sigpending(&pending);
+        _exit(sigismember(&pending, SIGPIPE));
+    });
+    EXPECT_EQ(0, process.exitStatus());
 }
 
 TEST_F(BusPlatform, LogNeverWaitsLongForACollectorThatIsBehind) {

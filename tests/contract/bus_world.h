@@ -54,6 +54,7 @@ class Process {
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
+    pid_t id() const { return id_; }
     void kill();
     int exitStatus();  // waits for its end
     size_t residentKiB() const;

@@ -480,6 +480,49 @@ def test_serve_answers_who_does_not_wait_with_a_message(quiet_bus):
     assert (answer["srcEid"], answer["statCode"], answer["payload"]) == (15, 3, "later")
 
 
+def test_serve_leaves_an_endpoint_to_the_process_that_serves_it(quiet_bus):
+    bus = quiet_bus
+    holder = bus.serve("15", "--reply", "1")
+    said = bus.fails(1, "serve", "15", "--timeout", "50")
+    assert said == (f"vcfgctl: endpoint 15 is served by process {holder.pid} (vcfgctl); "
+                    "with --take-over it is taken from it\n")
+    bus.serve("15", "--reply", "2", "--take-over")
+    wait_for(lambda: "statCode=2" in bus.ok("send", "--to", "15", "--type", "7", "--reply"))
+
+
+def test_serve_takes_the_endpoint_of_a_process_that_is_gone(quiet_bus):
+    holder = quiet_bus.serve("15")
+    holder.kill()
+    holder.wait(PATIENCE)
+    assert quiet_bus.ok("serve", "15", "--timeout", "50") == ""
+
+
+@pytest.mark.parametrize("output", (">/dev/full", ">&-", "| true"))
+def test_serve_ends_with_status_1_when_its_output_takes_nothing(quiet_bus, output):
+    shell = quiet_bus.start("bash", "-c", f"set -o pipefail; {VCFGCTL} serve 15 {output}")
+    wait_for((quiet_bus.home / "run" / "eid-15").is_socket)
+
+    def ends():
+        quiet_bus.run("send", "--to", "15", "--type", "0x80000007")
+        return shell.poll() is not None
+    wait_for(ends)
+    assert shell.returncode == 1
+    assert "standard output cannot be written" in shell.stderr.read()
+
+
+@pytest.mark.parametrize("output", (">/dev/full", ">&-", "| true"))
+def test_watch_ends_with_status_1_when_its_output_takes_nothing(bus, output):
+    shell = bus.start("bash", "-c", f"set -o pipefail; {VCFGCTL} watch {output}")
+
+    def ends():
+        bus.ok("add", "IP.Interface")
+        bus.ok("del", "IP.Interface.1")
+        return shell.poll() is not None
+    wait_for(ends)
+    assert shell.returncode == 1
+    assert "standard output cannot be written" in shell.stderr.read()
+
+
 def test_serve_fails_when_fewer_messages_come_in_time(quiet_bus):
     assert "0 of 1" in quiet_bus.fails(1, "serve", "15", "--count", "1", "--timeout", "50")
     assert quiet_bus.ok("serve", "15", "--timeout", "50") == ""

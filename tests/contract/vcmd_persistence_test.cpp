@@ -328,12 +328,15 @@ TEST(VcmdPersistence, WhatTheModelDoesNotKnowIsSkippedWithALine) {
 }
 
 TEST(VcmdPersistence, DirectoriesThatAreMissingEndTheStart) {
-    Vcmd vcmd;
-    const pid_t pid = vcmd.launch({"--data-dir", vcmd.path("no/such")});
-    int status = 0;
-    ASSERT_TRUE(eventually([&] { return waitpid(pid, &status, WNOHANG) == pid; }));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
-    EXPECT_EQ(vcmd.logged("data directory"), 1u) << vcmd.log();
+    for (const char* missing : {"no/such", "missing"}) {
+        Vcmd vcmd;
+        const pid_t pid = vcmd.launch({"--data-dir", vcmd.path(missing)});
+        int status = 0;
+        ASSERT_TRUE(eventually([&] { return waitpid(pid, &status, WNOHANG) == pid; }));
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+        EXPECT_EQ(vcmd.logged("data directory"), 1u) << vcmd.log();
+        EXPECT_NE(access(vcmd.path(missing).c_str(), F_OK), 0);
+    }
 }
 
 TEST(VcmdPersistence, ATakenOverEndpointEndsItsOldServerAndLosesNothing) {
@@ -347,6 +350,25 @@ TEST(VcmdPersistence, ATakenOverEndpointEndsItsOldServerAndLosesNothing) {
     EXPECT_EQ(record<IpInterface>(interface).MaxMTUSize, 9u);
     ::kill(newer, SIGKILL);
     waitpid(newer, nullptr, 0);
+}
+
+TEST(VcmdPersistence, AnEndpointServedWithOtherDataIsNotTakenOverByASlip) {
+    Vcmd vcmd;
+    vcmd.start();
+    const std::string other = vcmd.path("other");
+    ASSERT_EQ(mkdir(other.c_str(), 0700), 0);
+    const pid_t slip = vcmd.launch({"--data-dir", other});
+    int status = 0;
+    ASSERT_TRUE(eventually([&] { return waitpid(slip, &status, WNOHANG) == slip; }));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_EQ(vcmd.logged("endpoint 1 is served by process"), 1u) << vcmd.log();
+    EXPECT_EQ(vcmd.logged("(vcmd) with other data; with --take-over"), 1u) << vcmd.log();
+    EXPECT_TRUE(vcmd.answers());
+    const pid_t meant = vcmd.launch({"--data-dir", other, "--take-over"});
+    EXPECT_EQ(vcmd.await(), 0) << vcmd.log();
+    EXPECT_TRUE(eventually([&] { return vcmd.answers(); })) << vcmd.log();
+    ::kill(meant, SIGKILL);
+    waitpid(meant, nullptr, 0);
 }
 
 TEST(VcmdPersistence, ItDetachesAndItsStarterEndsWhenItServes) {

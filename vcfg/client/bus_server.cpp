@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "client_log.h"
+#include "descriptor.h"
 #include "endpoint_server.h"
 #include "run_dir.h"
 
@@ -27,7 +28,7 @@ EndpointServer::~EndpointServer() {
 }
 
 int EndpointServer::start() {
-    epoll_ = epoll_create1(EPOLL_CLOEXEC);
+    epoll_ = aboveStandard(epoll_create1(EPOLL_CLOEXEC));
     if (epoll_ < 0 || !listener_.prepare()) {
         CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot be opened: %s", eid_, strerror(errno));
         return VCFG_ERR_FAIL;

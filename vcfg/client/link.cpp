@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "descriptor.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
@@ -137,7 +138,7 @@ Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
     }
     link.device = status.st_dev;
     link.inode = status.st_ino;
-    link.socket = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    link.socket = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     const int error = link.socket < 0 ? errno : connectTo(link.socket, address, deadline);
     if (error != 0) {
         if (link.socket >= 0) {

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "client_log.h"
+#include "descriptor.h"
 #include "peer.h"
 #include "run_dir.h"
 
@@ -34,8 +35,8 @@ Listener::~Listener() {
 }
 
 bool Listener::prepare() {
-    reserve_ = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    inotify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    reserve_ = aboveStandard(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    inotify_ = aboveStandard(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     return reserve_ >= 0;
 }
 
@@ -75,7 +76,7 @@ int Listener::bindAt(const std::string& path) {
     gid_t group = 0;
     const mode_t mode = runDirectoryGroup(&group) ? 0660 : 0600;
     sockaddr_un address;
-    const int made = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const int made = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     unlink(path.c_str());
     if (made >= 0 && toAddress(path, &address) &&
         bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
@@ -103,7 +104,7 @@ bool Listener::publish(int socket, const std::string& fresh, const std::function
 }
 
 bool Listener::accept(int* socket) {
-    const int peer = accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const int peer = aboveStandard(accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (peer < 0) {
         if (errno == EMFILE || errno == ENFILE) {
             refuseForWantOfDescriptors();
@@ -125,7 +126,7 @@ void Listener::refuseForWantOfDescriptors() {
     if (peer >= 0) {
         close(peer);
     }
-    reserve_ = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    reserve_ = aboveStandard(open("/dev/null", O_RDONLY | O_CLOEXEC));
     errno = EMFILE;
 }
 

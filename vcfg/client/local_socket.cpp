@@ -8,6 +8,7 @@
 
 #include <cerrno>
 
+#include "descriptor.h"
 #include "run_dir.h"
 
 namespace vcfg {
@@ -18,7 +19,7 @@ constexpr mode_t kOwnUserOnly = 0600;
 constexpr timeval kPatience{5, 0};  // with a listener that accepts nothing, or a reader that reads nothing
 
 int localSocket(int flags = 0) {
-    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0);
+    return aboveStandard(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
 const sockaddr* generic(const sockaddr_un& address) {

@@ -13,9 +13,11 @@
 #include <string>
 
 #include "deadline.h"
+#include "descriptor.h"
 #include "endpoint.h"
 #include "json_text.h"
 #include "log_level.h"
+#include "quiet_write.h"
 #include "run_dir.h"
 
 namespace vcfg {
@@ -50,7 +52,7 @@ class Collector {
             close(socket_);
         }
         sockaddr_un address;
-        socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        socket_ = aboveStandard(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         return bus::toAddress(bus::runDirectory() + "/vlog", &address) &&
                connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     }
@@ -116,10 +118,7 @@ void toStderr(const Line& line) {
                  static_cast<long long>(line.timeUs % 1000000), daemonName(), levelName(line.level), line.source,
                  line.line, line.function, static_cast<int>(line.text.size()), line.text.data());
     const size_t size = length < 0 ? 0 : static_cast<size_t>(length);
-    pollfd state{STDERR_FILENO, POLLOUT, 0};
-    if (poll(&state, 1, 0) > 0 && (state.revents & POLLOUT) != 0) {
-        static_cast<void>(!write(STDERR_FILENO, text, size < sizeof text ? size : sizeof text - 1));
-    }
+    writeQuietly(STDERR_FILENO, text, size < sizeof text ? size : sizeof text - 1);
 }
 
 void write(const Line& line) {

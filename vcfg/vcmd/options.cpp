@@ -16,15 +16,12 @@ namespace {
 constexpr int kWrongUsage = 2;
 constexpr long kLongestHook = 3600;
 
-const option kOptions[] = {{"foreground", no_argument, nullptr, 'f'},
-                           {"run-dir", required_argument, nullptr, 'r'},
-                           {"data-dir", required_argument, nullptr, 'd'},
-                           {"hook-dir", required_argument, nullptr, 'k'},
-                           {"defaults", required_argument, nullptr, 'm'},
-                           {"hook-timeout", required_argument, nullptr, 't'},
-                           {"help", no_argument, nullptr, 'h'},
-                           {"version", no_argument, nullptr, 'v'},
-                           {nullptr, 0, nullptr, 0}};
+const option kOptions[] = {
+    {"foreground", no_argument, nullptr, 'f'},     {"run-dir", required_argument, nullptr, 'r'},
+    {"data-dir", required_argument, nullptr, 'd'}, {"hook-dir", required_argument, nullptr, 'k'},
+    {"defaults", required_argument, nullptr, 'm'}, {"hook-timeout", required_argument, nullptr, 't'},
+    {"take-over", no_argument, nullptr, 'o'},      {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'v'},        {nullptr, 0, nullptr, 0}};
 
 void printHelp() {
     puts(
@@ -38,6 +35,7 @@ void printHelp() {
         "  --hook-dir DIR          apply/ and refresh/ hooks (VCFG_HOOK_DIR, /etc/vcfg/hooks)\n"
         "  --defaults FILE         the model to begin with when there is no vcfg_config.json yet\n"
         "  --hook-timeout SECONDS  a hook that runs longer is killed (30)\n"
+        "  --take-over             serve endpoint 1 also when a process with other data serves it\n"
         "  --help                  this text\n"
         "  --version               the version\n"
         "\n"
@@ -81,6 +79,9 @@ Next takeOption(int found, Options& options) {
             return Next::GoOn;
         case 't':
             return takeHookTimeout(optarg, options) ? Next::GoOn : Next::Wrong;
+        case 'o':
+            options.takeOver = true;
+            return Next::GoOn;
         case 'h':
             printHelp();
             return Next::Done;

@@ -12,6 +12,7 @@ struct Options {
     std::string dataDir;
     std::string hookDir;
     std::string defaults;
+    bool takeOver = false;
     uint32_t hookLimitMs = 30000;
 };
 

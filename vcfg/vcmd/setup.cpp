@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "client/holder.h"
 #include "debug_level.h"
 #include "store/persist.h"
 #include "vcmd.h"
@@ -25,13 +26,6 @@ bool fail(const std::string& why) {
 // Two processes must never write the same file. A predecessor whose endpoint we have just taken ends by itself.
 bool lockData(Vcmd& vcmd) {
     const std::string& directory = vcmd.options.dataDir;
-    if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
-        return fail("the data directory " + directory + " cannot be made: " + strerror(errno));
-    }
-    vcmd.dataLock = Fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!vcmd.dataLock) {
-        return fail("the data directory " + directory + " cannot be opened: " + strerror(errno));
-    }
     const Deadline deadline = Deadline::in(kPredecessorMs);
     while (flock(vcmd.dataLock.get(), LOCK_EX | LOCK_NB) != 0) {
         if (vcmd.server->isSuperseded()) {
@@ -108,6 +102,22 @@ bool checkDefaults(const Vcmd& vcmd) {
            fail("the defaults cannot be loaded: " + why);
 }
 
+// Looked at before the endpoint is taken too. Who comes in the place of a process that serves the endpoint must be its
+// successor, which wants the same data, or be told that it may.
+bool mayServe(Vcmd& vcmd) {
+    const std::string& directory = vcmd.options.dataDir;
+    vcmd.dataLock = Fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!vcmd.dataLock) {
+        return fail("the data directory " + directory + " cannot be opened: " + strerror(errno));
+    }
+    const bus::Holder holder = bus::holderOf(VCFG_EID_VCMD);
+    if (!holder.there || vcmd.options.takeOver ||
+        (holder.program == bus::ownProgram() && flock(vcmd.dataLock.get(), LOCK_EX | LOCK_NB) != 0)) {
+        return true;
+    }
+    return fail("endpoint 1 is served by " + holder.text() + " with other data; with --take-over it is taken from it");
+}
+
 // The run directory is watched before the endpoint is opened, so that no successor goes unseen.
 bool openEndpoint(Vcmd& vcmd) {
     const std::string& directory = vcmd.options.runDir;
@@ -129,7 +139,7 @@ bool openEndpoint(Vcmd& vcmd) {
 
 bool setUp(Vcmd& vcmd) {
     vcmd.keeper.file = vcmd.options.dataDir + "/vcfg_config.json";
-    if (!checkDefaults(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
+    if (!checkDefaults(vcmd) || !mayServe(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
         return false;
     }
     vcmd.hooks.directory = vcmd.options.hookDir;
