@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "descriptor.h"
+#include "model_fits.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
@@ -127,7 +128,7 @@ Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
     Link link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, &own.receiver};
     sockaddr_un address;
     struct stat status {};
-    if (!toAddress(link.path, &address)) {
+    if (!modelFits() || !toAddress(link.path, &address)) {
         *code = VCFG_ERR_INVALID;
         return nullptr;
     }

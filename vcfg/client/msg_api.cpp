@@ -14,6 +14,7 @@
 #include "client_log.h"
 #include "endpoint.h"
 #include "guarded.h"
+#include "model_fits.h"
 #include "run_dir.h"
 
 namespace vcfg {
@@ -53,7 +54,7 @@ Server* serverOf(const Thread& thread) {
 }
 
 int registerEndpoint(uint8_t eid, const char* name) {
-    if (eid == 0) {
+    if (eid == 0 || !modelFits()) {
         return VCFG_ERR_INVALID;
     }
     const int code = bus::checkRunDirectory();

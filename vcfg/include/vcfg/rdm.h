@@ -4,6 +4,7 @@
 #define VCFG_RDM_H
 
 #include <stdint.h>
+#include <vcfg/model_id.h>
 #include <vcfg/msg.h>
 #include <vcfg/text.h>
 
@@ -42,6 +43,16 @@ typedef enum rdm_oid {
 #include <vcfg/model/all.def>
 
 #undef RDM_CHARACTERS
+
+/* The model that the program's records are made from. libvcfg looks at it once, at the program's first call, and
+   refuses a program whose records are not its own. Another library need not know of it. */
+#ifdef __cplusplus
+extern "C" {
+#endif
+__attribute__((weak, visibility("default"))) uint64_t vcfg_modelOfProgram = VCFG_MODEL_ID;
+#ifdef __cplusplus
+}
+#endif
 
 #ifdef __cplusplus
 namespace vcfg {
