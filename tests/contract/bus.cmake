@@ -18,6 +18,10 @@ if(NOT TARN_SANITIZE)
   add_test(NAME contract_bus_faults.ProgramOfAnotherModelIsRefusedAtItsFirstCall
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/model_mismatch.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
   set_tests_properties(contract_bus_faults.ProgramOfAnotherModelIsRefusedAtItsFirstCall PROPERTIES LABELS contract TIMEOUT 60)
+  add_dependencies(contract_bus_faults vcmd)
+  add_test(NAME contract_bus_faults.LoopDaemonOfTheDocumentationWorksWithWhatIsInstalled
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/loop_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
+  set_tests_properties(contract_bus_faults.LoopDaemonOfTheDocumentationWorksWithWhatIsInstalled PROPERTIES LABELS contract TIMEOUT 60)
   # And that of docs/datamodel.md.
   add_dependencies(contract_bus_faults vcfgctl)
   add_test(NAME contract_bus_faults.ExampleOfTheSchemaListsWhatVcfgctlLists

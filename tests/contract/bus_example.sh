@@ -9,7 +9,7 @@ cleanup() {
     rm -rf "$work"
 }
 trap cleanup EXIT
-sed -n '/^```c$/,/^```$/p' "$source_dir/docs/bus.md" | sed '/^```/d' >"$work/daemon.c"
+"$source_dir/tests/contract/example_of.sh" "$source_dir/docs/bus.md" 1 >"$work/daemon.c"
 cat >"$work/ask.c" <<'C'
 #include <stdio.h>
 #include <stdlib.h>

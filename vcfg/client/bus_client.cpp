@@ -106,12 +106,17 @@ int receiveUntil(Link& link, const Deadline& deadline, MessagePtr* message) {
     }
 }
 
-int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
+// The answer with that id. Other packets that keep coming do not prolong the call.
+int receiveAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
     int code = VCFG_OK;
     do {
-        // Other packets that keep coming do not prolong the call.
         code = reply->get() != nullptr && deadline.passed() ? VCFG_ERR_TIMEOUT : receiveUntil(link, deadline, reply);
     } while (code == VCFG_OK && (*reply)->requestId != requestId);
+    return code;
+}
+
+int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
+    const int code = receiveAnswer(link, requestId, deadline, reply);
     if (code != VCFG_OK) {
         reply->reset();
         dropLink(link.eid, Way::Request);
@@ -145,6 +150,12 @@ int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply) {
     const uint32_t requestId = message->requestId;
     message.reset();
     return code == VCFG_OK ? awaitAnswer(*link, requestId, deadline, reply) : code;
+}
+
+int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply) {
+    int code = connect(link, deadline);
+    code = code == VCFG_OK ? sendBy(&link, message, Patience::Wait, deadline) : code;
+    return code == VCFG_OK ? receiveAnswer(link, message.requestId, deadline, reply) : code;
 }
 
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {

@@ -3,6 +3,7 @@
 
 #include "bus_server.h"
 #include "deadline.h"
+#include "link.h"
 
 namespace vcfg::bus {
 
@@ -17,6 +18,9 @@ int deliverNow(const vcfg_msg_t& message);
 int call(const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply);
 // The same with a message that is freed as soon as it is sent: the answer finds its memory still warm.
 int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply);
+
+// The same by a link of the caller's own, which is connected here.
+int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply);
 
 // What the peer sends by itself on the connection that call() used, for those who asked it to.
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message);

@@ -5,6 +5,7 @@
 #include "bus_client.h"
 #include "endpoint.h"
 #include "fe_wire.h"
+#include "refusal.h"
 
 namespace vcfg {
 namespace {
@@ -24,9 +25,7 @@ bus::MessagePtr toMessage(uint32_t type, uint32_t oid, const objIndex& iid, std:
     return message;
 }
 
-}  // namespace
-
-Answer request(uint32_t type, uint32_t oid, const objIndex& iid, std::string_view payload, const Deadline& deadline) {
+Answer exchange(uint32_t type, uint32_t oid, const objIndex& iid, std::string_view payload, const Deadline& deadline) {
     if (payload.size() > VCFG_MSG_PAYLOAD_MAX) {
         return {VCFG_ERR_INVALID, {}, "the request does not fit a message"};
     }
@@ -47,6 +46,14 @@ Answer request(uint32_t type, uint32_t oid, const objIndex& iid, std::string_vie
     if (answer.code != VCFG_OK) {
         answer.body.resize(strnlen(answer.body.c_str(), answer.body.size()));
     }
+    return answer;
+}
+
+}  // namespace
+
+Answer request(uint32_t type, uint32_t oid, const objIndex& iid, std::string_view payload, const Deadline& deadline) {
+    Answer answer = exchange(type, oid, iid, payload, deadline);
+    noteRefusal(answer.code == VCFG_OK ? "" : answer.body);
     return answer;
 }
 

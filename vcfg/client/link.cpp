@@ -99,7 +99,7 @@ int codeOfConnect(int error) {
 int connectTo(int socket, const sockaddr_un& address, const Deadline& deadline) {
     for (;;) {
         limitConnect(socket, deadline);
-        if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
             return 0;
         }
         if (errno != EINTR) {
@@ -123,33 +123,40 @@ Link* cachedLink(uint8_t eid, Way way) {
     return nullptr;
 }
 
-Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
-    ThreadLinks& own = mine();
-    Link link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, &own.receiver};
+Link unconnected(uint8_t eid, Way way, Receiver* receiver) {
+    return Link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, receiver};
+}
+
+int connect(Link& link, const Deadline& deadline) {
     sockaddr_un address;
     struct stat status {};
     if (!modelFits() || !toAddress(link.path, &address)) {
-        *code = VCFG_ERR_INVALID;
-        return nullptr;
+        return VCFG_ERR_INVALID;
     }
     // Looked at before connecting: should a new server appear in between, the next look finds the difference.
     if (stat(link.path.c_str(), &status) != 0) {
-        *code = codeOfConnect(errno);
-        return nullptr;
+        return codeOfConnect(errno);
     }
     link.device = status.st_dev;
     link.inode = status.st_ino;
     link.socket = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     const int error = link.socket < 0 ? errno : connectTo(link.socket, address, deadline);
-    if (error != 0) {
-        if (link.socket >= 0) {
-            close(link.socket);
-        }
-        *code = codeOfConnect(error);
-        return nullptr;
+    if (error != 0 && link.socket >= 0) {
+        close(link.socket);
+        link.socket = -1;
     }
-    if (way == Way::OneWay) {
+    if (error == 0 && link.way == Way::OneWay) {
         shutdown(link.socket, SHUT_RD);
+    }
+    return error == 0 ? VCFG_OK : codeOfConnect(error);
+}
+
+Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code) {
+    ThreadLinks& own = mine();
+    Link link = unconnected(eid, way, &own.receiver);
+    *code = connect(link, deadline);
+    if (*code != VCFG_OK) {
+        return nullptr;
     }
     own.links.push_back(link);
     return &own.links.back();

@@ -31,6 +31,9 @@ struct Link {
 Link* cachedLink(uint8_t eid, Way way);
 // Connects anew: null with *code set.
 Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code);
+// A link that is nobody's but the caller's, who closes its socket; connect() gives it one, or answers why not.
+Link unconnected(uint8_t eid, Way way, Receiver* receiver);
+int connect(Link& link, const Deadline& deadline);
 void dropLink(uint8_t eid, Way way);
 
 // Makes one recv() on the link end soon after the deadline at the latest.

@@ -1,4 +1,5 @@
-// The bus operations of <vcfg/msg.h>.
+// The bus operations of <vcfg/msg.h> and <vcfg/loop.h>.
+#include <vcfg/loop.h>
 #include <vcfg/msg.h>
 
 #include <array>
@@ -100,6 +101,16 @@ int receiveMessage(vcfg_msg_t** message, uint32_t timeoutMs) {
     return *message != nullptr ? VCFG_OK : code;
 }
 
+int tryReceive(vcfg_msg_t** message) {
+    Thread& thread = self;
+    Server* server = serverOf(thread);
+    if (message == nullptr || server == nullptr) {
+        return VCFG_ERR_INVALID;
+    }
+    *message = server->receive(&thread.lastFrom).release();
+    return *message != nullptr ? VCFG_OK : VCFG_ERR_TIMEOUT;
+}
+
 int reply(const vcfg_msg_t& answer) {
     const int code = answerRequester(answer);
     if (code != VCFG_ERR_NO_PEER || answer.dstEid == 0) {
@@ -172,6 +183,15 @@ int vcfg_msg_serverInit(void) {
 
 int vcfg_msg_serverRecv(vcfg_msg_t** msg, uint32_t timeoutMs) {
     return vcfg::guarded([=] { return vcfg::receiveMessage(msg, timeoutMs); });
+}
+
+int vcfg_msg_serverTryRecv(vcfg_msg_t** msg) {
+    return vcfg::guarded([=] { return vcfg::tryReceive(msg); });
+}
+
+int vcfg_msg_fd(void) {
+    const vcfg::Server* server = vcfg::serverOf(vcfg::self);
+    return server != nullptr ? server->pollFd() : -1;
 }
 
 int vcfg_msg_serverSend(vcfg_msg_t* msg) {
