@@ -7,6 +7,17 @@
 
 namespace vcfg {
 
+// As vcfg_msg_eidInit and vcfg_msg_serverInit.
+int registerEndpoint(uint8_t eid, const char* name);
+int openServer();
+
+// What the calling thread receives with.
+struct Reception {
+    bus::Server* server;          // null when none is open
+    bus::ConnectionId* lastFrom;  // where its last message came from, to tell requesters with equal ids apart
+};
+Reception reception();
+
 // The calling thread's endpoint, else the process's first one, else 0.
 uint8_t threadEid();
 
