@@ -53,16 +53,16 @@ bool isUsable(const Address& address) {
            !(address.IPAddress == "0.0.0.0");
 }
 
-void lookAtIpv4(const Record<IpInterface>& interface, Findings& found) {
-    found.upV4 += isUp(*interface) ? 1 : 0;
+void lookAtIpv4(const Record<IpInterface>& interface, bool up, Findings& found) {
+    found.upV4 += up ? 1 : 0;
     const bool mayHoldAddress = interface->Status == "Up" || interface->Status == "LowerLayerDown";
     if (mayHoldAddress && findChild<IpInterfaceIpv4Address>(interface.iid(), isUsable<IpInterfaceIpv4Address>)) {
         found.hasAddress = true;
     }
 }
 
-void lookAtIpv6(const Record<IpInterface>& interface, const std::string& interfacePath, Findings& found) {
-    found.upV6 += isUp(*interface) ? 1 : 0;
+void lookAtIpv6(const Record<IpInterface>& interface, const std::string& interfacePath, bool up, Findings& found) {
+    found.upV6 += up ? 1 : 0;
     if (found.hasAddress && interface->IPv4Enable) {
         return;
     }
@@ -81,12 +81,15 @@ void lookAt(const Record<IpInterface>& interface, std::string_view ipv6DefaultIn
         return;
     }
     const std::string interfacePath = path::of(path::kIpInterface, interface.instance());
-    if (interface->IPv4Enable && interface->X_VORAN_WAN) {
-        lookAtIpv4(interface, found);
-    }
+    const bool ipv4 = interface->IPv4Enable && interface->X_VORAN_WAN;
     // As a whole path: "IP.Interface.1" is not in the list for the sake of "IP.Interface.12".
-    if (interface->IPv6Enable && path::occursIn(ipv6DefaultInterfaces, interfacePath)) {
-        lookAtIpv6(interface, interfacePath, found);
+    const bool ipv6 = interface->IPv6Enable && path::occursIn(ipv6DefaultInterfaces, interfacePath);
+    const bool up = (ipv4 || ipv6) && isUp(*interface);
+    if (ipv4) {
+        lookAtIpv4(interface, up, found);
+    }
+    if (ipv6) {
+        lookAtIpv6(interface, interfacePath, up, found);
     }
     if (interface->Status == "Up" && interface->X_VORAN_ConnectionType == "IP_Bridged") {
         found.bridged = true;

@@ -27,6 +27,7 @@ struct World {
     std::map<std::string, std::string> reports;
     std::map<std::string, int> owners;  // what their apply answers
     std::vector<std::string> applied;
+    std::vector<std::string> reads;
     std::vector<std::string> writes;
     unsigned calls = 0;
 };
@@ -73,6 +74,11 @@ int handOut(uint32_t oid, int code, const void* stored, void** record) {
     return VCFG_OK;
 }
 
+void noteRead(const char* verb, uint32_t oid, const objIndex& iid) {
+    const Object* object = vcfg::model::find(oid);
+    world.reads.push_back(std::string(verb) + " " + (object != nullptr ? path(*object, iid) : "?"));
+}
+
 // One line for a write that took effect.
 int note(int code, const char* verb, uint32_t oid, const objIndex& iid, const std::string& rest = {}) {
     if (code == VCFG_OK) {
@@ -104,6 +110,7 @@ int readOne(uint32_t oid, objIndex* iid, void** record, bool refreshed) {
     if (iid == nullptr || record == nullptr) {
         return VCFG_ERR_INVALID;
     }
+    noteRead("get", oid, *iid);
     if (const int code = enter(Operation::Get, oid); code != VCFG_OK) {
         return code;
     }
@@ -120,6 +127,7 @@ int readNext(uint32_t oid, const objIndex& parent, objIndex* iid, void** record,
     if (iid == nullptr || record == nullptr) {
         return VCFG_ERR_INVALID;
     }
+    noteRead("next", oid, *iid);
     if (const int code = enter(Operation::Next, oid); code != VCFG_OK) {
         return code;
     }
@@ -276,6 +284,11 @@ std::vector<std::string> writes() {
 void forgetWrites() {
     const std::lock_guard lock(mutex);
     world.writes.clear();
+}
+
+std::vector<std::string> reads() {
+    const std::lock_guard lock(mutex);
+    return world.reads;
 }
 
 unsigned calls() {

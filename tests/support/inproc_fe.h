@@ -37,7 +37,10 @@ std::vector<std::string> applied();
 // ...", "delete ...", "write ... {json}".
 std::vector<std::string> writes();
 void forgetWrites();
-// Number of front-end calls since reset: what would be bus round trips.
+// One line per read since reset, found or not, in order: "get IP.Interface.1", "next IP.Interface.1" with where the
+// walk stood.
+std::vector<std::string> reads();
+// Number of front-end calls since reset, reads and writes.
 unsigned calls();
 
 }  // namespace inproc

@@ -18,9 +18,6 @@ inline const Commands kRouteCommands{"ip route | grep 'default'", "ip -6 route |
 class WanGateway : public Gateway {
   public:
     WanGateway() { wan.WANPriority = kAutoDetect; }
-    ~WanGateway() { runThreads(); }  // a connection update that never ran would keep its record
-    WanGateway(const WanGateway&) = delete;
-    WanGateway& operator=(const WanGateway&) = delete;
 
     // --- the hardware, as its owners report it ---
     void dslLine(unsigned n, const std::string& linkStatus, bool atm = false) {
