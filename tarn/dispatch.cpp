@@ -48,12 +48,10 @@ struct Message {
 
 enum class Channel { None, VlogDebug, SyslogInfo };
 
-// The line that announces a message: `before`, then (with a payload shown) the payload and `after`.
+// The line that announces a message: `format`, in which "%s" stands for the payload.
 struct Announcement {
     Channel channel;
-    std::string before;
-    bool showsPayload = false;
-    std::string after = {};
+    const char* format;
 };
 
 enum class Payload { Optional, Required };
@@ -66,16 +64,12 @@ struct Row {
     void (*handle)(const Message&);
 };
 
-const Announcement kSilent{Channel::None, ""};
-
-Announcement debugLine(const char* name) {
-    return {Channel::VlogDebug, std::string("receiving ") + name};
+constexpr Announcement kSilent{Channel::None, ""};
+constexpr Announcement debugLine(const char* format) {
+    return {Channel::VlogDebug, format};
 }
-Announcement infoLine(const char* name) {
-    return {Channel::SyslogInfo, std::string("receiving ") + name + "\n"};
-}
-Announcement infoLineWithPayload(const std::string& before) {
-    return {Channel::SyslogInfo, before + "\"", true, "\"\n"};
+constexpr Announcement infoLine(const char* format) {
+    return {Channel::SyslogInfo, format};
 }
 
 void dhcpc(const Message& m) {
@@ -96,14 +90,14 @@ void wps(const Message& m) {
     wpsMsgStatusHandle(m.type, m.bytes);
 }
 
-const Announcement kDhcpcOption{Channel::SyslogInfo, "DHCPC Option ", true, "\n"};
+constexpr Announcement kDhcpcOption = infoLine("DHCPC Option %s\n");
 
-const Row kRows[] = {
+constexpr Row kRows[] = {
     // clang-format off
     {VCFG_MSG_VOSH_COMMAND, "VCFG_MSG_VOSH_COMMAND", kSilent, Payload::Optional,
         [](const Message& m) { process_vosh_cmd(m.bytes); }},
     {VCFG_MSG_FAKEROOT_SYS_COMMAND, "VCFG_MSG_FAKEROOT_SYS_COMMAND",
-        infoLineWithPayload("receiving VCFG_MSG_FAKEROOT_SYS_COMMAND buf "), Payload::Optional,
+        infoLine("receiving VCFG_MSG_FAKEROOT_SYS_COMMAND buf \"%s\"\n"), Payload::Optional,
         [](const Message& m) { processAtshGetRomfileCksum(m.srcEid, m.requestId); }},
     {VCFG_MSG_FAKEROOT_SHELL_COMMAND, "VCFG_MSG_FAKEROOT_SHELL_COMMAND", kSilent, Payload::Optional, fakerootCommand},
     {VCFG_MSG_WAN_PPP_DISCONNECT, "VCFG_MSG_WAN_PPP_DISCONNECT", kSilent, Payload::Optional,
@@ -120,51 +114,54 @@ const Row kRows[] = {
         [](const Message& m) { processDhcp6cMsg(m.payload); }},
     {VCFG_MSG_RA_INFO, "VCFG_MSG_RA_INFO", kSilent, Payload::Required,
         [](const Message& m) { processRaInfo(m.payload); }},
-    {VCFG_MSG_MGMT_NAT_DETECT, "VCFG_MSG_MGMT_NAT_DETECT", debugLine("VCFG_MSG_MGMT_NAT_DETECT"), Payload::Required,
+    {VCFG_MSG_MGMT_NAT_DETECT, "VCFG_MSG_MGMT_NAT_DETECT",
+        debugLine("receiving VCFG_MSG_MGMT_NAT_DETECT"), Payload::Required,
         [](const Message& m) { mgmtNatDetect(m.payload); }},
-    {VCFG_MSG_MGMT_NAT_CLEAR, "VCFG_MSG_MGMT_NAT_CLEAR", debugLine("VCFG_MSG_MGMT_NAT_CLEAR"), Payload::Optional,
+    {VCFG_MSG_MGMT_NAT_CLEAR, "VCFG_MSG_MGMT_NAT_CLEAR",
+        debugLine("receiving VCFG_MSG_MGMT_NAT_CLEAR"), Payload::Optional,
         [](const Message&) { mgmtNatClear(); }},
-    {VCFG_MSG_NSLOOKUP_MSG, "VCFG_MSG_NSLOOKUP_MSG", debugLine("VCFG_MSG_NSLOOKUP_MSG"), Payload::Required,
+    {VCFG_MSG_NSLOOKUP_MSG, "VCFG_MSG_NSLOOKUP_MSG", debugLine("receiving VCFG_MSG_NSLOOKUP_MSG"), Payload::Required,
         [](const Message& m) { tarnProcessNslookupMsg(m.payload); }},
-    {VCFG_MSG_ATM_OAM_F5_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F5)", debugLine("VCFG_MSG_ATM_OAM_COMPLETE"),
+    {VCFG_MSG_ATM_OAM_F5_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F5)", debugLine("receiving VCFG_MSG_ATM_OAM_COMPLETE"),
         Payload::Required,
         [](const Message& m) { tarnProcessAtmF5LoMsg(m.payload); }},
-    {VCFG_MSG_ATM_OAM_F4_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F4)", debugLine("VCFG_MSG_ATM_OAM_COMPLETE"),
+    {VCFG_MSG_ATM_OAM_F4_COMPLETE, "VCFG_MSG_ATM_OAM_COMPLETE (F4)", debugLine("receiving VCFG_MSG_ATM_OAM_COMPLETE"),
         Payload::Required,
         [](const Message& m) { tarnProcessAtmF4LoMsg(m.payload); }},
     {VCFG_MSG_NTP_SYNC_SUCCESS, "VCFG_MSG_NTP_SYNC_SUCCESS",
-        infoLineWithPayload("receiving VCFG_MSG_NTP_SYNC_SUCCESS buf "), Payload::Optional, ntpSyncSuccess},
+        infoLine("receiving VCFG_MSG_NTP_SYNC_SUCCESS buf \"%s\"\n"), Payload::Optional, ntpSyncSuccess},
     {VCFG_MSG_INIT_DATAMODEL_FIN, "VCFG_MSG_INIT_DATAMODEL_FIN", kSilent, Payload::Optional,
         [](const Message&) { startupCompleted(); }},
     {VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT",
-        debugLine("VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT"), Payload::Required,
+        debugLine("receiving VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT"), Payload::Required,
         [](const Message& m) { tarnDlDiagComplete(m.payload); }},
     {VCFG_MSG_TR64_LAN_DEVICE_UPDATE, "VCFG_MSG_TR64_LAN_DEVICE_UPDATE",
-        infoLine("VCFG_MSG_TR64_LAN_DEVICE_UPDATE"), Payload::Optional,
+        infoLine("receiving VCFG_MSG_TR64_LAN_DEVICE_UPDATE\n"), Payload::Optional,
         [](const Message&) { tr64LanDeviceUpdate(); }},
     {VCFG_MSG_DHCPC_RENEWED, "VCFG_MSG_DHCPC_RENEWED", kDhcpcOption, Payload::Required, dhcpc},
     {VCFG_MSG_AUTO_HUNT_FINISHED, "VCFG_MSG_AUTO_HUNT_FINISHED", kSilent, Payload::Optional,
         [](const Message&) { initialiseLinks(true); }},
     {VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT, "VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT",
-        infoLine("VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT"), Payload::Optional,
+        infoLine("receiving VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT\n"), Payload::Optional,
         [](const Message& m) { tarnUlDiagComplete(m.payload); }},
-    {VCFG_MSG_DHCPD_OPTION, "VCFG_MSG_DHCPD_OPTION", debugLine("VCFG_MSG_DHCPD_OPTION"), Payload::Required,
+    {VCFG_MSG_DHCPD_OPTION, "VCFG_MSG_DHCPD_OPTION", debugLine("receiving VCFG_MSG_DHCPD_OPTION"), Payload::Required,
         [](const Message& m) { tarnProcessDhcpdOption(m.payload); }},
-    {VCFG_MSG_PINGSVRS_RST, "VCFG_MSG_PINGSVRS_RST", debugLine("VCFG_MSG_PINGSVRS_RST"), Payload::Required,
+    {VCFG_MSG_PINGSVRS_RST, "VCFG_MSG_PINGSVRS_RST", debugLine("receiving VCFG_MSG_PINGSVRS_RST"), Payload::Required,
         [](const Message& m) { tarnProcessPingSvrsMsg(m.payload); }},
-    {VCFG_MSG_MAIL_SEND_EVENT, "VCFG_MSG_MAIL_SEND_EVENT", {Channel::SyslogInfo, "receving VCFG_MSG_MAIL_SEND_EVENT\n"},
+    {VCFG_MSG_MAIL_SEND_EVENT, "VCFG_MSG_MAIL_SEND_EVENT", infoLine("receving VCFG_MSG_MAIL_SEND_EVENT\n"),
         Payload::Optional, [](const Message& m) { emailEventHandle(m.payload, m.srcEid, m.requestId); }},
     {VCFG_MSG_PPPD, "VCFG_MSG_PPPD", kSilent, Payload::Required, [](const Message& m) { processPppdMsg(m.payload); }},
-    {VCFG_MSG_LAN_MAC_CONTROL_EVENT, "VCFG_MSG_LAN_MAC_CONTROL_EVENT", debugLine("VCFG_MSG_LAN_MAC_CONTROL_EVENT"),
+    {VCFG_MSG_LAN_MAC_CONTROL_EVENT, "VCFG_MSG_LAN_MAC_CONTROL_EVENT",
+        debugLine("receiving VCFG_MSG_LAN_MAC_CONTROL_EVENT"),
         Payload::Optional, [](const Message&) {}},  // acknowledged in the log only
     {VCFG_MSG_INIT_WAN_LINK_INFO, "VCFG_MSG_INIT_WAN_LINK_INFO", kSilent, Payload::Optional,
         [](const Message&) { initialiseLinks(false); }},
-    {VCFG_MSG_PING_MSG, "VCFG_MSG_PING_MSG", debugLine("VCFG_MSG_PING_MSG"), Payload::Required,
+    {VCFG_MSG_PING_MSG, "VCFG_MSG_PING_MSG", debugLine("receiving VCFG_MSG_PING_MSG"), Payload::Required,
         [](const Message& m) { tarnProcessPingMsg(m.payload); }},
-    {VCFG_MSG_TRACERT_MSG, "VCFG_MSG_TRACERT_MSG", debugLine("VCFG_MSG_TRACERT_MSG"), Payload::Required,
+    {VCFG_MSG_TRACERT_MSG, "VCFG_MSG_TRACERT_MSG", debugLine("receiving VCFG_MSG_TRACERT_MSG"), Payload::Required,
         [](const Message& m) { tarnProcessTracertMsg(m.payload); }},
     {VCFG_MSG_FAKEROOT_VOCLI_COMMAND, "VCFG_MSG_FAKEROOT_VOCLI_COMMAND",
-        infoLineWithPayload("receiving VCFG_MSG_FAKEROOT_VOCLI_COMMAND buf "), Payload::Optional,
+        infoLine("receiving VCFG_MSG_FAKEROOT_VOCLI_COMMAND buf \"%s\"\n"), Payload::Optional,
         [](const Message& m) { runFakerootVocliCommand(m.payload); }},
     {VCFG_MSG_OPTICAL_LINK_STATUS, "VCFG_MSG_OPTICAL_LINK_STATUS", kSilent, Payload::Optional,
         [](const Message& m) { updateOpticalLinkStatus(m.payload); }},
@@ -172,23 +169,24 @@ const Row kRows[] = {
         [](const Message&) { restartDhcpc(); }},
     // Ready and lost are announced in the mail event's words, which the platform's log readers know them by.
     {VCFG_MSG_WAN_CONNECTION_READY, "VCFG_MSG_WAN_CONNECTION_READY",
-        {Channel::SyslogInfo, "receving VCFG_MSG_MAIL_SEND_EVENT\n"}, Payload::Optional,
+        infoLine("receving VCFG_MSG_MAIL_SEND_EVENT\n"), Payload::Optional,
         [](const Message& m) { wanConnctionReadyHandle(m.payload, m.srcEid, m.requestId); }},
     {VCFG_MSG_WAN_CONNECTION_LOST, "VCFG_MSG_WAN_CONNECTION_LOST",
-        {Channel::VlogDebug, "receving VCFG_MSG_MAIL_SEND_EVENT"}, Payload::Optional,
+        debugLine("receving VCFG_MSG_MAIL_SEND_EVENT"), Payload::Optional,
         [](const Message& m) { wanConnctionLostHandle(m.payload, m.srcEid, m.requestId); }},
-    {VCFG_MSG_WAN_LINK, "VCFG_MSG_WAN_LINK", debugLine("VCFG_MSG_WAN_LINK"), Payload::Optional,
+    {VCFG_MSG_WAN_LINK, "VCFG_MSG_WAN_LINK", debugLine("receiving VCFG_MSG_WAN_LINK"), Payload::Optional,
         [](const Message&) { updateWanLinkStatus(nullptr, false); }},
     {VCFG_MSG_WAN_PPP_DISCONNECTED, "VCFG_MSG_WAN_PPP_DISCONNECTED",
-        infoLineWithPayload("receiving VCFG_MSG_WAN_PPP_DISCONNECTED "), Payload::Optional,
+        infoLine("receiving VCFG_MSG_WAN_PPP_DISCONNECTED \"%s\"\n"), Payload::Optional,
         [](const Message& m) { tarnWanPppConnected(*m.objIid, 0, m.srcEid, m.requestId); }},
     {VCFG_MSG_WAN_PPP_CONNECTING, "VCFG_MSG_WAN_PPP_CONNECTING",
-        infoLineWithPayload("receiving VCFG_MSG_WAN_PPP_CONNECTING "), Payload::Optional,
+        infoLine("receiving VCFG_MSG_WAN_PPP_CONNECTING \"%s\"\n"), Payload::Optional,
         [](const Message& m) { tarnWanPppConnected(*m.objIid, 1, m.srcEid, m.requestId); }},
     {VCFG_MSG_WAN_INTERNET_LED_UPDATE, "VCFG_MSG_WAN_INTERNET_LED_UPDATE",
-        {Channel::SyslogInfo, "receving VCFG_MSG_WAN_INTERNET_LED_UPDATE\n"}, Payload::Optional,
+        infoLine("receving VCFG_MSG_WAN_INTERNET_LED_UPDATE\n"), Payload::Optional,
         [](const Message&) { wanInternetLEDUpdate(); }},
-    {VCFG_MSG_WIFI_LED_ENABLE, "VCFG_MSG_WIFI_LED_ENABLE", infoLine("VCFG_MSG_WIFI_LED_ENABLE"), Payload::Optional,
+    {VCFG_MSG_WIFI_LED_ENABLE, "VCFG_MSG_WIFI_LED_ENABLE",
+        infoLine("receiving VCFG_MSG_WIFI_LED_ENABLE\n"), Payload::Optional,
         [](const Message&) { voEnableWifiLED(); }},
     {VCFG_MSG_WPS_POLL, "VCFG_MSG_WPS_POLL", kSilent, Payload::Optional, wps},
     {VCFG_MSG_WPS_START, "VCFG_MSG_WPS_START", kSilent, Payload::Optional, wps},
@@ -210,9 +208,9 @@ const Row* rowOf(uint32_t type) {
 }
 
 void announce(const Announcement& line, const char* payload) {
-    std::string text = line.before;
-    if (line.showsPayload) {
-        text += (payload != nullptr ? payload : "(null)") + line.after;
+    std::string text = line.format;
+    if (const size_t place = text.find("%s"); place != std::string::npos) {
+        text.replace(place, 2, payload != nullptr ? payload : "(null)");
     }
     switch (line.channel) {
         case Channel::None:

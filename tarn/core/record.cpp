@@ -6,34 +6,59 @@
 
 namespace record_detail {
 
-int read(Read how, uint32_t oid, objIndex& iid, void** record) {
-    return how == Read::Refreshed ? vcfgFeObjStructGet(oid, &iid, record)
-                                  : vcfgFeObjStructGetWithoutUpdate(oid, &iid, record);
+Handle::Handle(Handle&& other) noexcept {
+    *this = std::move(other);
 }
 
-int readNext(Read how, uint32_t oid, objIndex& iid, void** record) {
-    return how == Read::Refreshed ? vcfgFeObjStructGetNext(oid, &iid, record)
-                                  : vcfgFeObjStructGetNextWithoutUpdate(oid, &iid, record);
+Handle& Handle::operator=(Handle&& other) noexcept {
+    std::swap(code_, other.code_);
+    std::swap(iid_, other.iid_);
+    std::swap(record_, other.record_);
+    std::swap(place_, other.place_);
+    return *this;
 }
 
-int readNextChild(uint32_t oid, const objIndex& parent, objIndex& iid, void** record) {
-    return vcfgFeSubInStructGetNext(oid, &parent, &iid, record);
-}
-
-void release(int code, void* record, Place place) {
-    if (record != nullptr) {
-        free(record);
+Handle::~Handle() {
+    if (record_ != nullptr) {
+        free(record_);
         return;
     }
-    if (code != VCFG_OK) {
+    if (code_ != VCFG_OK) {
         return;
     }
-    const std::string_view source = logs::sourceTag(place.file);
+    const std::string_view source = logs::sourceTag(place_.file);
     if (source == "tarn") {  // the dispatcher's module says it in the framework log, all others on standard output
         VLOG(VLOG_DEBUG, "Free NULL pointer");
     } else {
-        logs::print("Free NULL pointer. %s %d\n", source.data(), place.line);
+        logs::print("Free NULL pointer. %s %d\n", source.data(), place_.line);
     }
+}
+
+Handle read(Read how, uint32_t oid, objIndex iid, Place place) {
+    void* record = nullptr;
+    const int code = how == Read::Refreshed ? vcfgFeObjStructGet(oid, &iid, &record)
+                                            : vcfgFeObjStructGetWithoutUpdate(oid, &iid, &record);
+    return {code, iid, record, place};
+}
+
+Handle Table::next(objIndex iid) const {
+    void* record = nullptr;
+    int code = VCFG_OK;
+    if (parent) {
+        code = vcfgFeSubInStructGetNext(oid, &*parent, &iid, &record);
+    } else {
+        code = how == Read::Refreshed ? vcfgFeObjStructGetNext(oid, &iid, &record)
+                                      : vcfgFeObjStructGetNextWithoutUpdate(oid, &iid, &record);
+    }
+    return {code, iid, record, place};
+}
+
+Handle Table::find(bool (*matches)(const void* record, const void* context), const void* context) const {
+    Handle found = next({});
+    while (found && !matches(found.get(), context)) {
+        found = next(found.iid());
+    }
+    return found;
 }
 
 }  // namespace record_detail

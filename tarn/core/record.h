@@ -7,6 +7,7 @@
 
 #include <vcfg/fe.h>
 
+#include <optional>
 #include <utility>
 
 #include "core/path.h"
@@ -20,41 +21,62 @@ struct Place {  // where in the source a record was asked for
     int line;
 };
 
-int read(Read how, uint32_t oid, objIndex& iid, void** record);
-int readNext(Read how, uint32_t oid, objIndex& iid, void** record);
-int readNextChild(uint32_t oid, const objIndex& parent, objIndex& iid, void** record);
-// Frees a record; one that a successful read left null prints "Free NULL pointer. %s %d".
-void release(int code, void* record, Place place);
-
-}  // namespace record_detail
-
-template <class T>
-class Record {
+// What is alike for records of all types. It is compiled once, because flash is small.
+class Handle {
   public:
-    Record() = default;
-    Record(int code, const objIndex& iid, void* record, record_detail::Place place)
-        : code_(code), iid_(iid), record_(static_cast<T*>(record)), place_(place) {}
-    Record(Record&& other) noexcept { swap(other); }
-    Record& operator=(Record&& other) noexcept {
-        swap(other);
-        return *this;
-    }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-    ~Record() { record_detail::release(code_, record_, place_); }
+    Handle() = default;
+    Handle(int code, const objIndex& iid, void* record, Place place)
+        : code_(code), iid_(iid), record_(record), place_(place) {}
+    Handle(Handle&& other) noexcept;
+    Handle& operator=(Handle&& other) noexcept;
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    // Frees the record; one that a successful read left null prints "Free NULL pointer. %s %d".
+    ~Handle();
 
     explicit operator bool() const { return code_ == VCFG_OK && record_ != nullptr; }
     // Why there is no record: the front end's code, never 0 then.
     int code() const { return code_ == VCFG_OK && record_ == nullptr ? VCFG_ERR_FAIL : code_; }
 
-    T* operator->() { return record_; }
-    const T* operator->() const { return record_; }
-    T& operator*() { return *record_; }
-    const T& operator*() const { return *record_; }
-
     const objIndex& iid() const { return iid_; }
+    const void* get() const { return record_; }
     // The innermost instance number.
     uint8_t instance() const { return iid_.level > 0 ? iid_.idx[iid_.level - 1] : uint8_t{0}; }
+
+  protected:
+    int code_ = VCFG_ERR_NOT_FOUND;
+    objIndex iid_{};
+    void* record_ = nullptr;
+    Place place_{};
+};
+
+Handle read(Read how, uint32_t oid, objIndex iid, Place place);
+
+// What a walk goes over: all instances of a type, or those of a child table under one parent.
+struct Table {
+    uint32_t oid;
+    Place place;
+    Read how = Read::Refreshed;
+    std::optional<objIndex> parent = {};
+
+    Handle next(objIndex iid) const;
+    // The first record that matches; without one, an empty Handle that holds the code with which the walk ended.
+    Handle find(bool (*matches)(const void* record, const void* context), const void* context) const;
+};
+
+}  // namespace record_detail
+
+template <class T>
+class Record : public record_detail::Handle {
+  public:
+    using Handle::Handle;
+    Record() = default;
+    explicit Record(Handle&& found) : Handle(std::move(found)) {}
+
+    T* operator->() { return static_cast<T*>(record_); }
+    const T* operator->() const { return static_cast<const T*>(record_); }
+    T& operator*() { return *static_cast<T*>(record_); }
+    const T& operator*() const { return *static_cast<const T*>(record_); }
 
     // Into the data model only; let the owner apply it too; return when it is applied. 0 or the front end's code.
     int publish() const { return vcfgFeObjStructSetWithoutApply(oid(), &iid_, record_, nullptr); }
@@ -64,46 +86,31 @@ class Record {
 
   private:
     static constexpr uint32_t oid() { return vcfg::ObjectId<T>::value; }
-    void swap(Record& other) {
-        std::swap(code_, other.code_);
-        std::swap(iid_, other.iid_);
-        std::swap(record_, other.record_);
-        std::swap(place_, other.place_);
-    }
-
-    int code_ = VCFG_ERR_NOT_FOUND;
-    objIndex iid_{};
-    T* record_ = nullptr;
-    record_detail::Place place_{};
 };
 
 // One instance: refreshed by its owner first, or the stored values as they are.
 template <class T>
-Record<T> get(objIndex iid = {}, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    void* record = nullptr;
-    const int code = record_detail::read(record_detail::Read::Refreshed, vcfg::ObjectId<T>::value, iid, &record);
-    return Record<T>(code, iid, record, {file, line});
+Record<T> get(const objIndex& iid = {}, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    using namespace record_detail;
+    return Record<T>(read(Read::Refreshed, vcfg::ObjectId<T>::value, iid, {file, line}));
 }
 template <class T>
-Record<T> getStored(objIndex iid = {}, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    void* record = nullptr;
-    const int code = record_detail::read(record_detail::Read::Stored, vcfg::ObjectId<T>::value, iid, &record);
-    return Record<T>(code, iid, record, {file, line});
+Record<T> getStored(const objIndex& iid = {}, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    using namespace record_detail;
+    return Record<T>(read(Read::Stored, vcfg::ObjectId<T>::value, iid, {file, line}));
 }
 
-// A walk to loop over. `Next` is called with the id of the instance before; its Record ends the walk when it is empty.
-template <class T, class Next>
+// A walk to loop over; an empty Record ends it.
+template <class T>
 class Walk {
   public:
     struct End {};
     class Iterator {
       public:
-        explicit Iterator(const Next& next) : next_(next), current_(next_(objIndex{})) {}
+        explicit Iterator(const record_detail::Table& table) : table_(table), current_(table_.next({})) {}
         Record<T>& operator*() { return current_; }
         Iterator& operator++() {
-            const objIndex here = at_.level > 0 ? at_ : current_.iid();
-            current_ = next_(here);
-            at_ = current_.iid();
+            current_ = Record<T>(table_.next(at_));
             return *this;
         }
         bool operator!=(End) {
@@ -112,97 +119,71 @@ class Walk {
         }
 
       private:
-        Next next_;
+        const record_detail::Table& table_;
         Record<T> current_;
         objIndex at_{};  // kept apart, because the loop's body may move the record away
     };
 
-    explicit Walk(Next next) : next_(next) {}
-    Iterator begin() const { return Iterator(next_); }
+    explicit Walk(const record_detail::Table& table) : table_(table) {}
+    Iterator begin() const { return Iterator(table_); }
     End end() const { return {}; }
 
   private:
-    Next next_;
+    record_detail::Table table_;
 };
 
 namespace record_detail {
 
-template <class T>
-struct NextInstance {
-    Read how;
-    Place place;
-    Record<T> operator()(objIndex iid) const {
-        void* record = nullptr;
-        const int code = readNext(how, vcfg::ObjectId<T>::value, iid, &record);
-        return Record<T>(code, iid, record, place);
-    }
-};
-
-template <class T>
-struct NextChild {
-    objIndex parent;
-    Place place;
-    Record<T> operator()(objIndex iid) const {
-        void* record = nullptr;
-        const int code = readNextChild(vcfg::ObjectId<T>::value, parent, iid, &record);
-        return Record<T>(code, iid, record, place);
-    }
-};
-
-// The first record of a walk that matches; without one, an empty Record that holds the code with which the walk ended.
-template <class T, class Next, class Matches>
-Record<T> findFirst(const Next& next, const Matches& matches) {
-    Record<T> record = next(objIndex{});
-    while (record && !matches(*record)) {
-        record = next(record.iid());
-    }
-    return record;
+template <class T, class Matches>
+Record<T> findFirst(const Table& table, const Matches& matches) {
+    const auto asked = [](const void* record, const void* context) {
+        return static_cast<bool>((*static_cast<const Matches*>(context))(*static_cast<const T*>(record)));
+    };
+    return Record<T>(table.find(asked, &matches));
 }
 
 }  // namespace record_detail
 
 template <class T>
 auto instances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    using Next = record_detail::NextInstance<T>;
-    return Walk<T, Next>(Next{record_detail::Read::Refreshed, {file, line}});
+    return Walk<T>({vcfg::ObjectId<T>::value, {file, line}});
 }
 template <class T>
 auto storedInstances(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    using Next = record_detail::NextInstance<T>;
-    return Walk<T, Next>(Next{record_detail::Read::Stored, {file, line}});
+    return Walk<T>({vcfg::ObjectId<T>::value, {file, line}, record_detail::Read::Stored});
 }
 // The instances of a child table under one parent instance.
 template <class T>
 auto children(const objIndex& parent, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    using Next = record_detail::NextChild<T>;
-    return Walk<T, Next>(Next{parent, {file, line}});
+    return Walk<T>({vcfg::ObjectId<T>::value, {file, line}, record_detail::Read::Refreshed, parent});
 }
 
 // The walk as a call, for those who need the code with which it ended.
 template <class T, class Visit>
 int forEachInstance(const Visit& visit, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    const record_detail::NextInstance<T> next{record_detail::Read::Refreshed, {file, line}};
-    Record<T> record = next(objIndex{});
+    const record_detail::Table table{vcfg::ObjectId<T>::value, {file, line}};
+    Record<T> record(table.next({}));
     while (record) {
         visit(record);
-        record = next(record.iid());
+        record = Record<T>(table.next(record.iid()));
     }
     return record.code();
 }
 
 template <class T, class Matches>
 Record<T> findInstance(const Matches& matches, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    return record_detail::findFirst<T>(record_detail::NextInstance<T>{record_detail::Read::Refreshed, {file, line}},
-                                       matches);
+    return record_detail::findFirst<T>({vcfg::ObjectId<T>::value, {file, line}}, matches);
 }
 template <class T, class Matches>
 Record<T> findChild(const objIndex& parent, const Matches& matches, const char* file = __builtin_FILE(),
                     int line = __builtin_LINE()) {
-    return record_detail::findFirst<T>(record_detail::NextChild<T>{parent, {file, line}}, matches);
+    using namespace record_detail;
+    return findFirst<T>({vcfg::ObjectId<T>::value, {file, line}, Read::Refreshed, parent}, matches);
 }
 template <class T>
 Record<T> firstChild(const objIndex& parent, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-    return record_detail::NextChild<T>{parent, {file, line}}(objIndex{});
+    using namespace record_detail;
+    return Record<T>(Table{vcfg::ObjectId<T>::value, {file, line}, Read::Refreshed, parent}.next({}));
 }
 
 // Adds an instance under the parent that `iid` names; on 0 `iid` is the new instance's.

@@ -3,51 +3,57 @@
 //   constexpr Key<TraceRouteHop> kHopKeys[] = {DIAG_KEY(TraceRouteHop, Host), DIAG_KEY(TraceRouteHop, ErrorCode)};
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "core/json.h"
 #include "core/log.h"
 #include "core/record.h"
 
+// Where a key's value goes: a number of 32 or 64 bits, or a text.
+struct Field {
+    size_t offset;
+    size_t textSize;  // 0 for a number
+    bool isWide;
+};
+// A missing key reads as 0 or empty; what is too large for the field is cut, or the greatest value.
+void takeValue(const Json& report, const char* name, const Field& field, void* record);
+
 template <class T>
 struct Key {
     const char* name;
-    void (*copy)(const Json& report, const char* name, T& record);
+    Field field;
 };
 
-// A missing key reads as 0 or empty; what is too large for the field is cut, or the greatest value.
-inline void takeValue(const Json& report, const char* name, uint32_t& field) {
-    field = report.unsigned32(name);
-}
-inline void takeValue(const Json& report, const char* name, uint64_t& field) {
-    field = report.unsigned64(name);
-}
+template <class Value>
+inline constexpr Field kFieldOf = Value::noDiagnosticHasSuchAField;
+template <>
+inline constexpr Field kFieldOf<uint32_t>{0, 0, false};
+template <>
+inline constexpr Field kFieldOf<uint64_t>{0, 0, true};
 template <size_t N>
-void takeValue(const Json& report, const char* name, vcfg::Text<N>& field) {
-    field = report.textOr(name, "");
-}
+inline constexpr Field kFieldOf<vcfg::Text<N>>{0, N, false};
 
-template <class T, class Field>
-T ownerOf(Field T::*field);  // for its type only
-
-template <auto field>
-constexpr auto keyOf(const char* name) {
-    using T = decltype(ownerOf(field));
-    return Key<T>{name, [](const Json& report, const char* key, T& record) { takeValue(report, key, record.*field); }};
+template <class T, class Value>
+constexpr Key<T> keyAt(const char* name, size_t offset) {
+    return {name, {offset, kFieldOf<Value>.textSize, kFieldOf<Value>.isWide}};
 }
-#define DIAG_KEY(T, parameter) keyOf<&T::parameter>(#parameter)
+#define DIAG_KEY(T, parameter) keyAt<T, decltype(T::parameter)>(#parameter, offsetof(T, parameter))
+
+template <class T, class Value>
+T ownerOf(Value T::*field);  // for its type only
 
 template <class T>
 void copyAll(const Json& report, std::span<const Key<T>> keys, T& record) {
     for (const Key<T>& key : keys) {
-        key.copy(report, key.name, record);
+        takeValue(report, key.name, key.field, &record);
     }
 }
 template <class T>
 void copyPresent(const Json& report, std::span<const Key<T>> keys, T& record) {
     for (const Key<T>& key : keys) {
         if (report.has(key.name)) {
-            key.copy(report, key.name, record);
+            takeValue(report, key.name, key.field, &record);
         }
     }
 }

@@ -56,7 +56,8 @@ bool isUsable(const Address& address) {
 void lookAtIpv4(const Record<IpInterface>& interface, bool up, Findings& found) {
     found.upV4 += up ? 1 : 0;
     const bool mayHoldAddress = interface->Status == "Up" || interface->Status == "LowerLayerDown";
-    if (mayHoldAddress && findChild<IpInterfaceIpv4Address>(interface.iid(), isUsable<IpInterfaceIpv4Address>)) {
+    const auto usable = [](const IpInterfaceIpv4Address& address) { return isUsable(address); };
+    if (mayHoldAddress && findChild<IpInterfaceIpv4Address>(interface.iid(), usable)) {
         found.hasAddress = true;
     }
 }

@@ -24,18 +24,25 @@ inline size_t fittingSize(std::string_view text, size_t limit) {
     return limit; /* no UTF-8 */
 }
 
+/* Puts a text into a field of `limit` characters. Cuts what is too long, between two characters: the model takes no part
+   of one. The rest of the field is cleared, so that equal texts are equal bytes. */
+inline void putText(char* bytes, size_t limit, std::string_view text) {
+    const size_t length = fittingSize(text, limit);
+    std::memmove(bytes, text.data(), length);
+    std::memset(bytes + length, 0, limit + 1 - length);
+}
+inline bool isText(const char* bytes, size_t limit, std::string_view text) {
+    return std::string_view(bytes, strnlen(bytes, limit)) == text;
+}
+
 template <size_t N>
 struct Text {
     char bytes[N + 1];
 
     static constexpr size_t capacity = N;
 
-    /* Cuts what is too long, between two characters: the model takes no part of one. The rest of the field is cleared,
-       so that equal texts are equal bytes. */
     Text& operator=(std::string_view text) {
-        const size_t length = fittingSize(text, N);
-        std::memmove(bytes, text.data(), length);
-        std::memset(bytes + length, 0, N + 1 - length);
+        putText(bytes, N, text);
         return *this;
     }
     Text& operator=(const char* text) { return *this = std::string_view(text != nullptr ? text : ""); }
@@ -49,7 +56,7 @@ struct Text {
     bool startsWith(std::string_view text) const { return view().substr(0, text.size()) == text; }
     bool contains(std::string_view text) const { return view().find(text) != std::string_view::npos; }
 
-    friend bool operator==(const Text& left, std::string_view right) { return left.view() == right; }
+    friend bool operator==(const Text& left, std::string_view right) { return isText(left.bytes, N, right); }
 };
 
 }  // namespace vcfg
