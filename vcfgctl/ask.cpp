@@ -1,6 +1,7 @@
 #include "ask.h"
 
 #include <sys/stat.h>
+#include <vcfg/fe.h>
 
 #include <cstring>
 
@@ -14,22 +15,24 @@ namespace model = vcfg::model;
 namespace wire = vcfg::wire;
 using vcfg::bus::MessagePtr;
 
-wire::Request readRequest(bool refresh) {
-    return refresh ? wire::kGet : wire::kGetStored;
+struct FreeRecord {
+    void operator()(void* record) const { free(record); }
+};
+using Record = std::unique_ptr<void, FreeRecord>;
+
+int readOne(uint32_t oid, objIndex* iid, bool refresh, Record* record) {
+    void* found = nullptr;
+    const int code = refresh ? vcfgFeObjStructGet(oid, iid, &found) : vcfgFeObjStructGetWithoutUpdate(oid, iid, &found);
+    record->reset(found);
+    return code;
 }
 
-uint32_t patience(bool refresh) {
-    return refresh ? kWithoutLimit : kPatience;
-}
-
-// False, reported, when the answer's record is not of this model.
-bool isRecordOf(const model::Object& object, const vcfg::Answer& answer) {
-    if (answer.body.size() == object.size) {
-        return true;
-    }
-    refuse("vcmd has another data model: its record of " + std::string(object.pattern) + " has " +
-           std::to_string(answer.body.size()) + " bytes, not " + std::to_string(object.size));
-    return false;
+int readNext(uint32_t oid, objIndex* iid, bool refresh, Record* record) {
+    void* found = nullptr;
+    const int code =
+        refresh ? vcfgFeObjStructGetNext(oid, iid, &found) : vcfgFeObjStructGetNextWithoutUpdate(oid, iid, &found);
+    record->reset(found);
+    return code;
 }
 
 // The instances that there are instead, as far as they fit a line.
@@ -38,29 +41,26 @@ std::string existing(const model::Object& object) {
     std::string text;
     objIndex iid{};
     for (unsigned listed = 0; listed <= kMost; ++listed) {
-        const vcfg::Answer answer = ask(wire::kNextStored, object.oid, iid);
-        if (answer.code != VCFG_OK) {
+        Record record;
+        if (readNext(object.oid, &iid, false, &record) != VCFG_OK) {
             break;
         }
-        iid = answer.iid;
         text.append(listed == 0 ? "" : ", ").append(listed == kMost ? "..." : model::path(object, iid));
     }
     return text.empty() ? "; there is none yet" : "; there is " + text;
 }
 
-int takeOne(const Selection& selection, const objIndex& iid, bool refresh, const TakeRecord& take) {
+int takeOne(const Selection& selection, objIndex iid, bool refresh, const TakeRecord& take) {
     const model::Object& object = *selection.object;
-    const vcfg::Answer answer = ask(readRequest(refresh), object.oid, iid, {}, patience(refresh));
-    if (answer.code == VCFG_ERR_NOT_FOUND) {
+    Record record;
+    const int code = readOne(object.oid, &iid, refresh, &record);
+    if (code == VCFG_ERR_NOT_FOUND) {
         return refuse(model::path(object, iid) + ": no such instance" + existing(object));
     }
-    if (answer.code != VCFG_OK) {
-        return reportFailure(answer, model::path(object, iid));
+    if (code != VCFG_OK) {
+        return reportFailure({code, iid, {}}, model::path(object, iid));
     }
-    if (!isRecordOf(object, answer)) {
-        return kRefused;
-    }
-    take(iid, answer.body.data());
+    take(iid, record.get());
     return kDone;
 }
 
@@ -124,20 +124,16 @@ int forEach(const Selection& selection, bool refresh, const TakeRecord& take) {
     }
     iid = {};
     for (;;) {
-        const vcfg::Answer answer =
-            ask(refresh ? wire::kNext : wire::kNextStored, selection.object->oid, iid, {}, patience(refresh));
-        if (answer.code == VCFG_ERR_NOT_FOUND) {
+        Record record;
+        const int code = readNext(selection.object->oid, &iid, refresh, &record);
+        if (code == VCFG_ERR_NOT_FOUND) {
             return kDone;
         }
-        if (answer.code != VCFG_OK) {
-            return reportFailure(answer, selection.object->pattern);
+        if (code != VCFG_OK) {
+            return reportFailure({code, iid, {}}, selection.object->pattern);
         }
-        if (!isRecordOf(*selection.object, answer)) {
-            return kRefused;
-        }
-        iid = answer.iid;
         if (selection.fits(iid)) {
-            take(iid, answer.body.data());
+            take(iid, record.get());
         }
     }
 }

@@ -11,7 +11,7 @@ add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_w
 target_compile_definitions(daemon_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>"
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
-  $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_model>)
+  $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 add_dependencies(daemon_tests tarn_with_faults vcmd)
 gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240)
 

@@ -61,11 +61,11 @@ bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
+// vcmd says who serves an object: it has seen all changes of its hooks then.
 bool answers() {
-    objIndex iid{};
-    void* record = nullptr;
-    const int code = vcfgFeObjStructGetWithoutUpdate(RDM_OID_IP, &iid, &record);
-    free(record);
+    vcfg_schema_service_t* service = nullptr;
+    const int code = vcfgSchemaServiceGet(RDM_OID_IP, &service);
+    free(service);
     return code == VCFG_OK;
 }
 
@@ -78,6 +78,7 @@ void writeHook(const std::string& kind, const std::string& pattern, const std::s
     std::ofstream(fresh) << "#!/bin/sh\n" << commands << "\n";
     fs::permissions(fresh, fs::perms::owner_all);
     fs::rename(fresh, hook);
+    EXPECT_TRUE(answers());
 }
 
 std::vector<std::string> linesOf(const fs::path& file) {
@@ -92,7 +93,7 @@ std::vector<std::string> linesOf(const fs::path& file) {
 }  // namespace
 
 void startWorld() {
-    for (const char* one : {"data", "hooks"}) {
+    for (const char* one : {"data", "hooks", "run"}) {
         for (const fs::directory_entry& entry : fs::directory_iterator(home() / one)) {
             fs::remove_all(entry);
         }

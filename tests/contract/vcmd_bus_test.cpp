@@ -142,7 +142,7 @@ TEST_F(VcmdOnTheBus, AMarkedManageableDeviceIsDeletedWithinTheWrite) {
         addInstance(RDM_OID_MANAGEABLE_DEVICE);
         const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
         EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, marked, type), VCFG_OK);
-        EXPECT_EQ(ask(wire::kGetStored, RDM_OID_MANAGEABLE_DEVICE, device).code, VCFG_ERR_NOT_FOUND);
+        EXPECT_EQ(codeOf(vcfgFeObjStructGetWithoutUpdate, RDM_OID_MANAGEABLE_DEVICE, device), VCFG_ERR_NOT_FOUND);
         EXPECT_EQ(vcmd.savedFile().find("MGAB"), std::string::npos);
         const objIndex other = iid({1});
         EXPECT_EQ(record<ManageableDevice>(other).Alias, "");
@@ -244,19 +244,11 @@ TEST_F(VcmdOnTheBus, MalformedRequestsGetACodeAndAReasonAndChangeNothing) {
         objIndex at;
         std::string payload;
     } requests[] = {
-        {"unknown object", wire::kGet, 9999, interface, ""},
+        {"unknown object", wire::kRefresh, 9999, interface, ""},
         {"object 0", wire::kSet, 0, interface, ""},
-        {"too few instance numbers", wire::kGet, RDM_OID_IP_IFACE, {}, ""},
-        {"more instance numbers than there can be", wire::kGetStored, RDM_OID_IP_IFACE, tooDeep, ""},
-        {"iteration from too deep", wire::kNext, RDM_OID_IP_IFACE, tooDeep, ""},
-        {"a payload where none belongs", wire::kGet, RDM_OID_IP_IFACE, interface, "x"},
-        {"a parent of three bytes", wire::kNextChild, RDM_OID_IP_IFACE_V4_ADDR, {}, "abc"},
-        {"a parent that is too deep",
-         wire::kNextChild,
-         RDM_OID_IP_IFACE_V4_ADDR,
-         {},
-         "\xff"
-         "abcdef"},
+        {"too few instance numbers", wire::kRefresh, RDM_OID_IP_IFACE, {}, ""},
+        {"more instance numbers than there can be", wire::kRefresh, RDM_OID_IP_IFACE, tooDeep, ""},
+        {"a payload where none belongs", wire::kRefresh, RDM_OID_IP_IFACE, interface, "x"},
         {"no record", wire::kSet, RDM_OID_IP_IFACE, interface, ""},
         {"half a record", wire::kSet, RDM_OID_IP_IFACE, interface, bytes(strange).substr(0, 100)},
         {"an unterminated text", wire::kSet, RDM_OID_IP_IFACE, interface, bytes(unterminated)},
@@ -297,8 +289,8 @@ TEST_F(VcmdOnTheBus, AMessageThatNobodyExpectsIsLoggedAndIgnored) {
 }
 
 TEST_F(VcmdOnTheBus, AnInstanceThatDoesNotExistIsNotFoundAndNotWorthALine) {
-    EXPECT_EQ(ask(wire::kGetStored, RDM_OID_IP_IFACE, iid({3})).code, VCFG_ERR_NOT_FOUND);
-    EXPECT_EQ(ask(wire::kNextStored, RDM_OID_IP_IFACE).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetWithoutUpdate, RDM_OID_IP_IFACE, iid({3})), VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetNextWithoutUpdate, RDM_OID_IP_IFACE), VCFG_ERR_NOT_FOUND);
     EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, iid({3}), "{}"), VCFG_ERR_NOT_FOUND);
     EXPECT_EQ(ask(wire::kDelete, RDM_OID_IP_IFACE, iid({3})).code, VCFG_ERR_NOT_FOUND);
     EXPECT_EQ(vcmd.log(), "");

@@ -45,7 +45,7 @@ class VcmdHooks : public ::testing::Test {
 
 TEST_F(VcmdHooks, ReadingAsksTheRefreshHookFirst) {
     vcmd.hook("refresh", kInterface, R"(echo "$1 $2" >asked; echo '{"Status":"Up","LastChange":7}')");
-    const IpInterface found = record<IpInterface>(interface, wire::kGet);
+    const IpInterface found = record<IpInterface>(interface, vcfgFeObjStructGet);
     EXPECT_EQ(found.Status, "Up");
     EXPECT_EQ(found.LastChange, 7u);
     EXPECT_EQ(vcmd.file("asked"), "get IP.Interface.1\n");
@@ -54,12 +54,15 @@ TEST_F(VcmdHooks, ReadingAsksTheRefreshHookFirst) {
 TEST_F(VcmdHooks, IterationRefreshesEachInstanceItFinds) {
     addInstance(RDM_OID_IP_IFACE);
     vcmd.hook("refresh", kInterface, R"(echo "{\"Name\":\"$2\"}")");
-    const vcfg::Answer first = ask(wire::kNext, RDM_OID_IP_IFACE);
-    const vcfg::Answer second = ask(wire::kNext, RDM_OID_IP_IFACE, first.iid);
-    EXPECT_EQ(second.iid.idx[0], 2);
-    EXPECT_EQ(record<IpInterface>(iid({1})).Name, "IP.Interface.1");
-    EXPECT_EQ(record<IpInterface>(iid({2})).Name, "IP.Interface.2");
-    EXPECT_EQ(ask(wire::kNext, RDM_OID_IP_IFACE, second.iid).code, VCFG_ERR_NOT_FOUND);
+    objIndex at{};
+    for (const char* name : {"IP.Interface.1", "IP.Interface.2"}) {
+        void* found = nullptr;
+        ASSERT_EQ(vcfgFeObjStructGetNext(RDM_OID_IP_IFACE, &at, &found), VCFG_OK);
+        EXPECT_EQ(static_cast<IpInterface*>(found)->Name, name);
+        free(found);
+    }
+    EXPECT_EQ(at.idx[0], 2);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetNext, RDM_OID_IP_IFACE, at), VCFG_ERR_NOT_FOUND);
 }
 
 TEST_F(VcmdHooks, StoredReadsAskNobody) {
@@ -71,13 +74,13 @@ TEST_F(VcmdHooks, StoredReadsAskNobody) {
 TEST_F(VcmdHooks, AFailingRefreshAnswersTheStoredValuesWithOneLogLine) {
     enable(true);
     vcmd.hook("refresh", kInterface, "echo no cable >&2; exit 3");
-    EXPECT_EQ(record<IpInterface>(interface, wire::kGet).Enable, 1);
+    EXPECT_EQ(record<IpInterface>(interface, vcfgFeObjStructGet).Enable, 1);
     EXPECT_EQ(vcmd.logged("ended with status 3, \"no cable\""), 1u) << vcmd.log();
 }
 
 TEST_F(VcmdHooks, RefreshedValuesAreValidatedWhole) {
     vcmd.hook("refresh", kInterface, R"(echo '{"Name":"eth0","Status":"Sideways"}')");
-    const IpInterface found = record<IpInterface>(interface, wire::kGet);
+    const IpInterface found = record<IpInterface>(interface, vcfgFeObjStructGet);
     EXPECT_EQ(found.Status, "Down");
     EXPECT_EQ(found.Name, "");
     EXPECT_EQ(vcmd.logged("its output is refused: Status"), 1u) << vcmd.log();
@@ -86,20 +89,20 @@ TEST_F(VcmdHooks, RefreshedValuesAreValidatedWhole) {
 TEST_F(VcmdHooks, OutputThatIsNoJsonIsRefused) {
     for (const char* output : {"Up", "[1]", R"({"Name":)", R"({"Name":"a"} {"Name":"b"})", R"({"NoSuch":1})"}) {
         vcmd.hook("refresh", kInterface, std::string("cat <<'END'\n") + output + "\nEND");
-        EXPECT_EQ(record<IpInterface>(interface, wire::kGet).Name, "") << output;
+        EXPECT_EQ(record<IpInterface>(interface, vcfgFeObjStructGet).Name, "") << output;
     }
     EXPECT_EQ(vcmd.logged("its output is refused"), 5u) << vcmd.log();
 }
 
 TEST_F(VcmdHooks, EndlessOutputIsCutOff) {
     vcmd.hook("refresh", kInterface, "yes");
-    EXPECT_EQ(record<IpInterface>(interface, wire::kGet).Name, "");
+    EXPECT_EQ(record<IpInterface>(interface, vcfgFeObjStructGet).Name, "");
     EXPECT_EQ(vcmd.logged("wrote more than"), 1u) << vcmd.log();
 }
 
 TEST_F(VcmdHooks, AHangingRefreshIsKilledAndAnswered) {
     vcmd.hook("refresh", kInterface, "echo $$ >pid; sleep 60 & wait");
-    record<IpInterface>(interface, wire::kGet);
+    record<IpInterface>(interface, vcfgFeObjStructGet);
     EXPECT_EQ(vcmd.logged("its time was up"), 1u) << vcmd.log();
     const pid_t group = std::stoi(vcmd.file("pid"));
     EXPECT_TRUE(eventually([&] { return ::kill(-group, 0) != 0; })) << "what the hook has started lives on";
@@ -109,7 +112,7 @@ TEST_F(VcmdHooks, OnlyTheCallerWaitsForARefresh) {
     vcmd.hook("refresh", kInterface, "echo >asked; while [ ! -e go ]; do sleep 0.01; done; echo '{\"Name\":\"late\"}'");
     std::atomic<bool> answered{false};
     std::thread caller([&] {
-        record<IpInterface>(interface, wire::kGet);
+        record<IpInterface>(interface, vcfgFeObjStructGet);
         answered = true;
     });
     eventualFile("asked");

@@ -128,6 +128,7 @@ void Vcmd::hook(const std::string& kind, const std::string& pattern, const std::
     std::ofstream(fresh) << "#!/bin/sh\ncd '" << home_.string() << "' || exit 99\n" << script << "\n";
     fs::permissions(fresh, fs::perms::owner_all);
     fs::rename(fresh, home_ / "hooks" / kind / pattern);
+    EXPECT_TRUE(pid_ < 0 || answers());
 }
 
 std::string Vcmd::file(const std::string& name) const {
@@ -177,6 +178,13 @@ objIndex addInstance(uint32_t oid, const objIndex& parent) {
     const vcfg::Answer answer = ask(vcfg::wire::kAdd, oid, parent);
     EXPECT_EQ(answer.code, VCFG_OK) << answer.body;
     return answer.iid;
+}
+
+int codeOf(ReadFunction function, uint32_t oid, objIndex at) {
+    void* bytes = nullptr;
+    const int code = function(oid, &at, &bytes);
+    free(bytes);
+    return code;
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

@@ -5,6 +5,7 @@
 #include <vcfg/vcfg.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -67,17 +68,20 @@ int writeJson(uint32_t oid, const objIndex& iid, const std::string& json, uint32
 objIndex iid(std::initializer_list<uint8_t> numbers);
 objIndex addInstance(uint32_t oid, const objIndex& parent = {});
 
+using ReadFunction = int (*)(uint32_t, objIndex*, void**);
+
 template <class RecordType>
-RecordType record(const objIndex& at, uint32_t request = vcfg::wire::kGetStored) {
-    const vcfg::Answer answer = ask(request, vcfg::ObjectId<RecordType>::value, at);
-    EXPECT_EQ(answer.code, VCFG_OK) << answer.body;
+RecordType record(objIndex at, ReadFunction function = vcfgFeObjStructGetWithoutUpdate) {
+    void* bytes = nullptr;
+    EXPECT_EQ(function(vcfg::ObjectId<RecordType>::value, &at, &bytes), VCFG_OK);
     RecordType found{};
-    if (answer.body.size() == sizeof found) {
-        memcpy(&found, answer.body.data(), sizeof found);
-    } else {
-        ADD_FAILURE() << "a record of " << answer.body.size() << " bytes";
+    if (bytes != nullptr) {
+        memcpy(static_cast<void*>(&found), bytes, sizeof found);
     }
+    free(bytes);
     return found;
 }
+// The code of a read whose record does not matter.
+int codeOf(ReadFunction function, uint32_t oid, objIndex at = {});
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit = std::chrono::seconds(20));

@@ -160,13 +160,13 @@ TEST(VcmdPersistence, ModelIsLoadedWholeWithItsStateOrNotAtAll) {
     addInstance(RDM_OID_IP_IFACE);
     EXPECT_EQ(load(R"({"version":1,"objects":{"IP.Interface.7":{"Status":"Up"}}})").code, VCFG_OK);
     EXPECT_EQ(record<IpInterface>(iid({7})).Status, "Up");
-    EXPECT_EQ(ask(wire::kGetStored, RDM_OID_IP_IFACE, iid({1})).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetWithoutUpdate, RDM_OID_IP_IFACE, iid({1})), VCFG_ERR_NOT_FOUND);
     const vcfg::Answer refused =
         load(R"({"version":1,"objects":{"IP.Interface.8":{},"IP.Interface.9":{"Status":"Odd"}}})");
     EXPECT_EQ(refused.code, VCFG_ERR_INVALID);
     EXPECT_NE(refused.body.find("IP.Interface.9: Status takes"), std::string::npos) << refused.body;
     EXPECT_EQ(record<IpInterface>(iid({7})).Status, "Up");
-    EXPECT_EQ(ask(wire::kGetStored, RDM_OID_IP_IFACE, iid({8})).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetWithoutUpdate, RDM_OID_IP_IFACE, iid({8})), VCFG_ERR_NOT_FOUND);
 }
 
 TEST(VcmdPersistence, PartOfAModelThatDoesNotFollowTheOneBeforeIsRefused) {
@@ -247,7 +247,7 @@ TEST(VcmdPersistence, ADamagedFileIsSetAsideAndTheDeviceComesUp) {
     Vcmd vcmd;
     std::ofstream(vcmd.data() / "vcfg_config.json") << "{\"version\":1,\"obj";
     vcmd.start();
-    EXPECT_EQ(ask(wire::kNextStored, RDM_OID_IP_IFACE).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetNextWithoutUpdate, RDM_OID_IP_IFACE), VCFG_ERR_NOT_FOUND);
     EXPECT_TRUE(fs::exists(vcmd.data() / "vcfg_config.json.bad"));
     EXPECT_EQ(vcmd.logged("the model starts anew"), 1u) << vcmd.log();
 }
@@ -297,7 +297,7 @@ TEST(VcmdPersistence, ADamagedFileAndDamagedDefaultsLeaveAnEmptyModel) {
     Vcmd vcmd;
     std::ofstream(vcmd.data() / "vcfg_config.json") << "{\"version\":1,\"obj";
     vcmd.start({"--defaults", vcmd.path("missing")});
-    EXPECT_EQ(ask(wire::kNextStored, RDM_OID_IP_IFACE).code, VCFG_ERR_NOT_FOUND);
+    EXPECT_EQ(codeOf(vcfgFeObjStructGetNextWithoutUpdate, RDM_OID_IP_IFACE), VCFG_ERR_NOT_FOUND);
     EXPECT_EQ(vcmd.logged("the model starts empty"), 1u) << vcmd.log();
 }
 

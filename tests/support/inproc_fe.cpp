@@ -135,6 +135,7 @@ int readNext(uint32_t oid, const objIndex& parent, objIndex* iid, void** record,
     const int code = world.store.nextChild(oid, parent, iid, &stored);
     if (code == VCFG_OK && refreshed) {
         refresh(oid, *iid);
+        world.store.get(oid, *iid, &stored);
     }
     return handOut(oid, code, stored, record);
 }

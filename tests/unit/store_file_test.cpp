@@ -310,12 +310,13 @@ TEST_F(StoreFile, ALeftOverOfAnyKindDoesNotStopSaving) {
 
 TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {
     put("old");
+    const Store store;
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     const rlimit small{8, before.rlim_max};
     signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &small);
-    const int code = save(file, Store(), &why);
+    const int code = save(file, store, &why);
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, SIG_DFL);
     EXPECT_EQ(code, VCFG_ERR_FAIL);

@@ -1,30 +1,30 @@
-// The front end of <vcfg/fe.h>: each operation is one request to vcmd.
+// The front end of <vcfg/fe.h>: reads are answered in this process, each write is one request to vcmd.
 #include <json-c/json.h>
 #include <vcfg/fe.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "client_log.h"
 #include "fe_client.h"
+#include "fe_read.h"
 #include "fe_wire.h"
 #include "guarded.h"
 #include "log_level.h"
+#include "model/describe.h"
 
 namespace vcfg {
 namespace {
 
-// What the model's records take, by object id.
-constexpr size_t kRecordSizes[] = {
-    0,
-#define RDM_OBJECT(type, id, path) sizeof(::type),
-#include <vcfg/model/all.def>
+struct Free {
+    void operator()(void* record) const { free(record); }
 };
 
 size_t recordSize(uint32_t oid) {
-    return oid < RDM_OID_COUNT ? kRecordSizes[oid] : 0;
+    const model::Object* object = model::find(oid);
+    return object != nullptr ? object->size : 0;
 }
 
 template <class Type>
@@ -40,36 +40,11 @@ int resultOf(const char* operation, uint32_t oid, const Answer& answer) {
     return answer.code;
 }
 
-int handOut(uint32_t oid, const std::string& body, void** record) {
-    if (body.size() != recordSize(oid)) {
-        CLIENT_LOG(VLOG_ERROR, "vcmd has another data model: a record of object %u takes %zu bytes there, %zu here",
-                   oid, body.size(), recordSize(oid));
-        return VCFG_ERR_FAIL;
-    }
-    void* copy = malloc(body.size());
-    if (copy == nullptr) {
-        CLIENT_LOG(VLOG_ERROR, "memory for %zu bytes is short", body.size());
-        return VCFG_ERR_FAIL;
-    }
-    std::copy(body.begin(), body.end(), static_cast<char*>(copy));
-    *record = copy;
-    return VCFG_OK;
-}
-
-int read(uint32_t type, uint32_t oid, objIndex* iid, void** record, std::string_view payload = {}) {
-    if (iid == nullptr || record == nullptr || recordSize(oid) == 0) {
+int read(const Wanted& wanted, objIndex* iid, void** record) {
+    if (iid == nullptr || record == nullptr || recordSize(wanted.oid) == 0) {
         return VCFG_ERR_INVALID;
     }
-    *record = nullptr;
-    const Answer answer = request(type, oid, *iid, payload);
-    int code = resultOf("read", oid, answer);
-    if (code == VCFG_OK) {
-        code = handOut(oid, answer.body, record);
-    }
-    if (code == VCFG_OK) {
-        *iid = answer.iid;
-    }
-    return code;
+    return readModel(wanted, iid, record);
 }
 
 int write(uint32_t type, uint32_t oid, const objIndex* iid, const void* record) {
@@ -105,21 +80,15 @@ int loadLogLevel(const char* daemon) {
         return VCFG_ERR_INVALID;
     }
     objIndex iid{};
-    for (;;) {
-        const Answer answer = request(wire::kNextStored, RDM_OID_DEBUG_LOG, iid, {});
-        if (answer.code == VCFG_ERR_NOT_FOUND) {
-            return VCFG_OK;  // nothing is configured for it
+    void* record = nullptr;
+    int code = VCFG_OK;
+    while ((code = readModel({Step::Next, false, RDM_OID_DEBUG_LOG}, &iid, &record)) == VCFG_OK) {
+        const std::unique_ptr<DebugLog, Free> entry(static_cast<DebugLog*>(record));
+        if (entry->Daemon == daemon) {
+            return setLogLevel(entry->Level) ? VCFG_OK : VCFG_ERR_INVALID;
         }
-        DebugLog entry;
-        if (answer.code != VCFG_OK || answer.body.size() != sizeof entry) {
-            return answer.code != VCFG_OK ? resultOf("read", RDM_OID_DEBUG_LOG, answer) : VCFG_ERR_FAIL;
-        }
-        memcpy(static_cast<void*>(&entry), answer.body.data(), sizeof entry);
-        if (entry.Daemon == daemon) {
-            return setLogLevel(entry.Level) ? VCFG_OK : VCFG_ERR_INVALID;
-        }
-        iid = answer.iid;
     }
+    return code == VCFG_ERR_NOT_FOUND ? static_cast<int>(VCFG_OK) : code;  // nothing is configured for it
 }
 
 }  // namespace
@@ -128,24 +97,24 @@ int loadLogLevel(const char* daemon) {
 using namespace vcfg;
 
 int vcfgFeObjStructGet(uint32_t oid, objIndex* iid, void** record) {
-    return guarded([=] { return read(wire::kGet, oid, iid, record); });
+    return guarded([=] { return read({Step::Get, true, oid}, iid, record); });
 }
 
 int vcfgFeObjStructGetWithoutUpdate(uint32_t oid, objIndex* iid, void** record) {
-    return guarded([=] { return read(wire::kGetStored, oid, iid, record); });
+    return guarded([=] { return read({Step::Get, false, oid}, iid, record); });
 }
 
 int vcfgFeObjStructGetNext(uint32_t oid, objIndex* iid, void** record) {
-    return guarded([=] { return read(wire::kNext, oid, iid, record); });
+    return guarded([=] { return read({Step::Next, true, oid}, iid, record); });
 }
 
 int vcfgFeObjStructGetNextWithoutUpdate(uint32_t oid, objIndex* iid, void** record) {
-    return guarded([=] { return read(wire::kNextStored, oid, iid, record); });
+    return guarded([=] { return read({Step::Next, false, oid}, iid, record); });
 }
 
 int vcfgFeSubInStructGetNext(uint32_t oid, const objIndex* parent, objIndex* iid, void** record) {
     return guarded([=] {
-        return parent == nullptr ? VCFG_ERR_INVALID : read(wire::kNextChild, oid, iid, record, bytesOf(*parent));
+        return parent == nullptr ? VCFG_ERR_INVALID : read({Step::Next, true, oid, *parent}, iid, record);
     });
 }
 

@@ -5,6 +5,7 @@
 #include "bus_client.h"
 #include "endpoint.h"
 #include "fe_wire.h"
+#include "model_lease.h"
 #include "refusal.h"
 
 namespace vcfg {
@@ -35,6 +36,7 @@ Answer exchange(uint32_t type, uint32_t oid, const objIndex& iid, std::string_vi
     }
     bus::MessagePtr reply;
     const int code = bus::call(*message, deadline, &reply);
+    lookForModel();  // what has been answered must be seen from the next read on
     if (code != VCFG_OK) {
         return {code, {}, code == VCFG_ERR_NO_PEER ? "vcmd does not answer" : "the call to vcmd failed"};
     }

@@ -1,8 +1,9 @@
-// The data-model requests that libvcfg sends to vcmd (endpoint 1), and vcmd's answers. Both ends include this.
+// The data-model requests that libvcfg sends to vcmd (endpoint 1), and vcmd's answers. Both ends include this. What only
+// reads the model asks nobody: it is in the run directory, for everyone who may talk to vcmd.
 //
 // Every request is one envelope: `oid` and `objIid` name the object, the payload is what the table says. The answer has
-// the request's type with bit 31 set, `statCode` holds the vcfg_code (as uint32_t), `objIid` the instance found or
-// added, and the payload the record; after a refusal the payload is a NUL-terminated text that says why. Records travel
+// the request's type with bit 31 set, `statCode` holds the vcfg_code (as uint32_t), and `objIid` the instance added;
+// after a refusal the payload is a NUL-terminated text that says why. Records travel
 // as they lie in memory: both ends run on the same machine.
 #pragma once
 
@@ -13,11 +14,7 @@
 namespace vcfg::wire {
 
 enum Request : uint32_t {
-    kGet = 0x00F00001,          // -                            -> record, refreshed by its owner
-    kGetStored = 0x00F00002,    // -                            -> record
-    kNext = 0x00F00003,         // objIid: the one before       -> next instance's objIid and refreshed record
-    kNextStored = 0x00F00004,   // as kNext, not refreshed
-    kNextChild = 0x00F00005,    // payload: parent (objIndex)   -> as kNext, below that parent
+    kRefresh = 0x00F00001,      // -                            -> -, when the instance's owner has refreshed it
     kSet = 0x00F00006,          // payload: record              -> -, when written; the apply hook runs on
     kSetNoApply = 0x00F00007,   // payload: record              -> -
     kSetAndWait = 0x00F00008,   // payload: record              -> -, when the apply hook has ended

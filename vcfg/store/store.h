@@ -1,24 +1,22 @@
-// The data-model engine: which instances exist and what their records hold. No input or output in here: vcmd serves it
-// on the bus and keeps it in a file (persist.h), the unit tests call it directly.
+// The data-model engine: which instances exist and what their records hold. vcmd serves writes to it on the bus and
+// keeps it in a file (persist.h), everyone reads what it has committed (snapshot.h), the unit tests call it directly.
 //
 // What always holds:
 //  - An instance exists only below its parent instance; it goes with it.
 //  - A single object exists from the start, with its defaults; below a table's instance ("PPP.Interface.{i}.IPCP") it
 //    comes and goes with that instance. It is neither added nor removed.
-//  - A write takes effect whole or not at all; so does every other operation that answers a failure.
+//  - A write takes effect whole or not at all; so does every other operation that answers a failure. Once it has
+//    answered, every reader sees it.
 //  - "<Table>NumberOfEntries" is counted here: what a written record says there is not looked at.
 //
-// Instances stand in order, so that a step of an iteration costs the same in a long table as in a short one. Not safe
-// to call from several threads at once.
+// Not safe to call from several threads at once.
 #pragma once
 
 #include <vcfg/codes.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -26,9 +24,12 @@
 #include <string>
 #include <vector>
 
+#include "environment.h"
+#include "file_mark.h"
 #include "json.h"
-#include "key.h"
 #include "model/describe.h"
+#include "snapshot.h"
+#include "transaction.h"
 
 namespace vcfg::store {
 
@@ -66,11 +67,18 @@ int guarded(Operation operation) {
     }
 }
 
+// A new instance's record.
+std::vector<std::byte> defaultsOf(const model::Object& object);
+
 class Store {
   public:
+    // In an environment of its own; std::bad_alloc when there can be none.
     Store();
+    // In that environment; what is in it stays. Throws Failure or std::bad_alloc.
+    explicit Store(EnvironmentPtr environment);
 
-    // All results are vcfg_code. `why` (may be null) gets one line when something is refused.
+    // All results are vcfg_code. `why` (may be null) gets one line when something is refused. VCFG_ERR_FULL when the
+    // environment has no room for a change.
 
     // The record of one instance; it is valid until the next change. VCFG_ERR_NOT_FOUND, or VCFG_ERR_INVALID when `iid`
     // has not as many levels as the object.
@@ -81,6 +89,8 @@ class Store {
     int next(uint32_t oid, objIndex* iid, const void** record) const;
     // The same among the instances below `parent`; an `iid` that lies before them, or has level 0, starts.
     int nextChild(uint32_t oid, const objIndex& parent, objIndex* iid, const void** record) const;
+    // The change that gave an instance its values. VCFG_ERR_NOT_FOUND, VCFG_ERR_INVALID as get().
+    int originOf(uint32_t oid, const objIndex& iid, Origin* origin) const;
 
     // The whole record, as it came from outside: VCFG_ERR_INVALID when its size is not the object's or a value is bad.
     int set(uint32_t oid, const objIndex& iid, std::span<const std::byte> record, std::string* why);
@@ -95,6 +105,13 @@ class Store {
     // A table's instance, and all that is below it.
     int remove(uint32_t oid, const objIndex& iid, std::string* why);
 
+    // Joins all changes that `operation` makes in one: they are seen together, or, when it does not answer VCFG_OK, not
+    // at all. It may be run twice.
+    template <class Operation>
+    int change(std::string* why, Operation operation) {
+        return run(why, std::ref(operation));
+    }
+
     // The whole model: {"version":1,"objects":{"IP.Interface.1":{"Enable":true}}}. Every instance is named; of the
     // parameters only those that differ from a new instance's, and none that are counted. Throws std::bad_alloc.
     JsonPtr toJson(What what = What::All) const;
@@ -103,30 +120,44 @@ class Store {
     // skipped. State that is not wanted is looked at like the rest, and begins at its defaults. Tells the watcher
     // nothing.
     int fromText(std::string_view text, What what, Unknown unknown, Skipped* skipped, std::string* why);
+    // Nothing but the single objects, with their defaults. Tells the watcher nothing.
+    int clear(std::string* why);
+
+    // Which objects have an owner who refreshes them before they are read.
+    int setRefreshed(const Refreshed& refreshed);
+    // That the model's file is, or is about to become, another one.
+    int standOn(const FileMark& file);
 
     void watch(Watcher watcher) { watcher_ = std::move(watcher); }
+    // Who makes the changes that follow.
+    void writeAs(std::string by) { writer_ = std::move(by); }
+    const std::string& writer() const { return writer_; }
     // Another number after every operation that has changed something.
     uint32_t revision() const { return revision_; }
     // The same of the configuration: instances, and the parameters that outlive a power cycle.
     uint32_t configurationRevision() const { return configurationRevision_; }
 
   private:
-    using Record = std::unique_ptr<std::byte[]>;
-    using Table = std::map<Key, Record>;
-    struct Found {
-        int code;
-        const model::Object* object;
-        Key key;
-        std::byte* record;  // null when there is no such instance
+    // Ends in the right order.
+    struct Held {
+        EnvironmentPtr environment;
+        std::unique_ptr<Snapshot> committed;
+        std::unique_ptr<Transaction> changing;  // null but within a change
     };
 
-    Found locate(uint32_t oid, const objIndex& iid) const;
-    static std::string missing(const Found& found);
+    View view() const { return held_->changing ? held_->changing->view() : held_->committed->view(); }
+    int run(std::string* why, const std::function<int()>& operation);
+    int attempt(const std::function<int()>& operation);
+    void concluded();
+    void tidyReaders();
+
+    int put(const Found& found, const std::byte* staged);
+    void noteInstance(const model::Object& object, Key key, bool came);
     void insert(const model::Object& object, Key key);
     void erase(const model::Object& object, Key key);
-    void count(const model::Object& object, Key key, int difference, std::vector<Change>* changes);
-    int commit(const Found& found, const std::byte* staged);
-    void tell(const std::vector<Change>& changes) const;
+    void count(const model::Object& object, Key key, int difference);
+    void clearAll();
+
     struct Entry {
         const model::Object* object;
         objIndex iid;
@@ -136,11 +167,16 @@ class Store {
     static bool findEntries(std::string_view objects, std::vector<Entry>* entries, const Refuse& refused);
     bool loadEntry(const Entry& entry, What what, const Refuse& refused);
 
-    std::array<Table, RDM_OID_COUNT> tables_;
-    std::array<Record, RDM_OID_COUNT> defaults_;
+    std::unique_ptr<Held> held_;
+    std::vector<Change> changes_;  // of the change that is being made
     Watcher watcher_;
+    std::string writer_;
     uint32_t revision_ = 0;
     uint32_t configurationRevision_ = 0;
+    bool touchesConfiguration_ = false;  // the change that is being made
+    size_t tidiedAt_ = 0;                // the pages in use when dead readers were looked for
+    int64_t tidiedUs_ = 0;
+    bool full_ = false;  // there was no room for the last change
 };
 
 }  // namespace vcfg::store

@@ -99,12 +99,12 @@ File openFile(std::string_view text) {
 JsonPtr Store::toJson(What what) const {
     JsonPtr objects = emptyObject();
     for (const Object& object : model::objects()) {
-        const std::byte* base = defaults_[object.oid].get();
-        for (const auto& [key, record] : tables_[object.oid]) {
-            JsonPtr parameters = recordJson(object, record.get(), base);
+        const std::vector<std::byte> base = defaultsOf(object);
+        for (Place at = view().first(object); at.value != nullptr; at = view().behind(object, at.key)) {
+            JsonPtr parameters = recordJson(object, recordOf(at.value), base.data());
             dropUnwanted(object, what, parameters.get());
             if (object.isTable || json_object_object_length(parameters.get()) > 0) {
-                addMember(objects.get(), path(object, iidOf(key, object.depth)).c_str(), std::move(parameters));
+                addMember(objects.get(), path(object, iidOf(at.key, object.depth)).c_str(), std::move(parameters));
             }
         }
     }
@@ -147,11 +147,12 @@ bool Store::loadEntry(const Entry& entry, What what, const Refuse& refused) {
     if (made == VCFG_ERR_FAIL) {
         throw std::bad_alloc();
     }
-    const Found found = locate(entry.object->oid, entry.iid);
-    if (made != VCFG_OK || found.record == nullptr) {
+    const Found found = view().get(entry.object->oid, entry.iid);
+    if (made != VCFG_OK || found.value == nullptr) {
         return refused(at, !why.empty() ? why : "no such parent instance");
     }
-    const Record leftOut = std::make_unique<std::byte[]>(entry.object->size);
+    std::vector<std::byte> record(recordOf(found.value), recordOf(found.value) + found.object->size);
+    std::vector<std::byte> leftOut(found.object->size);
     Members members(entry.parameters);
     std::string name;
     std::string_view text;
@@ -161,16 +162,17 @@ bool Store::loadEntry(const Entry& entry, What what, const Refuse& refused) {
         if (parameter == nullptr) {
             goesOn = refused(at, "no such parameter: " + name);
         } else if (parameter->countedOid == RDM_OID_NONE &&
-                   !setJson(*parameter, isWanted(*parameter, what) ? found.record : leftOut.get(),
+                   !setJson(*parameter, isWanted(*parameter, what) ? record.data() : leftOut.data(),
                             parseScalar(text).get(), &why)) {
             goesOn = refused(at, why);
         }
     }
+    put(found, record.data());
     return goesOn && (members.isWhole() || refused(at, "takes a JSON object"));
 }
 
 int Store::fromText(std::string_view text, What what, Unknown unknown, Skipped* skipped, std::string* why) {
-    return guarded([&] {
+    return change(why, [&] {
         const File file = openFile(text);
         if (!file.isModel) {
             return refuse(why, "takes a model file of version " + std::to_string(kVersion));
@@ -182,19 +184,17 @@ int Store::fromText(std::string_view text, What what, Unknown unknown, Skipped* 
             noteSkipped(skipped, at + ": " + reason);
             return true;
         };
-        Store fresh;
+        if (skipped != nullptr) {
+            *skipped = {};
+        }
+        clearAll();
         std::vector<Entry> entries;
         bool good = findEntries(file.objects, &entries, refused);
         for (size_t each = 0; good && each < entries.size(); ++each) {
-            good = fresh.loadEntry(entries[each], what, refused);
+            good = loadEntry(entries[each], what, refused);
         }
-        if (!good) {
-            return static_cast<int>(VCFG_ERR_INVALID);
-        }
-        tables_.swap(fresh.tables_);
-        ++revision_;
-        ++configurationRevision_;
-        return static_cast<int>(VCFG_OK);
+        changes_.clear();
+        return static_cast<int>(good ? VCFG_OK : VCFG_ERR_INVALID);
     });
 }
 

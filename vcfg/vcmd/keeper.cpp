@@ -10,10 +10,11 @@ namespace {
 constexpr uint32_t kGatherMs = 700;
 constexpr uint32_t kRetryMs = 1000;
 
-int save(const Keeper& keeper, const store::Store& store, std::string* why) {
+// The environment must go with the file on either side of the moment at which that becomes another.
+int save(const Keeper& keeper, store::Store& store, std::string* why) {
     *why = "memory is short";
-    return store::guarded(
-        [&] { return store::save(keeper.file, store.toText(store::What::Configuration), nullptr, why); });
+    const auto ready = [&store](const struct stat& fresh) { store.standOn(store::markOf(fresh)); };
+    return store::guarded([&] { return store::save(keeper.file, store.toText(store::What::Configuration), ready, why); });
 }
 
 void noteFailure(Keeper& keeper, const std::string& why) {
@@ -39,7 +40,11 @@ void takeAsSaved(Keeper& keeper, const store::Store& store) {
     keeper.due = Deadline::never();
 }
 
-void keep(Keeper& keeper, const store::Store& store) {
+void takeAsChanged(Keeper& keeper, const store::Store& store) {
+    keeper.saved = store.configurationRevision() - 1;
+}
+
+void keep(Keeper& keeper, store::Store& store) {
     if (keeper.due.isNever() && store.configurationRevision() != keeper.saved) {
         keeper.due = Deadline::in(kGatherMs);
     }
@@ -49,7 +54,7 @@ void keep(Keeper& keeper, const store::Store& store) {
     }
 }
 
-bool saveNow(Keeper& keeper, const store::Store& store, std::string* why) {
+bool saveNow(Keeper& keeper, store::Store& store, std::string* why) {
     if (save(keeper, store, why) != VCFG_OK) {
         noteFailure(keeper, *why);
         return false;

@@ -16,11 +16,12 @@ struct Keeper {
     std::string trouble;  // why the last try failed; empty when it did not
 };
 
-// The store is as the file is.
+// The store is as the file is, or may be another.
 void takeAsSaved(Keeper& keeper, const store::Store& store);
+void takeAsChanged(Keeper& keeper, const store::Store& store);
 // Notes a change, and writes what is due.
-void keep(Keeper& keeper, const store::Store& store);
+void keep(Keeper& keeper, store::Store& store);
 // Writes now. False with the reason in `why` when that fails: it is tried again every second, and told in the log.
-bool saveNow(Keeper& keeper, const store::Store& store, std::string* why);
+bool saveNow(Keeper& keeper, store::Store& store, std::string* why);
 
 }  // namespace vcfg::vcmd

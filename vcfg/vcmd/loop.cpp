@@ -59,7 +59,10 @@ void run(Vcmd& vcmd) {
     bool more = true;
     std::vector<pollfd> fds;
     while (!vcmd.stop) {
-        fds = {{vcmd.server->pollFd(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {vcmd.announcer.watch.get(), POLLIN, 0}};
+        fds = {{vcmd.server->pollFd(), POLLIN, 0},
+               {signals.get(), POLLIN, 0},
+               {vcmd.announcer.watch.get(), POLLIN, 0},
+               {vcmd.hookWatch.changes.get(), POLLIN, 0}};
         pollHooks(vcmd.hooks, fds);
         poll(fds.data(), fds.size(), more ? 0 : timeout(vcmd));
         if (fds[1].revents != 0) {
@@ -67,6 +70,9 @@ void run(Vcmd& vcmd) {
         }
         if (fds[2].revents != 0) {
             lookAtRunDirectory(vcmd);
+        }
+        if (fds[3].revents != 0) {
+            lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
         }
         announce(vcmd.announcer);
         tendHooks(vcmd.hooks);

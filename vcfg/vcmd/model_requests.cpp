@@ -39,6 +39,7 @@ void load(Vcmd& vcmd, Staged& staged) {
         return refuse(staged, VCFG_ERR_INVALID, "no part has come, or another model came meanwhile");
     }
     std::string why;
+    vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid));
     const int code = vcmd.store.fromText(loading.text, store::What::All, store::Unknown::Refuse, nullptr, &why);
     if (code != VCFG_OK) {
         return refuse(staged, code, why);

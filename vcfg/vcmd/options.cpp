@@ -15,13 +15,20 @@ namespace {
 
 constexpr int kWrongUsage = 2;
 constexpr long kLongestHook = 3600;
+constexpr long kModelMiB = 8;
+constexpr long kLargestModelMiB = 1024;
 
-const option kOptions[] = {
-    {"foreground", no_argument, nullptr, 'f'},     {"run-dir", required_argument, nullptr, 'r'},
-    {"data-dir", required_argument, nullptr, 'd'}, {"hook-dir", required_argument, nullptr, 'k'},
-    {"defaults", required_argument, nullptr, 'm'}, {"hook-timeout", required_argument, nullptr, 't'},
-    {"take-over", no_argument, nullptr, 'o'},      {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, 'v'},        {nullptr, 0, nullptr, 0}};
+const option kOptions[] = {{"foreground", no_argument, nullptr, 'f'},
+                           {"run-dir", required_argument, nullptr, 'r'},
+                           {"data-dir", required_argument, nullptr, 'd'},
+                           {"hook-dir", required_argument, nullptr, 'k'},
+                           {"defaults", required_argument, nullptr, 'm'},
+                           {"hook-timeout", required_argument, nullptr, 't'},
+                           {"model-size", required_argument, nullptr, 's'},
+                           {"take-over", no_argument, nullptr, 'o'},
+                           {"help", no_argument, nullptr, 'h'},
+                           {"version", no_argument, nullptr, 'v'},
+                           {nullptr, 0, nullptr, 0}};
 
 void printHelp() {
     puts(
@@ -36,6 +43,7 @@ void printHelp() {
         "  --defaults FILE         the model to begin with when there is no vcfg_config.json yet\n"
         "  --hook-timeout SECONDS  a hook that runs longer is killed (30)\n"
         "  --take-over             serve endpoint 1 also when a process with other data serves it\n"
+        "  --model-size MIB        the most that the model takes in the run directory (8)\n"
         "  --help                  this text\n"
         "  --version               the version\n"
         "\n"
@@ -48,14 +56,24 @@ std::string fromEnvironment(const char* name, const char* otherwise) {
     return value != nullptr && *value != '\0' ? value : otherwise;
 }
 
-bool takeHookTimeout(const char* text, Options& options) {
+bool takeNumber(const char* text, long least, long most, long* number) {
     char* end = nullptr;
-    const long seconds = strtol(text, &end, 10);
-    if (end == text || *end != '\0' || seconds < 1 || seconds > kLongestHook) {
-        return false;
-    }
+    *number = strtol(text, &end, 10);
+    return end != text && *end == '\0' && *number >= least && *number <= most;
+}
+
+bool takeHookTimeout(const char* text, Options& options) {
+    long seconds = 0;
+    const bool good = takeNumber(text, 1, kLongestHook, &seconds);
     options.hookLimitMs = static_cast<uint32_t>(seconds) * 1000;
-    return true;
+    return good;
+}
+
+bool takeModelSize(const char* text, Options& options) {
+    long mebibytes = 0;
+    const bool good = takeNumber(text, 1, kLargestModelMiB, &mebibytes);
+    options.modelSize = static_cast<size_t>(mebibytes) << 20;
+    return good;
 }
 
 enum class Next { GoOn, Done, Wrong };
@@ -82,6 +100,8 @@ Next takeOption(int found, Options& options) {
         case 'o':
             options.takeOver = true;
             return Next::GoOn;
+        case 's':
+            return takeModelSize(optarg, options) ? Next::GoOn : Next::Wrong;
         case 'h':
             printHelp();
             return Next::Done;
@@ -99,6 +119,7 @@ bool parseOptions(int argc, char** argv, Options& options, int& status) {
     options.runDir = fromEnvironment("VCFG_RUN_DIR", "/run/vcfg");
     options.dataDir = fromEnvironment("VCFG_DATA_DIR", "/data");
     options.hookDir = fromEnvironment("VCFG_HOOK_DIR", "/etc/vcfg/hooks");
+    options.modelSize = size_t{kModelMiB} << 20;
     Next next = Next::GoOn;
     int found;
     opterr = 0;

@@ -1,6 +1,7 @@
 // vcmd's command line and environment.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -14,6 +15,7 @@ struct Options {
     std::string defaults;
     bool takeOver = false;
     uint32_t hookLimitMs = 30000;
+    size_t modelSize = 0;  // the most bytes that the model's environment takes
 };
 
 // True to go on; else the process ends with `status`, everything said.

@@ -45,7 +45,10 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
         serveService(vcmd, staged);
     } else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN) {
         confirmStartUp(staged);
-    } else if (message.type == wire::kPing || voUtilHandleRecvdMsgDebugCfg(&message) == 0) {
+    } else if (message.type == wire::kPing) {
+        lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
+        confirm(staged);
+    } else if (voUtilHandleRecvdMsgDebugCfg(&message) == 0) {
         confirm(staged);
     } else {
         refuse(staged, VCFG_ERR_INVALID, "no such request");
@@ -56,7 +59,7 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
 // failure.
 void serve(Vcmd& vcmd, Staged& staged) {
     try {
-        if (!serveRead(vcmd, staged) && !serveWrite(vcmd, staged) && !serveModel(vcmd, staged)) {
+        if (!serveRefresh(vcmd, staged) && !serveWrite(vcmd, staged) && !serveModel(vcmd, staged)) {
             serveOther(vcmd, staged);
         }
     } catch (const std::bad_alloc&) {

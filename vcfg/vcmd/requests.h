@@ -22,7 +22,7 @@ struct Staged {
 };
 
 // Each serves the requests of its kind; false for all others.
-bool serveRead(Vcmd& vcmd, Staged& staged);
+bool serveRefresh(Vcmd& vcmd, Staged& staged);
 bool serveWrite(Vcmd& vcmd, Staged& staged);
 bool serveModel(Vcmd& vcmd, Staged& staged);
 // Who serves an object, and its hooks.

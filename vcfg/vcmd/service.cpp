@@ -12,6 +12,7 @@ void serveService(Vcmd& vcmd, Staged& staged) {
     if (object == nullptr) {
         return refuse(staged, VCFG_ERR_INVALID, "there is no object with id " + std::to_string(oid));
     }
+    lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
     const wire::ServiceHeader header{getpid()};
     std::string answer(reinterpret_cast<const char*>(&header), sizeof header);
     for (const HookKind kind : {HookKind::Apply, HookKind::Refresh}) {

@@ -9,6 +9,7 @@
 
 #include "client/holder.h"
 #include "debug_level.h"
+#include "open_model.h"
 #include "store/persist.h"
 #include "vcmd.h"
 #include "vlog.h"
@@ -35,59 +36,6 @@ bool lockData(Vcmd& vcmd) {
             return fail("the data directory " + directory + " is in use by another vcmd");
         }
         usleep(5000);
-    }
-    return true;
-}
-
-void logSkipped(const std::string& file, const store::Skipped& skipped) {
-    for (const std::string& line : skipped.lines) {
-        VCMD_LOG(VLOG_WARNING, "%s: skipped: %s", file.c_str(), line.c_str());
-    }
-    if (skipped.more > 0) {
-        VCMD_LOG(VLOG_WARNING, "%s: skipped: %zu more", file.c_str(), skipped.more);
-    }
-}
-
-// A device must come up with a damaged file too; what is left of it is kept for whoever wants to see it.
-void startAnew(const std::string& file, const std::string& why) {
-    const bool kept = store::setAside(file);
-    VCMD_LOG(VLOG_ERROR, "the model's file %s %s.bad, the model starts anew: %s", kept ? "is kept as" : "cannot become",
-             file.c_str(), why.c_str());
-}
-
-// False when there is nothing to load.
-bool loadFile(Vcmd& vcmd, const std::string& file, store::What what, int* code, std::string* why) {
-    store::Skipped skipped;
-    *code = store::load(file, what, &vcmd.store, &skipped, why);
-    logSkipped(file, skipped);
-    return *code == VCFG_OK;
-}
-
-// The model's file was damaged and so are the defaults: a device without values is still better than none.
-void loadDefaults(Vcmd& vcmd) {
-    int code = VCFG_OK;
-    std::string why;
-    if (!vcmd.options.defaults.empty() && !loadFile(vcmd, vcmd.options.defaults, store::What::All, &code, &why)) {
-        VCMD_LOG(VLOG_ERROR, "the defaults cannot be loaded, the model starts empty: %s", why.c_str());
-    }
-}
-
-bool loadModel(Vcmd& vcmd) {
-    const std::string& file = vcmd.keeper.file;
-    int code = VCFG_OK;
-    std::string why;
-    const bool loaded = loadFile(vcmd, file, store::What::Configuration, &code, &why);
-    if (code == VCFG_ERR_FAIL) {
-        return fail(why);
-    }
-    if (code == VCFG_ERR_INVALID) {
-        startAnew(file, why);
-    }
-    if (loaded) {
-        takeAsSaved(vcmd.keeper, vcmd.store);
-    } else {
-        loadDefaults(vcmd);
-        saveNow(vcmd.keeper, vcmd.store, &why);
     }
     return true;
 }
@@ -139,13 +87,16 @@ bool openEndpoint(Vcmd& vcmd) {
 
 bool setUp(Vcmd& vcmd) {
     vcmd.keeper.file = vcmd.options.dataDir + "/vcfg_config.json";
-    if (!checkDefaults(vcmd) || !mayServe(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !loadModel(vcmd)) {
+    if (!checkDefaults(vcmd) || !mayServe(vcmd) || !openEndpoint(vcmd) || !lockData(vcmd) || !openModel(vcmd)) {
         return false;
     }
     vcmd.hooks.directory = vcmd.options.hookDir;
     vcmd.hooks.limitMs = vcmd.options.hookLimitMs;
+    if (!openHookWatch(vcmd.hookWatch, vcmd.hooks, vcmd.store)) {
+        return fail("the hook directory " + vcmd.options.hookDir + " cannot be watched: " + strerror(errno));
+    }
     vcmd.store.watch([&vcmd](const store::Change& change) {
-        noteChange(vcmd.watchers, change, vcmd.writer);
+        noteChange(vcmd.watchers, change, vcmd.store.writer());
         vcmd.levelsChanged = vcmd.levelsChanged || isDebugLevel(change.path);
     });
     return true;

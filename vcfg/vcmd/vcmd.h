@@ -6,6 +6,7 @@
 
 #include "announce.h"
 #include "client/bus_server.h"
+#include "hook_watch.h"
 #include "hooks.h"
 #include "keeper.h"
 #include "options.h"
@@ -22,13 +23,13 @@ struct Loading {
 
 struct Vcmd {
     Options options;
-    Fd dataLock;  // held as long as the keeper's file is ours
-    store::Store store;
+    Fd dataLock;         // held as long as the keeper's file is ours
+    store::Store store;  // one of its own until the model's is open
     Keeper keeper;
     Loading loading;
-    std::string writer;  // who changes the store now, for the watchers
     std::unique_ptr<bus::Server> server;
     Hooks hooks;
+    HookWatch hookWatch;
     Watchers watchers;
     Announcer announcer;
     bool levelsChanged = true;  // the daemons are to be told their log levels

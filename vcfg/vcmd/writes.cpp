@@ -131,7 +131,7 @@ bool serveWrite(Vcmd& vcmd, Staged& staged) {
     if (message.type < wire::kSet || message.type > wire::kWrite) {
         return false;
     }
-    vcmd.writer = "eid " + std::to_string(message.srcEid);
+    vcmd.store.writeAs("eid " + std::to_string(message.srcEid));
     if (model::find(message.oid) == nullptr) {
         refuse(staged, VCFG_ERR_INVALID, "there is no object with id " + std::to_string(message.oid));
         return true;

@@ -1,0 +1,72 @@
+#include "fe_read.h"
+
+#include <vcfg/codes.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "client_log.h"
+#include "fe_client.h"
+#include "fe_wire.h"
+#include "model_lease.h"
+
+namespace vcfg {
+namespace {
+
+store::Found find(const store::View& view, const Wanted& wanted, const objIndex& iid) {
+    return wanted.step == Step::Get ? view.get(wanted.oid, iid) : view.next(wanted.oid, wanted.parent, iid);
+}
+
+// Has the owner put what it knows into the model. What vcmd cannot do while it is away is no failure of a read.
+int refresh(const Wanted& wanted, const objIndex& iid) {
+    objIndex found{};
+    {
+        ModelLease lease;
+        const int code = lease.take();
+        if (code != VCFG_OK || !lease.view().isRefreshed(wanted.oid)) {
+            return code;
+        }
+        const store::Found at = find(lease.view(), wanted, iid);
+        if (at.code != VCFG_OK) {
+            return at.code;
+        }
+        found = store::iidOf(at.key, at.object->depth);
+    }
+    const Answer answer = request(wire::kRefresh, wanted.oid, found, {});
+    if (answer.code == VCFG_OK || answer.code == VCFG_ERR_NOT_FOUND || answer.code == VCFG_ERR_NO_PEER) {
+        return VCFG_OK;
+    }
+    CLIENT_LOG(VLOG_WARNING, "refresh of object %u: %s (%d)", wanted.oid, answer.body.c_str(), answer.code);
+    return answer.code;
+}
+
+int handOut(const store::Found& found, objIndex* iid, void** record) {
+    if (found.code != VCFG_OK) {
+        return found.code;
+    }
+    *record = malloc(found.object->size);
+    if (*record == nullptr) {
+        CLIENT_LOG(VLOG_ERROR, "memory for %u bytes is short", found.object->size);
+        return VCFG_ERR_FAIL;
+    }
+    memcpy(*record, store::recordOf(found.value), found.object->size);
+    *iid = store::iidOf(found.key, found.object->depth);
+    return VCFG_OK;
+}
+
+}  // namespace
+
+int readModel(const Wanted& wanted, objIndex* iid, void** record) {
+    *record = nullptr;
+    int code = wanted.refreshed ? refresh(wanted, *iid) : static_cast<int>(VCFG_OK);
+    ModelLease lease;
+    if (code == VCFG_OK) {
+        code = lease.take();
+    }
+    if (code == VCFG_ERR_NO_PEER) {
+        CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid, code);
+    }
+    return code == VCFG_OK ? handOut(find(lease.view(), wanted, *iid), iid, record) : code;
+}
+
+}  // namespace vcfg

@@ -1,0 +1,151 @@
+#include "model_lease.h"
+
+#include <pthread.h>
+#include <vcfg/codes.h>
+
+#include <ctime>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "client_log.h"
+#include "run_dir.h"
+
+namespace vcfg {
+
+// Ends with the last one who reads in it.
+struct ModelPool {
+    store::Files files;
+    store::EnvironmentPtr environment;
+    std::vector<std::unique_ptr<store::Snapshot>> resting;
+};
+
+namespace {
+
+constexpr int64_t kLookMs = 100;
+
+// LMDB's environments must not be used, nor closed, in a process that was forked after they were opened: the child
+// begins with another one of these, and keeps the parent's only so that it is not lost.
+struct Process {
+    std::mutex mutex;
+    std::shared_ptr<ModelPool> pool;
+    store::Files refused;  // that one is not worth another line
+    int64_t nextLook = 0;
+    Process* ofParent = nullptr;
+};
+
+Process* current = nullptr;
+
+void begin() {
+    current = std::make_unique<Process>().release();
+    pthread_atfork(nullptr, nullptr, [] {
+        auto fresh = std::make_unique<Process>();
+        fresh->ofParent = current;
+        current = fresh.release();
+    });
+}
+
+Process& process() {
+    static std::once_flag once;
+    std::call_once(once, begin);
+    return *current;
+}
+
+int64_t coarseMs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+// While one environment gives way to another there may be none for a moment: the old one serves until then.
+int open(Process& own) {
+    const std::string directory = bus::runDirectory();
+    if (own.pool != nullptr) {
+        const store::Files files = store::filesOf(directory);
+        if (files == own.pool->files || !files.exist()) {
+            return VCFG_OK;
+        }
+    }
+    auto pool = std::make_shared<ModelPool>();
+    std::string why;
+    const int code = store::openForReading(directory, &pool->environment, &pool->files, &why);
+    if (code == VCFG_OK) {
+        own.pool = std::move(pool);
+        return code;
+    }
+    if (code == VCFG_ERR_NO_PEER) {
+        return own.pool != nullptr ? VCFG_OK : code;
+    }
+    own.pool.reset();
+    if (own.refused != pool->files) {
+        own.refused = pool->files;
+        CLIENT_LOG(VLOG_ERROR, "the model %s %s", store::dataFile(directory).c_str(), why.c_str());
+    }
+    return code;
+}
+
+std::unique_ptr<store::Snapshot> newSnapshot(MDB_env* environment) {
+    try {
+        return std::make_unique<store::Snapshot>(environment);
+    } catch (const store::Failure&) {
+        int dead = 0;  // they may have left no place for another reader
+        store::check(mdb_reader_check(environment, &dead));
+        return std::make_unique<store::Snapshot>(environment);
+    }
+}
+
+}  // namespace
+
+int ModelLease::take() {
+    try {
+        return tryTaking();
+    } catch (const store::Failure&) {  // a writer has made it larger than it is here
+        const std::lock_guard lock(process().mutex);
+        process().pool.reset();
+    }
+    pool_.reset();
+    return tryTaking();
+}
+
+int ModelLease::tryTaking() {
+    Process& own = process();
+    {
+        const std::lock_guard lock(own.mutex);
+        const int64_t now = coarseMs();
+        if (own.pool == nullptr || now >= own.nextLook) {
+            const int code = open(own);
+            if (code != VCFG_OK) {
+                return code;
+            }
+            own.nextLook = now + kLookMs;
+        }
+        pool_ = own.pool;
+        if (!pool_->resting.empty()) {
+            snapshot_ = std::move(pool_->resting.back());
+            pool_->resting.pop_back();
+        }
+    }
+    if (snapshot_ == nullptr) {
+        snapshot_ = newSnapshot(pool_->environment.get());
+        return VCFG_OK;
+    }
+    auto rested = std::move(snapshot_);
+    rested->renew();
+    snapshot_ = std::move(rested);
+    return VCFG_OK;
+}
+
+ModelLease::~ModelLease() {
+    if (snapshot_ != nullptr) {
+        snapshot_->rest();
+        const std::lock_guard lock(process().mutex);
+        pool_->resting.push_back(std::move(snapshot_));
+    }
+}
+
+void lookForModel() {
+    const std::lock_guard lock(process().mutex);
+    process().nextLook = 0;
+}
+
+}  // namespace vcfg

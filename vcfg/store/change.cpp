@@ -1,0 +1,103 @@
+// How the store makes a change: in one transaction, that ends before anybody is told.
+#include <unistd.h>
+
+#include <ctime>
+
+#include "refusal.h"
+#include "store.h"
+
+namespace vcfg::store {
+namespace {
+
+constexpr size_t kGrowth = 16;
+constexpr int64_t kTidyUs = 1000000;
+constexpr int kTriesWhenFull = 100;
+constexpr useconds_t kPauseUs = 1000;
+
+int64_t coarseUs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
+}
+
+// Readers that died hold the pages of the state that they saw.
+void forgetDeadReaders(MDB_env* environment) {
+    int dead = 0;
+    static_cast<void>(mdb_reader_check(environment, &dead));
+}
+
+int refuseFailure(const Failure& failure, std::string* why) {
+    return failure.isFull() ? refuse(VCFG_ERR_FULL, why, std::string("the model's memory is full: ") + failure.what())
+                            : refuse(VCFG_ERR_FAIL, why, failure.what());
+}
+
+}  // namespace
+
+// Pages that somebody still reads are not used again. A full environment may be one that dead readers keep full, or
+// one that lost its processor within a read: who is alive gets a moment to go on, but not for each change anew.
+int Store::run(std::string* why, const std::function<int()>& operation) {
+    if (held_->changing) {
+        return operation();
+    }
+    return guarded([&] {
+        for (int triesLeft = full_ ? 1 : kTriesWhenFull;; --triesLeft) {
+            try {
+                const int code = attempt(operation);
+                full_ = false;
+                return code;
+            } catch (const Failure& failure) {
+                full_ = failure.isFull();
+                if (!full_ || triesLeft == 0) {
+                    return refuseFailure(failure, why);
+                }
+            }
+            forgetDeadReaders(held_->environment.get());
+            usleep(triesLeft < kTriesWhenFull ? kPauseUs : 0);
+        }
+    });
+}
+
+int Store::attempt(const std::function<int()>& operation) {
+    struct Ends {
+        std::unique_ptr<Transaction>& changing;
+        ~Ends() { changing.reset(); }
+    };
+    changes_.clear();
+    touchesConfiguration_ = false;
+    held_->changing = std::make_unique<Transaction>(held_->environment.get(), writer_);
+    const Ends ends{held_->changing};
+    const int code = operation();
+    if (code != VCFG_OK || !held_->changing->hasChanged()) {
+        return code;
+    }
+    held_->changing->commit();
+    held_->changing.reset();
+    concluded();
+    return code;
+}
+
+// Nothing in here may fail: the change is made.
+void Store::concluded() {
+    held_->committed->rest();
+    held_->committed->renew();
+    ++revision_;
+    configurationRevision_ += touchesConfiguration_ ? 1 : 0;
+    tidyReaders();
+    for (const Change& change : changes_) {
+        watcher_(change);
+    }
+}
+
+// Before the environment grows, and once a second.
+void Store::tidyReaders() {
+    MDB_envinfo info{};
+    static_cast<void>(mdb_env_info(held_->environment.get(), &info));
+    const int64_t now = coarseUs();
+    if (info.me_last_pgno >= tidiedAt_ + kGrowth || now - tidiedUs_ >= kTidyUs) {
+        forgetDeadReaders(held_->environment.get());
+        tidiedAt_ = info.me_last_pgno;
+        tidiedUs_ = now;
+    }
+}
+
+}  // namespace vcfg::store
