@@ -82,7 +82,9 @@ void Vcmd::start(const std::vector<std::string>& options) {
 }
 
 int Vcmd::stop() {
-    ::kill(pid_, SIGTERM);
+    if (pid_ > 0) {
+        ::kill(pid_, SIGTERM);
+    }
     return await();
 }
 
@@ -95,10 +97,22 @@ int Vcmd::await() {
     return status;
 }
 
+// A number below 1 would name processes of others.
 void Vcmd::kill9() {
+    if (pid_ <= 0) {
+        return;
+    }
     ::kill(pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
     pid_ = -1;
+}
+
+void Vcmd::powerCycle() {
+    kill9();
+    for (const char* one : {"model.mdb", "model.mdb-lock"}) {
+        fs::remove(home_ / "run" / one);
+    }
+    start();
 }
 
 bool Vcmd::answers() const {

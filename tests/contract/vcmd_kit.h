@@ -26,6 +26,7 @@ class Vcmd {
     int stop();   // with SIGTERM; its wait status
     int await();  // that it ends by itself; its wait status
     void kill9();
+    void powerCycle();  // what is in memory is gone, the run directory too; returns when it answers again
     bool answers() const;
     pid_t pid() const { return pid_; }
 

@@ -126,8 +126,7 @@ TEST(VcmdPersistence, StateIsNeverInTheFileAndBeginsAtItsDefaults) {
     EXPECT_EQ(ask(wire::kSave).code, VCFG_OK);
     EXPECT_EQ(vcmd.savedFile().find("Bound"), std::string::npos) << vcmd.savedFile();
     EXPECT_EQ(vcmd.savedFile().find("192.0.2.1"), std::string::npos);
-    vcmd.stop();
-    vcmd.start();
+    vcmd.powerCycle();
     const Dhcpv4Client found = record<Dhcpv4Client>(client);
     EXPECT_EQ(found.Alias, "wan");
     EXPECT_EQ(found.DHCPStatus, "");
@@ -205,15 +204,14 @@ TEST(VcmdPersistence, WhatIsInTheFileAlreadyIsNotWrittenAgain) {
     EXPECT_GT(changes.count(), 0u) << "the counting works";
 }
 
-TEST(VcmdPersistence, ARestartFindsTheConfigurationAgain) {
+TEST(VcmdPersistence, APowerCycleLeavesTheConfiguration) {
     Vcmd vcmd;
     vcmd.start();
     const objIndex interface = addInstance(RDM_OID_IP_IFACE);
     const objIndex address = addInstance(RDM_OID_IP_IFACE_V4_ADDR, interface);
     EXPECT_EQ(writeJson(RDM_OID_IP_IFACE_V4_ADDR, address, R"({"IPAddress":"192.0.2.1","Status":"Enabled"})"), VCFG_OK);
     EXPECT_EQ(ask(wire::kSave).code, VCFG_OK);
-    vcmd.kill9();
-    vcmd.start();
+    vcmd.powerCycle();
     const IpInterfaceIpv4Address found = record<IpInterfaceIpv4Address>(address);
     EXPECT_EQ(found.IPAddress, "192.0.2.1");
     EXPECT_EQ(found.Status, "Disabled");
@@ -463,7 +461,7 @@ TEST(VcmdPersistence, KilledAtAnyMomentTheFileIsWholeAndAtMostASecondOld) {
             ASSERT_TRUE(number <= saved || when + std::chrono::seconds(1) + kSlowMachine > killed)
                 << number << " " << saved;
         }
-        ASSERT_NO_FATAL_FAILURE(vcmd.start());
+        ASSERT_NO_FATAL_FAILURE(vcmd.powerCycle());
         ASSERT_EQ(record<IpInterface>(iid({1})).MaxMTUSize, static_cast<uint32_t>(saved));
     }
 }
