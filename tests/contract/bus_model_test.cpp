@@ -1,6 +1,5 @@
 // What a process reads of the model, whatever becomes of the others.
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -121,9 +120,7 @@ TEST_F(BusModel, TheLogLevelOfTheDaemonIsLoaded) {
 }
 
 TEST_F(BusModel, OfAnotherModelIsRefusedWithOneLine) {
-    {
-        store::Store model = makeModel(directory);
-    }
+    { store::Store model = makeModel(directory); }
     store::EnvironmentPtr environment = store::openForWriting(data(), store::kDefaultSize);
     store::Identity other = store::ownIdentity();
     ++other.model;
@@ -162,8 +159,8 @@ TEST_F(BusModel, NoiseIsRefused) {
     expectRefused("model.mdb");
 }
 
-// Its first page as a program of the other word size writes it: page number, flags and the rest are four bytes earlier or
-// later.
+// Its first page as a program of the other word size writes it: page number, flags and the rest are four bytes earlier
+// or later.
 TEST_F(BusModel, OfAnotherWordSizeIsRefused) {
     { store::Store model = makeModel(directory); }
     std::string page(2 * 4096, '\0');

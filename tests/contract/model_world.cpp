@@ -69,8 +69,8 @@ int statusOf(pid_t process) {
 }
 
 Shared::Shared()
-    : number_(static_cast<std::atomic<uint32_t>*>(mmap(nullptr, sizeof(std::atomic<uint32_t>), PROT_READ | PROT_WRITE,
-                                                       MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
+    : number_(static_cast<std::atomic<uint32_t>*>(
+          mmap(nullptr, sizeof(std::atomic<uint32_t>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
 
 Shared::~Shared() {
     munmap(number_, sizeof *number_);

@@ -64,7 +64,8 @@ int readModel(const Wanted& wanted, objIndex* iid, void** record) {
         code = lease.take();
     }
     if (code == VCFG_ERR_NO_PEER) {
-        CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid, code);
+        CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid,
+                   code);
     }
     return code == VCFG_OK ? handOut(find(lease.view(), wanted, *iid), iid, record) : code;
 }

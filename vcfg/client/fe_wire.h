@@ -1,5 +1,5 @@
-// The data-model requests that libvcfg sends to vcmd (endpoint 1), and vcmd's answers. Both ends include this. What only
-// reads the model asks nobody: it is in the run directory, for everyone who may talk to vcmd.
+// The data-model requests that libvcfg sends to vcmd (endpoint 1), and vcmd's answers. Both ends include this. What
+// only reads the model asks nobody: it is in the run directory, for everyone who may talk to vcmd.
 //
 // Every request is one envelope: `oid` and `objIid` name the object, the payload is what the table says. The answer has
 // the request's type with bit 31 set, `statCode` holds the vcfg_code (as uint32_t), and `objIid` the instance added;

@@ -46,7 +46,8 @@ const Counter& counterOf(const Object& table) {
 // Null, or why there can be no such instance.
 int objection(const View& view, const Found& found, const objIndex& iid, std::string* why) {
     if (found.object == nullptr || !found.object->isTable || found.code != VCFG_ERR_NOT_FOUND) {
-        return refuse(VCFG_ERR_INVALID, why, found.value != nullptr ? "exists already" : "takes an instance of a table");
+        return refuse(VCFG_ERR_INVALID, why,
+                      found.value != nullptr ? "exists already" : "takes an instance of a table");
     }
     const uint8_t above = static_cast<uint8_t>(found.object->depth - 1);
     if (iid.idx[above] == 0) {
@@ -103,6 +104,9 @@ int Store::create(uint32_t oid, const objIndex& iid, std::string* why) {
     return change(why, [&] {
         const Found found = view().get(oid, iid);
         const int code = objection(view(), found, iid, why);
+        if (code == VCFG_OK && !held_->changing->hasRoom()) {
+            return refuse(VCFG_ERR_FULL, why, "the model's memory is full");
+        }
         if (code == VCFG_OK) {
             noteInstance(*found.object, found.key, true);
             insert(*found.object, found.key);

@@ -84,9 +84,8 @@ bool isFreeList(const MDB_val& value, size_t pages, std::vector<bool>* seen) {
 
 bool hasSingles(const View& view) {
     const auto objects = model::objects();
-    return std::all_of(objects.begin(), objects.end(), [&](const model::Object& object) {
-        return object.depth > 0 || view.at(object, 0) != nullptr;
-    });
+    return std::all_of(objects.begin(), objects.end(),
+                       [&](const model::Object& object) { return object.depth > 0 || view.at(object, 0) != nullptr; });
 }
 
 }  // namespace
@@ -100,13 +99,13 @@ bool isSound(MDB_env* environment) {
     const View view(walk.transaction(), nullptr);
     size_t entries = 0;
     std::vector<bool> seen(info.me_last_pgno + 1);
-    return hasSingles(view) && walk.each(kModel,
-                                         [&](const MDB_val& key, const MDB_val& value) {
-                                             ++entries;
-                                             return isInstance(view, key, value);
-                                         }) &&
-           entries == counted.ms_entries &&
-           walk.each(kFreePages, [&](const MDB_val&, const MDB_val& value) {
+    return hasSingles(view) &&
+           walk.each(kModel,
+                     [&](const MDB_val& key, const MDB_val& value) {
+                         ++entries;
+                         return isInstance(view, key, value);
+                     }) &&
+           entries == counted.ms_entries && walk.each(kFreePages, [&](const MDB_val&, const MDB_val& value) {
                return isFreeList(value, seen.size(), &seen);
            });
 }

@@ -144,8 +144,8 @@ bool Store::loadEntry(const Entry& entry, What what, const Refuse& refused) {
     const std::string at = path(*entry.object, entry.iid);
     std::string why;
     const int made = entry.object->isTable ? create(entry.object->oid, entry.iid, &why) : VCFG_OK;
-    if (made == VCFG_ERR_FAIL) {
-        throw std::bad_alloc();
+    if (made == VCFG_ERR_FULL) {
+        throw Failure(MDB_MAP_FULL);
     }
     const Found found = view().get(entry.object->oid, entry.iid);
     if (made != VCFG_OK || found.value == nullptr) {

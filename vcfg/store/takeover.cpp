@@ -18,7 +18,7 @@ namespace {
 constexpr unsigned kPatienceS = 10;
 
 // The child's exit status, and what it means.
-enum Status : int { kSame = 0, kOtherBoot, kOtherFile, kOtherModel, kNoRoom, kDamaged };
+enum Status : int { kSame = 0, kOtherBoot, kOtherFile, kOtherModel, kDamaged };
 
 const char* reasonOf(int status) {
     switch (status) {
@@ -28,8 +28,6 @@ const char* reasonOf(int status) {
             return "it does not go with the model's file";
         case kOtherModel:
             return "it is of another data model";
-        case kNoRoom:
-            return "it has no room for a second model";
         default:
             return "it is damaged";
     }
@@ -44,15 +42,6 @@ bool goesWith(std::string_view content, const FileMark& file) {
     return note.now == file || note.before == file;
 }
 
-// A model that is to be replaced in one change is there twice meanwhile.
-bool hasRoom(MDB_env* environment) {
-    MDB_envinfo info{};
-    MDB_stat pages{};
-    check(mdb_env_info(environment, &info));
-    check(mdb_env_stat(environment, &pages));
-    return (pages.ms_branch_pages + pages.ms_leaf_pages + pages.ms_overflow_pages) * pages.ms_psize < info.me_mapsize / 3;
-}
-
 int look(const std::string& runDir, const FileMark& file) {
     EnvironmentPtr environment;
     Files files;
@@ -65,10 +54,9 @@ int look(const std::string& runDir, const FileMark& file) {
     if (!isSound(environment.get()) || !readIdentity(snapshot.view().note(Note::Identity), &identity)) {
         return kDamaged;
     }
-    const int stale = std::strcmp(identity.boot, ownIdentity().boot) != 0          ? kOtherBoot
-                      : !goesWith(snapshot.view().note(Note::File), file) ? kOtherFile
-                                                                          : kSame;
-    return stale != kSame && !hasRoom(environment.get()) ? kNoRoom : stale;
+    return std::strcmp(identity.boot, ownIdentity().boot) != 0 ? kOtherBoot
+           : !goesWith(snapshot.view().note(Note::File), file) ? kOtherFile
+                                                               : kSame;
 }
 
 [[noreturn]] void lookAndEnd(const std::string& runDir, const FileMark& file) {

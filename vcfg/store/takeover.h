@@ -21,8 +21,8 @@ struct Finding {
     std::string why;  // a line for what is neither Missing nor Same
 };
 
-// Looks through all of it in a process of its own, because who reads damaged pages may crash. `file` is what the model's
-// file is now; `size` is the most that the environment may have.
+// Looks through all of it in a process of its own, because who reads damaged pages may crash. `file` is what the
+// model's file is now; `size` is the most that the environment may have.
 Finding inspect(const std::string& runDir, const FileMark& file, size_t size);
 
 // A new environment, which nobody sees before it is published. Throws Failure.

@@ -26,6 +26,15 @@ Transaction::Transaction(MDB_env* environment, std::string_view by) {
     by.copy(origin_.by, sizeof origin_.by - 1);
 }
 
+bool Transaction::hasRoom() const {
+    MDB_stat used{};
+    MDB_envinfo info{};
+    check(mdb_stat(transaction_, kModel, &used));
+    check(mdb_env_info(mdb_txn_env(transaction_), &info));
+    return (used.ms_branch_pages + used.ms_leaf_pages + used.ms_overflow_pages) * used.ms_psize <
+           info.me_mapsize / 4 * 3;
+}
+
 MDB_val Transaction::reserve(StoredKey key, size_t size) {
     MDB_val where{key.size(), key.data()};
     MDB_val room{size, nullptr};

@@ -17,6 +17,9 @@ class Transaction {
 
     View view() const { return {transaction_, cursor_}; }
     bool hasChanged() const { return changed_; }
+    // Whether there is room for more instances. A part of the environment is kept for changes of those that are there,
+    // and for their end: each change needs fresh pages.
+    bool hasRoom() const;
 
     void put(const model::Object& object, Key key, const std::byte* record);
     void putNote(Note note, std::string_view content);

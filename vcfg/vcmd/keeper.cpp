@@ -14,7 +14,8 @@ constexpr uint32_t kRetryMs = 1000;
 int save(const Keeper& keeper, store::Store& store, std::string* why) {
     *why = "memory is short";
     const auto ready = [&store](const struct stat& fresh) { store.standOn(store::markOf(fresh)); };
-    return store::guarded([&] { return store::save(keeper.file, store.toText(store::What::Configuration), ready, why); });
+    return store::guarded(
+        [&] { return store::save(keeper.file, store.toText(store::What::Configuration), ready, why); });
 }
 
 void noteFailure(Keeper& keeper, const std::string& why) {

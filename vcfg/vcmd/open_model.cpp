@@ -56,26 +56,26 @@ bool loadDefaults(Vcmd& vcmd, std::string* why) {
     return vcmd.store.clear(why) == VCFG_OK;
 }
 
-bool loadModel(Vcmd& vcmd) {
+int loadModel(Vcmd& vcmd, std::string* why) {
     int code = VCFG_OK;
-    std::string why;
     const std::string& file = vcmd.keeper.file;
-    const bool loaded = loadFile(vcmd, file, store::What::Configuration, &code, &why);
+    const bool loaded = loadFile(vcmd, file, store::What::Configuration, &code, why);
     if (code == VCFG_ERR_FAIL || code == VCFG_ERR_FULL) {
-        return fail(why);
+        return code;
     }
     if (code == VCFG_ERR_INVALID) {
-        startAnew(file, why);
+        startAnew(file, *why);
     }
-    if (!loaded && !loadDefaults(vcmd, &why)) {
-        return fail(why);
+    if (!loaded && !loadDefaults(vcmd, why)) {
+        return VCFG_ERR_FULL;
     }
     if (loaded) {
         takeAsSaved(vcmd.keeper, vcmd.store);
     } else {
-        saveNow(vcmd.keeper, vcmd.store, &why);
+        std::string told;
+        saveNow(vcmd.keeper, vcmd.store, &told);
     }
-    return vcmd.store.standOn(store::markOf(file)) == VCFG_OK || fail("the model has no room");
+    return vcmd.store.standOn(store::markOf(file));
 }
 
 // What the predecessor had in the model but not in its file yet is saved as any change is.
@@ -91,8 +91,10 @@ bool makeAnew(Vcmd& vcmd) {
     gid_t group = static_cast<gid_t>(-1);
     static_cast<void>(bus::runDirectoryGroup(&group));
     vcmd.store = store::Store(store::openUnpublished(directory, vcmd.options.modelSize));
-    return loadModel(vcmd) &&
-           (store::publish(directory, group) || fail(store::dataFile(directory) + ": " + strerror(errno)));
+    std::string why;
+    return loadModel(vcmd, &why) == VCFG_OK
+               ? store::publish(directory, group) || fail(store::dataFile(directory) + ": " + strerror(errno))
+               : fail(why);
 }
 
 bool openIt(Vcmd& vcmd) {
@@ -104,11 +106,16 @@ bool openIt(Vcmd& vcmd) {
     if (found.condition == Condition::Same) {
         return takeOver(vcmd);
     }
-    if (found.condition != Condition::Stale) {
-        return makeAnew(vcmd);
+    if (found.condition == Condition::Stale) {
+        // In the place of the old model, so that who reads that sees the new one at once; if there is room for both.
+        vcmd.store = store::Store(store::openForWriting(store::dataFile(directory), vcmd.options.modelSize));
+        std::string why;
+        const int code = loadModel(vcmd, &why);
+        if (code != VCFG_ERR_FULL) {
+            return code == VCFG_OK || fail(why);
+        }
     }
-    vcmd.store = store::Store(store::openForWriting(store::dataFile(directory), vcmd.options.modelSize));
-    return loadModel(vcmd);
+    return makeAnew(vcmd);
 }
 
 }  // namespace

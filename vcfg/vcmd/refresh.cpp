@@ -59,8 +59,9 @@ bool serveRefresh(Vcmd& vcmd, Staged& staged) {
     } else if (message.length != 0) {
         refuse(staged, VCFG_ERR_INVALID, "the request takes no payload");
     } else if (code == VCFG_ERR_INVALID) {
-        refuse(staged, code, std::string(object->pattern) + ": " + std::to_string(message.objIid.level) +
-                                 " instance numbers are not what the request takes");
+        refuse(staged, code,
+               std::string(object->pattern) + ": " + std::to_string(message.objIid.level) +
+                   " instance numbers are not what the request takes");
     } else if (code != VCFG_OK) {
         refuse(staged, code, model::path(*object, message.objIid) + ": no such instance");
     } else if (std::string program = hookProgram(vcmd.hooks, HookKind::Refresh, *object); program.empty()) {
