@@ -4,7 +4,7 @@ import os
 import signal
 import sys
 
-from . import boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_run, cli_status, completion, model, play, services
+from . import boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_run, cli_status, completion, model, play, services, truth
 from .errors import DONE, GatewayError
 from .state import State
 from .values import seconds, taking
@@ -31,6 +31,8 @@ def verb_service(state, options):
         services.stop(state, options.name)
     if options.action in ("start", "restart"):
         services.start(state, options.name)
+        if options.name in truth.WITNESSES and all(services.running(state, services.PROGRAMS[name]) for name in truth.WITNESSES):
+            truth.tell(state)
 
 
 def parser():
@@ -42,9 +44,11 @@ def parser():
     verbs = top.add_subparsers(dest="verb", required=True, metavar="VERB")
 
     def verb(name, call, text):
-        new = verbs.add_parser(name, parents=[common], help=text, description=text)
+        new = verbs.add_parser(name, parents=[common], description=text, **({"help": text} if text else {}))
         new.set_defaults(call=call)
         return new
+
+    verb.common = common
 
     _add_life(verb)
     for more in (cli_status, cli_run, cli_log, cli_hardware, cli_isp, cli_lan, play):

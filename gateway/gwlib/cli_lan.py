@@ -14,11 +14,11 @@ ANNOUNCED = {"--hostname": ("host name (default: the host's name)", text(63)), "
 
 def add_verbs(verb):
     new = verb("lan", None, "the hosts of the LAN, each with a real DHCP client")
-    host = new.add_subparsers(required=True, metavar="host").add_parser("host", help="a host of the LAN")
+    host = new.add_subparsers(required=True, metavar="host").add_parser("host", parents=[verb.common], help="a host of the LAN")
     actions = host.add_subparsers(required=True, metavar="ACTION")
 
     def action(name, call, told, *arguments):
-        one = actions.add_parser(name, help=told, description=told)
+        one = actions.add_parser(name, parents=[verb.common], help=told, description=told)
         one.set_defaults(call=call)
         for argument in arguments:
             one.add_argument(argument)

@@ -22,7 +22,7 @@ def verb_shell(state, options):
     find = f"for shell in {' '.join(SHELLS)}; do command -v $shell && break; done"
     shell = inside.must(state, "sh", "-c", find, room=options.room).strip()
     os.environ.setdefault("TERM", "dumb")
-    words = [shell, "--norc", "-i"] if shell.endswith("bash") else [shell, "-i"]
+    words = [shell, *(["--norc"] if shell.endswith("bash") else []), *(["-i"] if sys.stdin.isatty() else [])]
     inside.replace_by(state, ["env", f"PS1={options.room}:\\w# ", *words], options.room)
 
 

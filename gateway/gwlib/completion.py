@@ -1,8 +1,10 @@
 """What a shell offers to complete a call of gw with: the parser knows the verbs, the running gateway the rest."""
 import argparse
+import contextlib
 
 from . import lan, model, ports
 from .errors import GatewayError
+from .state import State
 
 BASH = """# Completion of gw for bash:  source <(gateway/gw completion bash)
 _gw() {
@@ -82,6 +84,11 @@ def _values(action, state, current):
     return offer(state, current) if offer else []
 
 
+def _named(words):
+    """The gateway that the call to complete is about, where it says so."""
+    return State(words[words.index("--state") + 1]) if "--state" in words[:-2] else None
+
+
 def _ports(state, _current):
     return [port.name for port in ports.of(state)]
 
@@ -109,10 +116,9 @@ def add_verbs(verb, top):
     new.add_argument("shell", choices=tuple(SCRIPTS))
 
     def verb_complete(state, options):
-        try:
-            print("\n".join(offered(top, state, options.words)))
-        except GatewayError:
-            return
+        words = options.words[1:] if options.words[:1] == ["--"] else options.words
+        with contextlib.suppress(GatewayError):  # who completes is told nothing
+            print("\n".join(offered(top, _named(words) or state, words)))
 
-    new = verb("complete", verb_complete, argparse.SUPPRESS)
+    new = verb("complete", verb_complete, None)
     new.add_argument("words", nargs=argparse.REMAINDER)

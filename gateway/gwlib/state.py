@@ -40,7 +40,11 @@ class State:
     def alone(self):
         """Booting and ending a gateway take turns."""
         self.directory.mkdir(parents=True, exist_ok=True)
-        with open(self.directory / "lock", "w", encoding="ascii") as file:
+        try:
+            file = open(self.directory / "lock", "w", encoding="ascii")
+        except PermissionError:
+            raise self._foreign() from None
+        with file:
             fcntl.flock(file, fcntl.LOCK_EX)
             yield
 
@@ -54,11 +58,14 @@ class State:
     def nobody(self):
         return f"no gateway runs in {self.directory}; gw up starts one"
 
+    def _foreign(self):
+        return GatewayError(f"{self.directory} belongs to {_owner(self.directory)}; ask as that user")
+
     def _number(self, name):
         try:
             return int((self.directory / f"{name}.pid").read_text())
         except PermissionError:
-            raise GatewayError(f"{self.directory} belongs to {_owner(self.directory)}; ask as that user") from None
+            raise self._foreign() from None
         except (OSError, ValueError):
             return None
 

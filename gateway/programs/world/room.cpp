@@ -126,7 +126,11 @@ void bindDevices() {
     makeDirectories("root/dev/pts");
     mountOn("devpts", "root/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=620");
     must(symlink("pts/ptmx", "root/dev/ptmx"), "cannot create /dev/ptmx");
-    must(symlink("/proc/self/fd", "root/dev/fd"), "cannot create /dev/fd");
+    constexpr const char* kStreams[][2] = {
+        {"fd", "/.proc/self/fd"}, {"stdin", "fd/0"}, {"stdout", "fd/1"}, {"stderr", "fd/2"}};
+    for (const auto& [name, target] : kStreams) {
+        must(symlink(target, (std::string("root/dev/") + name).c_str()), std::string("cannot create /dev/") + name);
+    }
     makeDirectories("root/dev/shm");
     mountOn("shm", "root/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777");
 }
