@@ -124,6 +124,8 @@ def of_journal(line):
 
 def of_model(line):
     path, old, new = line["path"], line.get("old"), line.get("new")
+    if line.get("by") == "refresh hook":  # somebody has asked: nothing has happened
+        return None
     if old is None:
         return "model", f"{path} is new" if not new else f"{path} = {new}"
     if new is None:

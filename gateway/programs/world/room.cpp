@@ -180,7 +180,8 @@ void layPlatformFiles(const std::string& from, const std::string& inside) {
 }
 
 // The kernel's procfs takes no new folders. So /proc is a tmpfs that shows everything of a procfs mounted beside it but
-// the processes, and the platform's own files of the layers. Programs that want processes there run through gw-procfs.
+// the processes (the first one excepted, which tells when all began), and the platform's own files of the layers.
+// Programs that want processes there run through gw-procfs.
 void layProc() {
     makeDirectories("root/.proc");
     mountOn("proc", "root/.proc", "proc", MS_NOSUID | MS_NOEXEC | MS_NODEV, nullptr);
@@ -191,7 +192,7 @@ void layProc() {
     }
     while (const dirent* entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
-        if (name == "." || name == ".." || isNumber(entry->d_name)) {
+        if (name == "." || name == ".." || (isNumber(entry->d_name) && name != "1")) {
             continue;
         }
         if (entry->d_type == DT_DIR) {
