@@ -10,7 +10,13 @@ from .state import ROOMS
 from .values import taking
 
 SHELLS = ("bash", "sh")
-PUT = 'set -e; [ ! -d "$1" ] || { echo "$1 is a folder" >&2; exit 1; }; mkdir -p "$(dirname "$1")"; cat >"$1.put"; chmod "$2" "$1.put"; mv -f "$1.put" "$1"'
+PUT = """set -e
+[ ! -d "$1" ] || { echo "$1 is a folder" >&2; exit 1; }
+mkdir -p "$(dirname "$1")"
+cat >"$1.put"
+chmod "$2" "$1.put"
+mv -f "$1.put" "$1"
+"""
 
 
 def verb_exec(state, options):
@@ -76,7 +82,8 @@ def add_verbs(verb):
     _add_room(new)
     new.add_argument("command", nargs="*", metavar="-- CMD...")
     _add_room(verb("shell", verb_shell, "a shell inside"))
-    new = verb("spawn", verb_spawn, "start a daemon of one's own inside; its output goes to gw log --all, its number to /run/gateway/NAME.pid")
+    new = verb("spawn", verb_spawn, "start a daemon of one's own inside; its output goes to gw log --all, "
+               "its number to /run/gateway/NAME.pid")
     new.add_argument("name", type=taking("NAME", service_name), metavar="NAME")
     new.add_argument("command", nargs="*", metavar="-- CMD...")
     new = verb("put", verb_put, "copy a file of this machine into the gateway, where it stays until gw down")

@@ -90,7 +90,8 @@ def customer(text):
     """An address that a customer may have."""
     address = ipaddress.ip_address(address4(text))
     if address not in NETWORK or str(address) in (ROUTER, SECOND, str(NETWORK[0]), str(NETWORK[-1])):
-        raise ValueError(f"it takes an address of the provider's network {NETWORK} but {NETWORK[0]}, {NETWORK[-1]} and its own {ROUTER} and {SECOND}")
+        raise ValueError(f"it takes an address of the provider's network {NETWORK} but {NETWORK[0]}, {NETWORK[-1]} "
+                         f"and its own {ROUTER} and {SECOND}")
     return str(address)
 
 

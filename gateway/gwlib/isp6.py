@@ -70,8 +70,8 @@ def serve(state):
 
 def _check_router(state, number, router):
     """Has radvd read what is to be, before anything is written."""
-    done = inside.run(state, "sh", "-c", "cat >/tmp/router.conf; chmod 644 /tmp/router.conf; exec radvd --configtest -m stderr -C /tmp/router.conf",
-                      room="isp", text=_router_text(number, router))
+    check = "cat >/tmp/router.conf; chmod 644 /tmp/router.conf; exec radvd --configtest -m stderr -C /tmp/router.conf"
+    done = inside.run(state, "sh", "-c", check, room="isp", text=_router_text(number, router))
     if done.returncode != 0:
         said = [line for line in done.stderr.splitlines() if "radvd" not in line.split(":")[0]] or done.stderr.splitlines()
         raise GatewayError(f"the provider's router does not take this: {said[-1] if said else 'radvd refuses it'}")

@@ -32,7 +32,8 @@ def add(state, name, port, mac=None, address=None, **announced):
     state.room("lan")
     known = hosts(state)
     if not NAME.fullmatch(name) or name in known:
-        raise GatewayError(f"{name} " + ("is there already" if name in known else "is no name for a host: 12 small letters, digits and '-'"))
+        raise GatewayError(f"{name} is there already" if name in known else
+                           f"{name} is no name for a host: 12 small letters, digits and '-'")
     hardware = mac or _hardware(name)
     for other, record in known.items():
         if record["mac"] == hardware:

@@ -104,5 +104,6 @@ def add_verbs(verb):
     new = verb("play", verb_play, "play scenario files with a live view, each on a gateway of its own (docs/scenarios.md)")
     new.add_argument("file", nargs="+", metavar="SCENARIO")
     new.add_argument("-v", "--verbose", action="store_true",
-                     help="show what lies between the checks, too: what arrives (in), what the daemon says (tarn) and runs, how the model changes")
+                     help="show what lies between the checks, too: what arrives (in), what the daemon says (tarn) and runs, "
+                          "how the model changes")
     new.add_argument("--stay", action="store_true", help="leave the last gateway up, and say how to talk to it")

@@ -16,7 +16,8 @@ COLOURS = {("2 0", "0"): "green", ("0 0", "2"): "red", ("0 0", "0"): "dark"}
 def snapshot(state):
     """Whatever cannot be learnt is None."""
     # One shell inside asks for all of it, so that it is the state of one moment.
-    told = inside.run(state, "sh", "-c", "; ".join(f"{command} 2>/dev/null; printf '{MARK}'" for command in ASKED)).stdout.split(MARK)
+    orders = "; ".join(f"{command} 2>/dev/null; printf '{MARK}'" for command in ASKED)
+    told = inside.run(state, "sh", "-c", orders).stdout.split(MARK)
     dump, links, routes4, routes6, resolver, leds, lines = (told + [""] * len(ASKED))[: len(ASKED)]
     model = (_json(dump) or {}).get("objects")
     kernel = {link["ifname"]: link for link in _json(links) or ()}
@@ -27,7 +28,7 @@ def snapshot(state):
                      for name, program in services.PROGRAMS.items()},
         "cables": _cables(state, kernel, model),
         "lines": _lines(lines, model),
-        "interfaces": None if model is None else [_interface(path, record, model, kernel) for path, record in _rows(model, r"IP\.Interface\.\d+")],
+        "interfaces": _interfaces(model, kernel),
         "defaultRoutes": [_route(route) for text in (routes4, routes6) for route in _json(text) or ()],
         "nameServers": re.findall(r"^nameserver\s+(\S+)", resolver, re.M),
         "internetLed": COLOURS.get(tuple(leds.splitlines()), leds.strip().replace("\n", "/") or None),
@@ -51,7 +52,8 @@ def _rows(model, pattern):
 
 def _cables(state, kernel, model):
     """Each port: whether its cable is plugged in, whether the kernel has a link, and what the model says of it."""
-    far = {room: {link["ifname"]: "UP" in link["flags"] for link in _json(inside.run(state, "ip", "-json", "link", room=room).stdout) or ()}
+    far = {room: {link["ifname"]: "UP" in link["flags"]
+                  for link in _json(inside.run(state, "ip", "-json", "link", room=room).stdout) or ()}
            for room in ("isp", "lan")}
     return [{
         "port": port.name, "to": "provider" if port.upstream else "LAN",
@@ -69,12 +71,19 @@ def _lines(text, model):
     return lines
 
 
+def _interfaces(model, kernel):
+    if model is None:
+        return None
+    return [_interface(path, record, model, kernel) for path, record in _rows(model, r"IP\.Interface\.\d+")]
+
+
 def _interface(path, record, model, kernel):
     device = record.get("X_VORAN_IfName") or _ppp(record, model).get("X_VORAN_IfName") or record.get("Name", "")
     return {
         "path": path, "alias": record.get("Alias", ""), "device": device, "wan": ports.is_set(record.get("X_VORAN_WAN")),
         "status": record.get("Status", ""),
-        "addresses": [f"{entry['local']}/{entry['prefixlen']}" for entry in kernel.get(device, {}).get("addr_info", ()) if entry["scope"] == "global"],
+        "addresses": [f"{entry['local']}/{entry['prefixlen']}" for entry in kernel.get(device, {}).get("addr_info", ())
+                      if entry["scope"] == "global"],
         "connections": [*_connections(path, model), *_dialled(record, model)],
     }
 

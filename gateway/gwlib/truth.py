@@ -8,7 +8,11 @@ from . import inside, model, ports
 WITNESSES = ("vcmd", "linkd", "tarn")  # who together follow the links
 SECONDS, STEP = 15, 0.3
 DSL = {"ptm0": "PTM.Link", "atm0": "ATM.Link"}
-LOOK = 'cd /sys/class/net; for n; do [ ! -d $n ] || echo "$n $(cat $n/carrier 2>/dev/null || echo 0) $(cat $n/speed 2>/dev/null) $(cat $n/duplex 2>/dev/null)"; done'
+LOOK = """cd /sys/class/net
+for device; do
+    [ ! -d "$device" ] || echo $device $(cat $device/carrier 2>/dev/null || echo 0) $(cat $device/speed $device/duplex 2>/dev/null)
+done
+"""
 
 
 def tell(state):
@@ -33,7 +37,8 @@ def tell(state):
 def _disagreements(state):
     """{device: the event that would tell the truth about it}."""
     devices = [port.name for port in ports.of(state)]
-    linked = {words[0]: words[1:] for words in map(str.split, inside.run(state, "sh", "-c", LOOK, "look", *devices, *DSL).stdout.splitlines())}
+    seen = inside.run(state, "sh", "-c", LOOK, "look", *devices, *DSL).stdout
+    linked = {words[0]: words[1:] for words in map(str.split, seen.splitlines())}
     believed = _believed(state, devices)
     return {name: _event(name, *told) for name, told in linked.items()
             if name in believed and (told[0] == "1") is not believed[name]}
@@ -41,7 +46,8 @@ def _disagreements(state):
 
 def _believed(state, devices):
     """{device: whether the model has it up}."""
-    found = model.get(state, *(f"{table}.*.{parameter}" for table in ("Ethernet.Interface", *DSL.values()) for parameter in ("Name", "Status")))
+    found = model.get(state, *(f"{table}.*.{parameter}" for table in ("Ethernet.Interface", *DSL.values())
+                               for parameter in ("Name", "Status")))
     names = {path.removesuffix(".Name"): name for path, name in found.items() if path.endswith(".Name")}
     return {name: found.get(f"{path}.Status") == "Up" for path, name in names.items()
             if name in devices or path.rpartition(".")[0] == DSL.get(name)}
