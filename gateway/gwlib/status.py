@@ -8,7 +8,8 @@ from .state import inside_number
 
 MARK = "\x1e"
 LEDS = "/proc/tc3162/led_internet /proc/tc3162/led_internet_red"
-ASKED = ("vcfgctl dump", "ip -json addr", "ip -json route show default", "ip -json -6 route show default",
+TABLES = ("Ethernet.Interface.", "DSL.Line.", "IP.Interface.", "DHCPv4.Client.", "DHCPv6.Client.", "PPP.Interface.")
+ASKED = ("vcfgctl get " + " ".join(TABLES), "ip -json addr", "ip -json route show default", "ip -json -6 route show default",
          "cat /etc/resolv.conf", f"cat {LEDS}", "gw-linesim state")
 COLOURS = {("2 0", "0"): "green", ("0 0", "2"): "red", ("0 0", "0"): "dark"}
 
@@ -18,8 +19,8 @@ def snapshot(state):
     # One shell inside asks for all of it, so that it is the state of one moment.
     orders = "; ".join(f"{command} 2>/dev/null; printf '{MARK}'" for command in ASKED)
     told = inside.run(state, "sh", "-c", orders).stdout.split(MARK)
-    dump, links, routes4, routes6, resolver, leds, lines = (told + [""] * len(ASKED))[: len(ASKED)]
-    model = (_json(dump) or {}).get("objects")
+    values, links, routes4, routes6, resolver, leds, lines = (told + [""] * len(ASKED))[: len(ASKED)]
+    model = _objects(values)
     kernel = {link["ifname"]: link for link in _json(links) or ()}
     return {
         "state": str(state.directory),
@@ -42,6 +43,16 @@ def _json(text):
         return json.loads(text)
     except ValueError:
         return None
+
+
+def _objects(text):
+    """{object: {parameter: value}}; None when there is nobody to tell."""
+    found = {}
+    for line in text.splitlines():
+        path, _, value = line.partition("=")
+        thing, _, parameter = path.rpartition(".")
+        found.setdefault(thing, {})[parameter] = value
+    return found or None
 
 
 def _rows(model, pattern):
