@@ -41,15 +41,20 @@ def _disagreements(state):
     linked = {words[0]: words[1:] for words in map(str.split, seen.splitlines())}
     believed = _believed(state, devices)
     return {name: _event(name, *told) for name, told in linked.items()
-            if name in believed and (told[0] == "1") is not believed[name]}
+            if name in believed and _differs(name, told[0] == "1", believed[name])}
+
+
+def _differs(name, linked, status):
+    """A port is up or down; a vcmd that has begun anew says neither of it."""
+    return (status == "Up") is not linked or (name not in DSL and status not in ("Up", "Down"))
 
 
 def _believed(state, devices):
-    """{device: whether the model has it up}."""
+    """{device: its status in the model}."""
     found = model.get(state, *(f"{table}.*.{parameter}" for table in ("Ethernet.Interface", *DSL.values())
                                for parameter in ("Name", "Status")))
     names = {path.removesuffix(".Name"): name for path, name in found.items() if path.endswith(".Name")}
-    return {name: found.get(f"{path}.Status") == "Up" for path, name in names.items()
+    return {name: found.get(f"{path}.Status", "") for path, name in names.items()
             if name in devices or path.rpartition(".")[0] == DSL.get(name)}
 
 
