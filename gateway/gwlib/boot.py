@@ -9,9 +9,9 @@ import subprocess
 import sys
 import time
 
-from . import dual_stack, inside, isp, isp6, lan, logs, model, net, ports, services
+from . import dual_stack, inside, isp, isp6, lan, logs, model, needs, net, ports, services, times
 from .errors import GatewayError
-from .state import REPOSITORY, ROOMS, inside_number
+from .state import REPOSITORY, ROOMS
 from .waiting import until
 
 DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
@@ -28,13 +28,15 @@ def up(state, config=None, fresh=False, unplugged=(), say=print, before_clients=
 
 
 def _up(state, config, fresh, unplugged, say, before_clients):
-    if state.world() is not None:
-        raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
+    refuse_running(state)
     state.prepare(fresh or config is not None)
     is_given = config is not None or not state.model.exists()
     if is_given:
         _install_model(state, config or DEFAULTS)
     shutil.copyfile(state.given if is_given else state.model, state.booted)
+    for lack in needs.lacking(ports.objects(state)):
+        print(f"gw: {lack}", file=sys.stderr)
+    times.remember_boot(state)
     try:
         _build_world(state)
         net.lay_cables(state, unplugged)
@@ -64,6 +66,11 @@ def _up(state, config, fresh, unplugged, say, before_clients):
     except BaseException:
         _down(state)
         raise
+
+
+def refuse_running(state):
+    if state.world() is not None:
+        raise GatewayError(f"a gateway runs in {state.directory} already; gw down stops it")
 
 
 def down(state):
@@ -165,9 +172,3 @@ def _await_completion(state):
     if not until(lambda: said(CONFIRMED), START_UP_SECONDS):
         raise GatewayError(f"start-up did not complete in {START_UP_SECONDS} s: no notice reached vcmd")
 
-
-def status(state):
-    """{service: [numbers inside]} of a running gateway."""
-    state.room("gateway")
-    return {name: [inside_number(number) for number in services.running(state, program)]
-            for name, program in services.PROGRAMS.items()}

@@ -1,6 +1,8 @@
 """Running programs in the rooms of the world."""
 import os
+import signal
 import subprocess
+import sys
 
 from .errors import GatewayError
 
@@ -17,12 +19,15 @@ def environment(extra=None):
 def entering(state, room, command):
     first = state.room(room)
     user = ["-U", "--preserve-credentials"] if os.geteuid() != 0 else []
-    return ["nsenter", "-t", str(first), *user, "-m", "-p", "-n", "-i", "-u", "--", *map(str, command)]
+    return ["nsenter", "-t", str(first), *user, "-m", "-p", "-n", "-i", "-u", "-r", "-w", "--", *map(str, command)]
 
 
-def replace_by(state, command):
-    """Becomes the command inside the gateway: standard streams and exit status are its own."""
-    words = entering(state, "gateway", command)
+def replace_by(state, command, room="gateway"):
+    """Becomes the command inside the room: standard streams, signals and exit status are its own."""
+    words = entering(state, room, command)
+    for ignored in (signal.SIGPIPE, signal.SIGXFSZ):  # by Python, and so by what it becomes
+        signal.signal(ignored, signal.SIG_DFL)
+    sys.stdout.flush()
     os.execvpe(words[0], words, environment())
 
 
@@ -61,6 +66,6 @@ def hand_over(state, room, devices, process):
         raise GatewayError(f"cannot connect {', '.join(devices)}: {done.stderr.strip()}")
 
 
-def feed(state, command, data):
+def feed(state, command, data, room="gateway"):
     """Runs the command with these bytes on standard input; its exit status."""
-    return subprocess.run(entering(state, "gateway", command), env=environment(), input=data, check=False).returncode
+    return subprocess.run(entering(state, room, command), env=environment(), input=data, check=False).returncode

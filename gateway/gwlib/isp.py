@@ -1,10 +1,10 @@
 """The internet provider: another machine with a real DHCP and DNS server, which can be told to change its mind."""
 import ipaddress
 import json
-import re
 
 from . import inside
 from .errors import GatewayError
+from .values import address4
 from .waiting import until
 
 ROUTER = "203.0.113.1"
@@ -12,6 +12,7 @@ SECOND = "203.0.113.2"
 NETWORK = ipaddress.ip_network("203.0.113.0/24")
 MODES = ("answer", "refuse", "silent")
 TIME_MODES = ("answer", "silent")
+SHORTEST = 120  # seconds of a lease: the server grants none below
 DEFAULTS = {
     "mode": "answer",
     "router": ROUTER,
@@ -39,31 +40,67 @@ def start(state):
 
 
 def change(state, **changes):
-    """Takes over the named settings, and serves by them from now on."""
+    """Takes over the named settings, and serves by them from now on. What the server would not take changes nothing."""
     state.room("isp")
-    new = {**settings(state), **changes}
-    (state.isp / "settings.json").write_text(json.dumps(new))
-    (state.isp / "options").write_text("".join(f"{line}\n" for line in _option_lines(new)))
-    (state.isp / "dhcp.conf").write_text("".join(f"{line}\n" for line in _mode_lines(new)))
+    before = settings(state)
+    new = {**before, **changes}
+    _check(state, new)
+    _write(state, new)
     if new["mode"] == "refuse":
         (state.isp / "leases").unlink(missing_ok=True)
+    try:
+        _serve(state)
+    except GatewayError:
+        _write(state, before)
+        _serve(state)
+        raise
+
+
+def _check(state, new):
+    """Has the server read what is to be, before anything is written."""
+    text = _lines((*_mode_lines(new), *(f"dhcp-option={line}" for line in _option_lines(new))))
+    done = inside.run(state, "dnsmasq", "--test", "--conf-file=-", room="isp", text=text)
+    if done.returncode != 0:
+        said = done.stderr.strip().removeprefix("dnsmasq: ").split(" at line")[0]
+        raise GatewayError(f"the provider's server does not take this: {said}; options are lines as option:domain-name,isp.example")
+
+
+def _write(state, new):
+    (state.isp / "settings.json").write_text(json.dumps(new))
+    (state.isp / "options").write_text(_lines(_option_lines(new)))
+    (state.isp / "dhcp.conf").write_text(_lines(_mode_lines(new)))
+
+
+def _lines(lines):
+    return "".join(f"{line}\n" for line in lines)
+
+
+def _serve(state):
     inside.must(state, "/usr/lib/isp/serve", room="isp")
     _await_service(state)
 
 
 def tell_time(state, mode):
     """Whether the provider's NTP server answers from now on."""
-    (state.isp / "settings.json").write_text(json.dumps({**settings(state), "ntp": mode}))
     inside.must(state, "/usr/lib/isp/serve-time", mode, room="isp")
+    (state.isp / "settings.json").write_text(json.dumps({**settings(state), "ntp": mode}))
+
+
+def customer(text):
+    """An address that a customer may have."""
+    address = ipaddress.ip_address(address4(text))
+    if address not in NETWORK or str(address) in (ROUTER, SECOND, str(NETWORK[0]), str(NETWORK[-1])):
+        raise ValueError(f"it takes an address of the provider's network {NETWORK} but {NETWORK[0]}, {NETWORK[-1]} "
+                         f"and its own {ROUTER} and {SECOND}")
+    return str(address)
 
 
 def renumber(state, address, **changes):
     """The next renewal is granted with another address (and whatever else changes); the server goes on from there."""
-    if ipaddress.ip_address(address) not in NETWORK:
-        raise GatewayError(f"{address} is not in the provider's network {NETWORK}")
     change(state, **changes)
     inside.must(state, "/usr/lib/isp/serve", "renumber", address, room="isp")
     if not until(lambda: (state.isp / "renumber.ready").exists(), 10):
+        _serve(state)
         raise GatewayError("the provider does not get ready to renumber; see isp/renumber.txt")
 
 
@@ -85,21 +122,6 @@ def _mode_lines(now):
         yield f"dhcp-range=203.0.113.100,203.0.113.199,255.255.255.0,{now['lease']}"
     if now["mode"] == "refuse":  # knows nobody: offers nothing, and refuses whoever claims a lease
         yield f"dhcp-range=203.0.113.0,static,255.255.255.0,{now['lease']}"
-
-
-def parse_routes(text):
-    """"10.9.0.0/16,203.0.113.1,..." (or "none") as a list; an odd count or a bad address is refused."""
-    if text in ("", "none"):
-        return []
-    words = re.split(r"[,\s]+", text.strip())
-    try:
-        for index, word in enumerate(words):
-            ipaddress.ip_network(word) if index % 2 == 0 else ipaddress.ip_address(word)
-    except ValueError as problem:
-        raise GatewayError(f"{text!r} are no routes: {problem}") from None
-    if len(words) % 2:
-        raise GatewayError(f"{text!r} are no routes: NETWORK/WIDTH,GATEWAY[,...] are")
-    return words
 
 
 def _await_service(state):

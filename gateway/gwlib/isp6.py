@@ -24,6 +24,7 @@ DHCP_DEFAULTS = {
     "valid": 3600,
 }
 PREFERENCES = ("low", "medium", "high")
+PAUSE, LONGEST_ROUTER = 4, 9000  # seconds: between two advertisements at most, and of a router's lifetime
 
 
 def settings(state):
@@ -47,13 +48,16 @@ def prepare(state):
 def change_router(state, number, **changes):
     new = settings(state)
     new["routers"][number].update(changes)
-    _serve(state, new)
+    _check_router(state, number, new["routers"][number])
+    _change(state, new)
 
 
 def change_dhcp(state, **changes):
     new = settings(state)
     new["dhcp"].update(changes)
-    _serve(state, new)
+    if new["dhcp"]["preferred"] > new["dhcp"]["valid"]:
+        raise GatewayError(f"the preferred lifetime ({new['dhcp']['preferred']} s) is longer than the valid one ({new['dhcp']['valid']} s)")
+    _change(state, new)
 
 
 def serve(state):
@@ -61,7 +65,26 @@ def serve(state):
     new = settings(state)
     new["routers"]["1"]["advertise"] = True
     new["dhcp"]["serve"] = True
-    _serve(state, new)
+    _change(state, new)
+
+
+def _check_router(state, number, router):
+    """Has radvd read what is to be, before anything is written."""
+    check = "cat >/tmp/router.conf; chmod 644 /tmp/router.conf; exec radvd --configtest -m stderr -C /tmp/router.conf"
+    done = inside.run(state, "sh", "-c", check, room="isp", text=_router_text(number, router))
+    if done.returncode != 0:
+        said = [line for line in done.stderr.splitlines() if "radvd" not in line.split(":")[0]] or done.stderr.splitlines()
+        raise GatewayError(f"the provider's router does not take this: {said[-1] if said else 'radvd refuses it'}")
+
+
+def _change(state, new):
+    """Serves by the settings; where that fails, the servers go on as before."""
+    before = settings(state)
+    try:
+        _serve(state, new)
+    except GatewayError:
+        _serve(state, before)
+        raise
 
 
 def _serve(state, new):
@@ -98,7 +121,7 @@ def _on(flag):
 
 def _router_text(number, router):
     prefix = f"  prefix {router['prefix']} {{ AdvOnLink on; AdvAutonomous off; }};\n" if router["prefix"] else ""
-    return (f"interface wan0 {{\n  AdvSendAdvert on;\n  MinRtrAdvInterval 3;\n  MaxRtrAdvInterval 4;\n"
+    return (f"interface wan0 {{\n  AdvSendAdvert on;\n  MinRtrAdvInterval 3;\n  MaxRtrAdvInterval {PAUSE};\n"
             f"  AdvRASrcAddress {{ {ROUTERS[number]}; }};\n"
             f"  AdvManagedFlag {_on(router['managed'])};\n  AdvOtherConfigFlag {_on(router['other'])};\n"
             f"  AdvDefaultPreference {router['preference']};\n  AdvDefaultLifetime {router['lifetime']};\n{prefix}}};\n")

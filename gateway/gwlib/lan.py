@@ -1,14 +1,12 @@
 """The hosts of the LAN: machines with a real DHCP client, each behind a port of the gateway."""
 import hashlib
 import json
-import os
 import re
 
 from . import inside, net
 from .errors import GatewayError
 
 NAME = re.compile(r"[a-z0-9][a-z0-9-]{0,11}")
-ADDRESS = re.compile(r"([0-9a-fA-F]{2}:){5}[0-9a-fA-F]{2}")
 FORUM = 3561  # whose numbers of vendor options a device identifies itself by
 IDENTITY = {"oui": 1, "serial": 2, "product_class": 3}
 HOST = "/usr/lib/lan/host"
@@ -34,10 +32,12 @@ def add(state, name, port, mac=None, address=None, **announced):
     state.room("lan")
     known = hosts(state)
     if not NAME.fullmatch(name) or name in known:
-        raise GatewayError(f"{name} " + ("is there already" if name in known else "is no name for a host: 12 small letters, digits and '-'"))
-    hardware = (mac or _hardware(name)).lower()
-    if not ADDRESS.fullmatch(hardware):
-        raise GatewayError(f"{mac} is no hardware address")
+        raise GatewayError(f"{name} is there already" if name in known else
+                           f"{name} is no name for a host: 12 small letters, digits and '-'")
+    hardware = mac or _hardware(name)
+    for other, record in known.items():
+        if record["mac"] == hardware:
+            raise GatewayError(f"{hardware} is the hardware address of {other}")
     options = _client_options(name, **announced)
     far = _far(state, port)
     inside.must(state, HOST, "attach", name, far, hardware, room="lan")
@@ -76,8 +76,7 @@ def signal(state, name, what):
 def replace_by(state, name, command):
     """Becomes the command on the host."""
     _host(state, name)
-    words = inside.entering(state, "lan", ["ip", "netns", "exec", name, *command])
-    os.execvpe(words[0], words, inside.environment())
+    inside.replace_by(state, ["ip", "netns", "exec", name, *command], room="lan")
 
 
 def described(state):
@@ -115,17 +114,10 @@ def _client_options(name, hostname=None, vendor_class=None, client_id=None, **id
     """What the client announces, in its own words."""
     words = ["-x", f"hostname:{hostname or name}"]
     words += ["-V", vendor_class] if vendor_class is not None else []
-    words += ["-C", "-x", f"0x3d:{_octets('client id', client_id)}"] if client_id else []
+    words += ["-C", "-x", f"0x3d:{client_id}"] if client_id else []
     told = b"".join(_field(code, (identity.get(key) or "").encode()) for key, code in IDENTITY.items() if identity.get(key))
     words += ["-x", f"0x7d:{(FORUM.to_bytes(4, 'big') + _counted(told)).hex()}"] if told else []
     return words
-
-
-def _octets(what, text):
-    try:
-        return bytes.fromhex(text.replace(":", "")).hex()
-    except ValueError:
-        raise GatewayError(f"{text!r} is no {what}: hexadecimal digits are") from None
 
 
 def _field(code, data):

@@ -1,12 +1,15 @@
 """The daemon's log lines and the journal of the commands it ran."""
 import json
-import sys
-import time
 
-LEVELS = {0: "emerg", 1: "alert", 2: "crit", 3: "error", 4: "warning", 5: "notice", 6: "info", 7: "debug"}
-ERROR, WARNING = 3, 4
+from . import times
+from .terminal import harmless, paint
+
+LEVELS = ("emerg", "alert", "crit", "error", "warning", "notice", "info", "debug")
+CHANNELS = ("vlog", "syslog", "stdout")
+ERROR, WARNING, INFO = 3, 4, 6
 SETTLE_SECONDS = 0.05  # what a program has logged is in the file by then
-COLOURS = {3: "31", 4: "33", 7: "2"}
+COLOURS = {0: "alarm", 1: "alarm", 2: "alarm", 3: "red", 4: "yellow", 7: "dim"}
+mark = times.now  # a point in time for --since
 
 
 def _read(path, since):
@@ -32,26 +35,20 @@ def commands(state, since=None):
     return sorted(_read(state.journal, since), key=lambda line: line["t_mono_us"])
 
 
-def mark():
-    """A point in time for --since: microseconds of the monotonic clock."""
-    return time.clock_gettime_ns(time.CLOCK_MONOTONIC) // 1000
+def level(line):
+    """Number of the line's level; what is merely printed counts as information."""
+    return INFO if line["channel"] == "stdout" else line["level"]
 
 
-def _paint(text, colour):
-    return f"\033[{colour}m{text}\033[0m" if colour and sys.stdout.isatty() else text
-
-
-def readable_line(line):
+def readable_line(line, when):
     """One line for people: time, channel, level, who, text."""
     where = f"{line['source']}:{line['line']} {line['function']}: " if line["source"] else ""
-    level = "" if line["channel"] == "stdout" else LEVELS.get(line["level"], str(line["level"]))
-    text = line["text"].replace("\n", "\\n")
-    return (f"{line['t_mono_us'] / 1e6:12.6f} {line['channel']:6} {level:7} {line['daemon'] or '?'}: "
-            + _paint(where + text, COLOURS.get(line["level"] if level else None)))
+    named = "" if line["channel"] == "stdout" else LEVELS[line["level"]] if line["level"] in range(8) else line["level"]
+    return (f"{when} {line['channel']:6} {named:7} {harmless(line['daemon']) or '?'}: "
+            + paint(harmless(where + line["text"]), COLOURS.get(line["level"] if named else None)))
 
 
-def readable_command(line):
-    effect = f"  [{line['effect']}]".replace("\n", "; ") if line["effect"] else ""
-    status = _paint(f"{line['status']:3}", "31" if line["status"] else None)
-    command = line["command"].rstrip("\n").replace("\n", "\\n")
-    return f"{line['t_mono_us'] / 1e6:12.6f} {status} {line['duration_ms']:5} ms  {command}{effect}"
+def readable_command(line, when):
+    effect = harmless(f"  [{line['effect']}]".replace("\n", "; ")) if line["effect"] else ""
+    status = paint(f"{line['status']:3}", "red" if line["status"] else None)
+    return f"{when} {status} {line['duration_ms']:5} ms  {harmless(line['command'].rstrip(chr(10)))}{effect}"

@@ -91,8 +91,17 @@ def report_ports(state):
         higher = [above for above, lower in below.items() if lower == path]
         told.update({above: "LowerLayerDown" for above in higher})
         dead += higher
-    if told:
-        inside.must(state, "vcfgctl", "set", "--no-apply", *(f"{path}.Status={status}" for path, status in told.items()))
+    words = [f"{path}.Status={status}" for path, status in told.items()] + _addresses(state, names)
+    if words:
+        inside.must(state, "vcfgctl", "set", "--no-apply", *words)
+
+
+def _addresses(state, ports_):
+    """The hardware addresses of ports and of the links on them. They stay as they are while a gateway runs, so nobody has
+    to look at them with every link event."""
+    addresses = {link["ifname"]: link["address"] for link in json.loads(inside.must(state, "ip", "-json", "link"))}
+    links = {path.removesuffix(".Name"): name for path, name in model.get(state, "Ethernet.Link.*.Name").items()}
+    return [f"{path}.MACAddress={addresses[name]}" for path, name in {**ports_, **links}.items() if name in addresses]
 
 
 def await_links(state, unplugged=()):

@@ -1,198 +1,150 @@
-"""A road through the gateway, shown while it is travelled: what comes in, what the daemon does about it, and what the
-data model says then. Whoever writes a road asks for things, waits for outcomes and checks them; the view keeps up."""
-import json
-import os
-import re
-import signal
+"""A road through the gateway: somebody asks for things, waits for outcomes and checks them. docs/scenarios.md is the page
+about it; what stands there without an underscore is kept."""
+import collections
 import subprocess
 import sys
-import threading
 import time
 
-from . import boot, inside, logs
+from . import boot, inside, logs, model, net
 from .errors import GatewayError
+from .state import REPOSITORY
+from .terminal import fitted, harmless, paint
+from .view import View
 
-# What the daemon says of messages whose content it does not log.
-RECEIVED = {
-    219: "from the DHCPv6 client: a report of address and prefix",
-    221: "from the advertisement listener: a router has advertised itself",
-    251: "from the LAN's DHCP server: a lease, or a client's group",
-    1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
-    1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
-    4027: "from the timer: the next poll of the protected setup",
-    4028: "a requester asks to start a protected setup", 4029: "a requester asks to stop the protected setup",
-}
 WAN, BRIDGE = "eth0.5", "br0"  # devices of the default configuration
-MESSAGE = re.compile(r"process msg type = (\d+) ")
-COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
-
-
-class Tail:
-    """The whole lines that a file has grown by."""
-
-    def __init__(self, path):
-        self.file = open(path, encoding="utf-8", errors="replace")
-        self.rest = ""
-
-    def new(self):
-        self.rest += self.file.read()
-        *whole, self.rest = self.rest.split("\n")
-        return [json.loads(line) for line in whole]
-
-
-class Watch:
-    """The changes of the data model, from now on."""
-
-    def __init__(self, state):
-        words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
-        self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
-                                        stdin=subprocess.DEVNULL, start_new_session=True)
-        self.lines = []
-        threading.Thread(target=self._read, daemon=True).start()
-
-    def _read(self):
-        for line in self.process.stdout:
-            self.lines.append(json.loads(line))
-
-    def new(self):
-        lines, self.lines = self.lines, []
-        return lines
-
-    def end(self):
-        """Its child inside the gateway holds this program's standard error: whoever reads that waits for both to end."""
-        os.killpg(self.process.pid, signal.SIGKILL)
-        self.process.wait()
-
-
-def lease_event(text):
-    """The DHCP client's payload for people."""
-    try:
-        event = json.loads(text)
-    except ValueError:
-        return text
-    if not event.get("addressAssigned"):
-        return f"no lease any more  ({text})"
-    words = [f"lease {event.get('ip')} mask {event.get('subnet')}", f"router {event.get('router')}",
-             f"DNS {event.get('dns')}", *(f"route {route}" for route in classless_routes(event.get("opt121", "")))]
-    return ", ".join(words)
-
-
-def classless_routes(option):
-    """"10.9.0.0/16 via 203.0.113.1" for each route of the option's hexadecimal text."""
-    data = bytes.fromhex(option)[2:]
-    while data:
-        width, octets = data[0], (data[0] + 7) // 8
-        network = ".".join(map(str, data[1 : 1 + octets].ljust(4, b"\0")))
-        gateway = ".".join(map(str, data[1 + octets : 5 + octets]))
-        yield f"{network}/{width} via {gateway}"
-        data = data[5 + octets :]
+COLOURS = {"in": "cyan", "tarn": None, "runs": "violet", "model": "yellow", "led": "bright", "note": "cyan", "ok": "green",
+           "FAIL": "alarm", "title": "bold"}
+SIDE = ("in", "tarn", "runs", "model", "led", "note")  # kinds of lines that are raw material for the checks
+REMEMBERED = 25  # of them, for a check that fails
 
 
 class Road:
-    def __init__(self, title):
-        self.colour = sys.stdout.isatty()
-        self.begin = time.monotonic()
-        self.checks = 0
-        self.failures = []
-        self.sources = []
-        self.paint("title", title)
+    """One gateway, and what is asked, awaited and checked of it."""
 
-    def paint(self, kind, text):
-        print(f"\033[{COLOURS[kind]}m{text}\033[0m" if self.colour else text, flush=True)
+    def __init__(self, name, state, verbose=False, shows=None):
+        self.name, self.state, self.verbose = name, state, verbose
+        self.checks, self.failures, self.seconds = 0, [], 0.0
+        self._begin = time.monotonic()
+        self._view, self._shows = None, shows or (lambda line, describe: describe(line))
+        self._unseen = collections.deque(maxlen=REMEMBERED)
+        self._mark = 0
 
-    def line(self, kind, text, at=None):
-        seconds = (at if at is not None else time.monotonic()) - self.begin
-        self.paint(kind, f"{seconds:8.3f}  {kind:5}  {text}")
+    # --- asking ---
 
-    def watch(self, state):
-        """From here on, everything that happens in the gateway is shown."""
-        self.sources = [(Tail(state.log), self._of_log), (Tail(state.journal), self._of_journal),
-                        (Watch(state), self._of_model)]
-        self.show()
+    def boot(self, config=None, unplugged=(), ready=lambda: None):
+        """Boots with the factory defaults or a configuration. `ready` is called when start-up has completed and no lease
+        has been asked for yet; from there on all that happens is in the view."""
+        def watched():
+            self._view = View(self.state, self._shows)
+            self._show()
+            ready()
 
-    def show(self):
-        """What has happened since it was last asked, in order."""
-        seen = []
-        for source, describe in self.sources:
-            for line in source.new():
-                described = describe(line)
-                if described is not None:
-                    seen.append((line["t_mono_us"] / 1e6, *described))
-        for at, kind, text in sorted(seen, key=lambda line: line[0]):
-            self.line(kind, text, at)
+        boot.up(self.state, config=config, fresh=True, unplugged=unplugged, before_clients=watched, say=lambda text: None)
 
-    def _of_log(self, line):
-        if line["daemon"] != "tarn":
-            return None
-        text = line["text"].replace("\n", " ")
-        if line["channel"] == "syslog" and text.startswith("DHCPC Option "):
-            return "in", "from the DHCP client: " + lease_event(text.removeprefix("DHCPC Option "))
-        if line["channel"] == "vlog" and line["level"] >= 7:
-            message = MESSAGE.match(text)
-            received = RECEIVED.get(int(message[1])) if message else None
-            return ("in", received) if received else None
-        return "tarn", f"{text}  ({line['channel']})"
+    def gw(self, *words):
+        """Any call of gw about this gateway, as words or as one text; what it printed. One that is refused ends the road."""
+        command = [sys.executable, str(REPOSITORY / "gateway" / "gw"), *(words[0].split() if len(words) == 1 else map(str, words)),
+                   "--state", str(self.state.directory)]
+        done = subprocess.run(command, capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False)
+        if done.returncode != 0:
+            raise GatewayError(f"{' '.join(map(str, words))}: {done.stderr.strip().removeprefix('gw: ')}")
+        return done.stdout
 
-    def _of_journal(self, line):
-        effect = f"  -> {line['effect']}" if line["effect"] else ""
-        return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
+    def inside(self, *command, room="gateway", text=None):
+        """A command in a room; what it printed. One that fails ends the road."""
+        return inside.must(self.state, *command, room=room, text=text)
 
-    def _of_model(self, line):
-        path, old, new = line["path"], line.get("old"), line.get("new")
-        if old is None:
-            return "model", f"{path} is new" if not new else f"{path} = {new}"
-        if new is None:
-            return "model", f"{path} is gone"
-        return "model", f"{path}: {old or '(empty)'} -> {new or '(empty)'}"
+    def run(self, *command, room="gateway"):
+        """The same, finished, whatever its returncode."""
+        return inside.run(self.state, *command, room=room)
+
+    def set(self, *assignments):
+        """PATH=VALUE of the data model, each."""
+        self.inside("vcfgctl", "set", *assignments)
+
+    def cable(self, port, action):
+        """Plugs ("in") or pulls ("out") the cable of a port."""
+        net.plug(self.state, port, action == "in")
+
+    # --- seeing ---
+
+    def value(self, path):
+        """Of one parameter; None when it does not exist."""
+        return model.get(self.state, path).get(path)
+
+    def values(self, pattern):
+        """{path: value} of what a path with stars, or a subtree, has."""
+        return model.get(self.state, pattern)
+
+    def said(self, part):
+        """Whether the daemon has logged a line with this part since the last title."""
+        return any(part in line["text"] for line in logs.lines(self.state, self._mark))
+
+    def ran(self, part):
+        """Whether the daemon has run a command with this part since the last title."""
+        return any(part in line["command"] for line in logs.commands(self.state, self._mark))
+
+    # --- telling and checking ---
 
     def title(self, text):
-        self.show()
-        self.paint("title", f"\n{text}")
-        if self.colour:
-            time.sleep(1)  # someone reads along
+        """What comes now."""
+        self._show()
+        self._mark = logs.mark()
+        print(f"\n{paint(fitted(text), 'bold')}", flush=True)
+
+    def note(self, text):
+        """Something worth seeing, among the raw lines."""
+        self._line("note", text)
 
     def until(self, what, condition, seconds=15):
-        """Waits for the outcome with the view going on; an outcome that does not come is a failed check."""
+        """Waits for the outcome, with the view going on; one that does not come is a failed check."""
         end = time.monotonic() + seconds
         while not (good := condition()) and time.monotonic() < end:
-            self.show()
+            self._show()
             time.sleep(0.05)
-        time.sleep(0.1)  # for the eye: what belongs to the outcome is shown before it
-        self.show()
+        time.sleep(0.1 if self.verbose else 0)  # for the eye: what belongs to the outcome is shown before it
+        self._show()
         return self.check(what, good)
 
+    def expect(self, condition, seconds=15):
+        """PATH=VALUE comes true in time. The path may hold stars."""
+        path, _, wanted = condition.partition("=")
+        return self.until(f"{path} is {wanted}", lambda: wanted in self.values(path).values(), seconds)
+
     def check(self, what, good):
+        """One outcome, as it is now."""
         self.checks += 1
         if not good:
             self.failures.append(what)
-        self.line("ok" if good else "FAIL", what)
-        return good
+            self._show_unseen()
+        self._line("ok" if good else "FAIL", what)
+        return bool(good)
 
-    def summary(self):
-        """Exit status."""
-        for source, _ in self.sources:
-            if isinstance(source, Watch):
-                source.end()
-        seconds = time.monotonic() - self.begin
-        if self.failures:
-            self.paint("FAIL", f"\n{len(self.failures)} of {self.checks} checks failed in {seconds:.1f} s:")
-            for failure in self.failures:
-                self.paint("FAIL", f"  {failure}")
-            return 1
-        self.paint("ok", f"\nall {self.checks} checks as expected, in {seconds:.1f} s")
-        return 0
+    def end(self, reason):
+        """The road cannot go on: a failed check of its own."""
+        self.check(f"the road ends here: {reason}", False)
 
+    # --- the view ---
 
-def travel(road, state, *steps):
-    """Calls each step, the first of which boots, with the road and the gateway's state; the gateway is down before and
-    after. The exit status."""
-    boot.down(state)
-    try:
-        for step in steps:
-            step(road, state)
-        return road.summary()
-    except GatewayError as problem:
-        print(f"the road ends here: {problem}", file=sys.stderr)
-        return problem.code
-    finally:
-        boot.down(state)
+    def _line(self, kind, text, at=None):
+        seconds = (at if at is not None else time.monotonic()) - self._begin
+        line = f"{seconds:8.3f}  {kind:5}  {harmless(text)}"
+        if kind in SIDE and not self.verbose:
+            self._unseen.append(line)
+        else:
+            print(paint(fitted(line), COLOURS[kind]), flush=True)
+
+    def _show(self):
+        for at, kind, text in self._view.new() if self._view else ():
+            self._line(kind, text, at)
+
+    def _show_unseen(self):
+        """What led to a check that fails."""
+        while self._unseen:
+            print(paint(fitted(self._unseen.popleft()), "dim"))
+
+    def close(self):
+        self.seconds = time.monotonic() - self._begin
+        if self._view:
+            self._view.end()
+            self._view = None

@@ -3,6 +3,7 @@ import contextlib
 import fcntl
 import os
 import pathlib
+import pwd
 import shutil
 
 from .errors import GatewayError, NobodyAnswers
@@ -22,6 +23,7 @@ class State:
         self.model = self.data / "vcfg_config.json"
         self.given = self.data / "defaults.json"  # the model that a gateway without a kept one begins with, state included
         self.booted = self.directory / "booted.json"  # the configuration that the hardware was laid out for
+        self.since = self.directory / "since.json"  # when it was booted
         self.isp = self.directory / "isp"
 
     def prepare(self, fresh):
@@ -38,7 +40,11 @@ class State:
     def alone(self):
         """Booting and ending a gateway take turns."""
         self.directory.mkdir(parents=True, exist_ok=True)
-        with open(self.directory / "lock", "w", encoding="ascii") as file:
+        try:
+            file = open(self.directory / "lock", "w", encoding="ascii")
+        except PermissionError:
+            raise self._foreign() from None
+        with file:
             fcntl.flock(file, fcntl.LOCK_EX)
             yield
 
@@ -49,9 +55,17 @@ class State:
             raise GatewayError(f"{path} is not built; script/build release builds it")
         return path
 
+    def nobody(self):
+        return f"no gateway runs in {self.directory}; gw up starts one"
+
+    def _foreign(self):
+        return GatewayError(f"{self.directory} belongs to {_owner(self.directory)}; ask as that user")
+
     def _number(self, name):
         try:
             return int((self.directory / f"{name}.pid").read_text())
+        except PermissionError:
+            raise self._foreign() from None
         except (OSError, ValueError):
             return None
 
@@ -64,12 +78,26 @@ class State:
         """First process of a room."""
         number = self._number(name)
         if self.world() is None or number is None or not is_alive(number, "gw-world"):
-            raise NobodyAnswers(f"no gateway runs in {self.directory}; gw up starts one")
+            raise NobodyAnswers(self.nobody())
+        try:
+            os.readlink(f"/proc/{number}/ns/pid")
+        except PermissionError:
+            raise GatewayError(f"the gateway in {self.directory} runs as {_owner(f'/proc/{number}')}; ask as that user") from None
+        except FileNotFoundError:
+            raise NobodyAnswers(self.nobody()) from None
         return number
 
     def forget_processes(self):
         for name in ("world", *ROOMS):
             (self.directory / f"{name}.pid").unlink(missing_ok=True)
+
+
+def _owner(path):
+    number = os.stat(path).st_uid
+    try:
+        return pwd.getpwuid(number).pw_name
+    except KeyError:
+        return f"user {number}"
 
 
 def is_alive(number, name):

@@ -51,8 +51,8 @@ def answer(state, message_type, words):
     if not _running(state):
         raise GatewayError("the wireless daemon does not run; gw wireless start")
     for word in words:
-        if not ANSWER.fullmatch(word):
-            raise GatewayError(f"{word!r} is no answer; CODE, CODE:TEXT or silent is")
+        if not ANSWER.fullmatch(word) or word != "silent" and not -(2**31) <= int(word.partition(":")[0]) < 2**31:
+            raise GatewayError(f"{word!r} is no answer; CODE (of 32 bits), CODE:TEXT or silent is")
     file = _file(state, "answers")
     told = json.loads(file.read_text()) if file.exists() else {}
     told[str(message_type)] = list(words)

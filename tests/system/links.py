@@ -11,8 +11,8 @@ from support import REPOSITORY, Gateway, eventually
 sys.path.insert(0, str(REPOSITORY / "gateway"))
 
 from gwlib import inside, logs, model  # noqa: E402
-from gwlib.road import Watch  # noqa: E402
 from gwlib.state import State  # noqa: E402
+from gwlib.view import Watch  # noqa: E402
 
 WAN, SFP = "eth0.5", "eth0.6"
 CLOSE, OPEN = "/usr/bin/wan adsl close", "/usr/bin/wan adsl open"

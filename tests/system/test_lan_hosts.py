@@ -81,9 +81,11 @@ def test_release_gives_the_lease_back_and_removal_does_not(gateway):
     (("add", "x", "--port", "eth0.9"), "eth0.9 has no cable"),
     (("add", "box", "--port", "eth0.2"), "box is there already"),
     (("add", "../x", "--port", "eth0.2"), "../x is no name for a host"),
-    (("add", "x", "--port", "eth0.2", "--mac", "02:00"), "02:00 is no hardware address"),
-    (("add", "x", "--port", "eth0.2", "--client-id", "xyz"), "'xyz' is no client id"),
-    (("add", "x", "--port", "eth0.2", "--serial", "s" * 300), "an option holds 255 bytes"),
+    (("add", "x", "--port", "eth0.2", "--mac", "02:00"), "--mac '02:00': it takes the hardware address of one machine"),
+    (("add", "x", "--port", "eth0.2", "--client-id", "xyz"), "--client-id 'xyz': it takes 1 to 255 bytes as hexadecimal digits"),
+    (("add", "x", "--port", "eth0.2", "--serial", "s" * 255, "--oui", "o" * 9), "an option holds 255 bytes"),
+    (("add", "x", "--port", "eth0.2", "--hostname", "a\nb"), "it takes 1 to 63 printable characters"),
+    (("add", "x", "--port", "eth0.2", "--address", "192.168.1.9"), "it takes an IPv4 address with its network's width"),
     (("remove", "nobody"), "there is no host nobody"),
     (("renew", "nobody"), "there is no host nobody")])
 def test_what_cannot_be_is_refused_and_changes_nothing(gateway, words, reason):

@@ -1,5 +1,15 @@
 """The log collector: three channels, one order."""
-from support import LEASE_BOUND, SHELL_COMMAND
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import time
+
+import pytest
+
+from support import GW, LEASE_BOUND, REFUSED, SHELL_COMMAND, Gateway, eventually
 
 KEYS = {"t_mono_us", "channel", "level", "source", "line", "function", "text"}
 
@@ -63,3 +73,99 @@ def test_collector_that_stops_costs_lines_and_no_events(gateway):
     gateway.send(LEASE_BOUND, "y")
     assert gateway.logged(" log lines were lost: nobody took them", mark)
     assert gateway.logged("DHCPC Option y", mark)
+
+
+def words_of(gateway, *words):
+    return [json.loads(line)["text"] for line in gateway.must("log", "--all", "--json", *words).splitlines()]
+
+
+def test_last_lines_and_those_that_match_are_shown(gateway):
+    mark = gateway.mark()
+    gateway.inside("sh", "-c", "for i in 1 2 3 4; do logger -t probe line $i; done; logger -t probe -p user.err grave")
+    eventually(lambda: "grave" in words_of(gateway, "--since", mark))
+    assert words_of(gateway, "--since", mark, "-n", "2") == ["line 4", "grave"]
+    assert words_of(gateway, "--since", mark, "--grep", "line [23]") == ["line 2", "line 3"]
+    assert words_of(gateway, "--since", mark, "--level", "error") == ["grave"]
+    assert words_of(gateway, "--since", mark, "--channel", "stdout") == []
+    assert words_of(gateway, "--since", "5m", "--grep", "^grave$") == ["grave"]
+    assert words_of(gateway, "--since", "+99999") == []
+    assert words_of(gateway, "--since", "0:00", "-n", "1") != [] or time.localtime().tm_hour == 0
+
+
+@pytest.mark.parametrize("words", (("--since", "yesterday"), ("--since", "25:00"), ("--level", "loud"), ("-n", "-3"), ("--grep", "(")))
+def test_what_is_no_selection_is_refused_with_what_would_be(gateway, words):
+    done = gateway.gw("log", *words)
+    assert done.returncode == REFUSED and words[0] in done.stderr and len(done.stderr.splitlines()) == 1
+
+
+def test_times_are_seconds_since_the_boot_or_of_the_day(gateway):
+    up, clock, mono = (gateway.must("log", "-n", "1", "--time", style).split()[0] for style in ("up", "clock", "mono"))
+    assert float(up) < 600 and len(clock) == 15 and clock[2] == ":" and float(mono) >= float(up)
+
+
+def test_orders_to_a_terminal_are_spelt_out(gateway):
+    gateway.inside("sh", "-c", r"""printf 'a\033[31mb\a\nc\302\233d' | logger -t probe""")
+    eventually(lambda: "a\x1b[31mb\a" in words_of(gateway))
+    shown = gateway.must("log", "--all")
+    assert r"a\x1b[31mb\x07" in shown and "\x1b" not in shown and "\x9b" not in shown
+
+
+class Following:
+    def __init__(self, gateway, *words):
+        self.process = subprocess.Popen([sys.executable, str(GW), "--state", str(gateway.directory), *words, "-f"],
+                                        stdout=subprocess.PIPE, text=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.kill()
+        self.process.wait()
+
+    def line(self):
+        return self.process.stdout.readline()
+
+    def spent(self):
+        """System calls for reading, and context switches, so far."""
+        reads = re.search(r"syscr: (\d+)", pathlib.Path(f"/proc/{self.process.pid}/io").read_text())
+        switches = re.search(r"^voluntary_ctxt_switches:\s+(\d+)", pathlib.Path(f"/proc/{self.process.pid}/status").read_text(), re.M)
+        return int(reads[1]), int(switches[1])
+
+
+def test_follower_shows_what_comes_and_sleeps_meanwhile(gateway):
+    mark = gateway.mark()
+    with Following(gateway, "log", "--all", "--since", mark, "--grep", "probed") as following:
+        gateway.inside("logger", "-t", "probe", "probed once")
+        assert "probed once" in following.line()
+        gateway.inside("true")
+        before = following.spent()
+        time.sleep(1)  # in which nothing happens in the gateway
+        assert following.spent() == before
+        gateway.inside("logger", "-t", "probe", "probed twice")
+        assert "probed twice" in following.line()
+
+
+def test_journal_is_followed_too(gateway):
+    with Following(gateway, "journal", "-n", "0") as following:
+        eventually(lambda: "inotify" in str([os.readlink(f"/proc/{following.process.pid}/fd/{fd}") for fd in os.listdir(f"/proc/{following.process.pid}/fd")]))
+        gateway.send(SHELL_COMMAND, "echo followed")
+        assert "echo followed" in following.line()
+
+
+def test_reader_who_has_had_enough_ends_it_silently(gateway):
+    gw = f"{sys.executable} {GW} --state {gateway.directory}"
+    done = subprocess.run(["bash", "-c", f"{gw} log --all | head -1 >/dev/null; {gw} exec -- yes | head -1"], capture_output=True, text=True, check=False)
+    assert (done.stdout, done.stderr) == ("y\n", "")
+
+
+def test_log_of_a_gateway_that_is_gone_can_be_read_and_a_follower_sees_the_next(tmp_path):
+    gateway = Gateway(tmp_path)
+    gateway.up()
+    with Following(gateway, "log", "--grep", "System init finished") as following:
+        assert "System init finished" in following.line()
+        gateway.down()
+        left = gateway.gw("log", "-n", "1")
+        assert left.returncode == 0 and left.stdout and "no gateway runs" in left.stderr
+        gateway.up()
+        assert "System init finished" in following.line()
+    gateway.down()

@@ -1,5 +1,7 @@
 """gw's verbs and exit codes."""
 import json
+import os
+import shutil
 import subprocess
 import sys
 
@@ -21,11 +23,71 @@ def test_exec_without_dashes_runs_the_same(gateway):
     assert gateway.must("exec", "printf", "%s,", "-e", "--", "x") == "-e,--,x,"
 
 
+def test_state_stands_behind_the_verbs_of_hosts_too(gateway):
+    done = subprocess.run([sys.executable, str(GW), "lan", "host", "list", "--state", str(gateway.directory)], capture_output=True, text=True, check=False)
+    assert (done.returncode, done.stdout) == (DONE, "{}\n")
+
+
 def test_state_stands_before_or_after_the_verb(gateway):
     for words in (["--state", gateway.directory, "exec", "--", "hostname"], ["exec", "--state", gateway.directory, "hostname"],
                   ["exec", f"--state={gateway.directory}", "--", "hostname"]):
         done = subprocess.run([sys.executable, str(GW), *map(str, words)], capture_output=True, text=True, check=False)
         assert (done.returncode, done.stdout) == (DONE, "gateway\n")
+
+
+def test_exec_reaches_every_room(gateway):
+    for room in ("gateway", "isp", "lan"):
+        assert gateway.must("exec", "--room", room, "--", "hostname") == f"{room}\n"
+    assert gateway.gw("exec", "--room", "cellar", "hostname").returncode == USAGE
+
+
+def test_shell_reads_what_it_is_given_and_ends_with_its_status(gateway):
+    done = gateway.gw("shell", "--room", "lan", text="hostname\nexit 7\n")
+    assert (done.returncode, done.stdout) == (7, "lan\n")
+
+
+def test_standard_streams_have_their_names_inside(gateway):
+    assert gateway.must("exec", "cat", "/dev/stdin", text="in\n") == "in\n"
+    assert gateway.inside("bash", "-c", "cat <(echo substituted) /dev/fd/0; echo out >/dev/stdout", text="in\n") == "substituted\nin\nout\n"
+
+
+def test_configuration_that_needs_what_the_machine_lacks_is_told(tmp_path):
+    if os.access("/dev/ppp", os.F_OK):
+        pytest.skip("this machine has a PPP driver")
+    other = Gateway(tmp_path)
+    done = other.gw("up", "--config", GW.parent / "defaults-ppp.json")
+    other.down()
+    assert done.returncode == DONE and "PPP.Interface.1 cannot be dialled: this machine has no PPP driver" in done.stderr
+
+
+def completed(gateway, *words):
+    return gateway.must("complete", "--", *words).split()
+
+
+def test_completion_knows_verbs_options_and_values(gateway):
+    assert {"up", "status", "log", "isp-router"} <= set(completed(gateway, "")) and "complete" not in completed(gateway, "")
+    assert completed(gateway, "jo") == ["journal"]
+    assert "--follow" in completed(gateway, "log", "--")
+    assert completed(gateway, "log", "--channel", "") == ["vlog", "syslog", "stdout"]
+    assert completed(gateway, "cable", "eth0.5", "") == ["in", "out"]
+    assert completed(gateway, "lan", "host", "re") == ["remove", "renew", "release"]
+
+
+def test_completion_knows_the_gateways_ports_and_its_model(gateway):
+    assert completed(gateway, "cable", "eth0") == [f"eth0.{number}" for number in range(1, 6)]
+    assert "Device" in "".join(completed(gateway, "wait", "UPnP."))
+    assert completed(gateway, "wait", "UPnP.Device.En") == ["UPnP.Device.Enable="]
+
+
+@pytest.mark.parametrize("shell", ("bash", "zsh"))
+def test_shell_completes_by_it(gateway, shell):
+    if not shutil.which(shell):
+        pytest.skip(f"{shell} is not installed")
+    told = gateway.must("completion", shell)
+    script = told + f'COMP_WORDS=({GW} --state {gateway.directory} cable eth0.5 i); COMP_CWORD=5; _gw; echo "${{COMPREPLY[*]}}"\n' if shell == "bash" else \
+        f"compdef() {{ }}; compadd() {{ print -l -- $@ }}\n{told}words=({GW} --state {gateway.directory} cable eth0.5 i); CURRENT=6; _gw\n"
+    done = subprocess.run([shell, "-c", script], capture_output=True, text=True, check=False)
+    assert done.stdout.split()[-1] == "in", done.stderr
 
 
 def test_vcfgctl_finds_the_bus_without_options(gateway):
@@ -63,10 +125,14 @@ def test_wrong_usage_is_2(gateway, words):
     assert gateway.gw(*words).returncode == USAGE
 
 
-@pytest.mark.parametrize("words", (("status",), ("exec", "true"), ("kernel", "x"), ("isp", "--mode", "silent")))
-def test_without_a_gateway_nobody_answers(tmp_path, words):
+@pytest.mark.parametrize("words", (
+    ("status",), ("exec", "true"), ("shell",), ("spawn", "x", "--", "true"), ("put", "/etc/hostname", "/x"), ("kernel", "x"), ("cable", "eth0.5", "out"),
+    ("cable", "eth9", "out"), ("dsl", "up"), ("optical", "up"), ("usb", "up"), ("hunt", "vc", "received"), ("wireless", "received"), ("isp",),
+    ("isp", "--mode", "silent"), ("isp-router", "1"), ("isp-dhcpv6",), ("lan", "host", "list"), ("lan", "host", "remove", "x"), ("log",), ("journal",),
+    ("wait", "UPnP.Device.Enable=true"), ("wait", "nonsense"), ("service", "stop", "tarn")))
+def test_without_a_gateway_every_verb_says_the_same(tmp_path, words):
     done = Gateway(tmp_path).gw(*words)
-    assert done.returncode == NOBODY and len(done.stderr.splitlines()) == 1
+    assert (done.returncode, done.stdout, done.stderr) == (NOBODY, "", f"gw: no gateway runs in {tmp_path}; gw up starts one\n")
 
 
 def test_down_without_a_gateway_is_done(tmp_path):

@@ -126,7 +126,11 @@ void bindDevices() {
     makeDirectories("root/dev/pts");
     mountOn("devpts", "root/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=620");
     must(symlink("pts/ptmx", "root/dev/ptmx"), "cannot create /dev/ptmx");
-    must(symlink("/proc/self/fd", "root/dev/fd"), "cannot create /dev/fd");
+    constexpr const char* kStreams[][2] = {
+        {"fd", "/.proc/self/fd"}, {"stdin", "fd/0"}, {"stdout", "fd/1"}, {"stderr", "fd/2"}};
+    for (const auto& [name, target] : kStreams) {
+        must(symlink(target, (std::string("root/dev/") + name).c_str()), std::string("cannot create /dev/") + name);
+    }
     makeDirectories("root/dev/shm");
     mountOn("shm", "root/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777");
 }
@@ -176,7 +180,8 @@ void layPlatformFiles(const std::string& from, const std::string& inside) {
 }
 
 // The kernel's procfs takes no new folders. So /proc is a tmpfs that shows everything of a procfs mounted beside it but
-// the processes, and the platform's own files of the layers. Programs that want processes there run through gw-procfs.
+// the processes (the first one excepted, which tells when all began), and the platform's own files of the layers.
+// Programs that want processes there run through gw-procfs.
 void layProc() {
     makeDirectories("root/.proc");
     mountOn("proc", "root/.proc", "proc", MS_NOSUID | MS_NOEXEC | MS_NODEV, nullptr);
@@ -187,7 +192,7 @@ void layProc() {
     }
     while (const dirent* entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
-        if (name == "." || name == ".." || isNumber(entry->d_name)) {
+        if (name == "." || name == ".." || (isNumber(entry->d_name) && name != "1")) {
             continue;
         }
         if (entry->d_type == DT_DIR) {

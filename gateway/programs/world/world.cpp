@@ -24,6 +24,7 @@
 #include <exception>
 #include <optional>
 
+#include "own_mounts.h"
 #include "room.h"
 #include "steps.h"
 
@@ -64,7 +65,8 @@ void becomeRoot() {
         return;
     }
     if (unshare(CLONE_NEWUSER) < 0) {
-        fail("cannot create a user namespace (run as root, or allow unprivileged user namespaces)");
+        fail(
+            "cannot create a user namespace (run as root; or allow unprivileged user namespaces, which no chroot has)");
     }
     writeText("/proc/self/setgroups", "deny");
     if (!writeText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") ||
@@ -168,7 +170,7 @@ void openRoom(const Plan& plan, const Room& room) {
 [[noreturn]] void liveInWorld(const Plan& plan, int ready) {
     setsid();
     holdChildSignals();  // the rooms' first processes inherit it
-    must(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "cannot make the mounts private");
+    makeMountsOwn();
     const std::string number = numberOutside();
     for (const Room& room : plan.rooms) {
         openRoom(plan, room);

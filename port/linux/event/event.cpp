@@ -17,6 +17,7 @@
 #include "dhcpv6.h"
 #include "environment.h"
 #include "lease.h"
+#include "lease_end.h"
 #include "lease_event.h"
 #include "ppp.h"
 #include "stored.h"
@@ -69,6 +70,16 @@ Events leaseEvents(const std::vector<std::string>& arguments) {
     }
     return {{*event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
              leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))))}};
+}
+
+void noteLease(const std::string& word) {
+    const auto event = leaseEvent(word);
+    const std::string pidFile = pidFileOf(variable("interface"));
+    if (event == LeaseEvent::Lost) {
+        forgetLeaseEnd(pidFile);
+    } else if (event) {
+        noteLeaseEnd(pidFile, variable("lease"));
+    }
 }
 
 Events lanEvents(const std::vector<std::string>& arguments) {
@@ -125,6 +136,9 @@ int main(int count, char** arguments) {
     const std::vector<std::string> rest(arguments + std::min(first + 1, count), arguments + count);
     for (const Client& known : kClients) {
         if (known.name == client && rest.size() >= known.arguments) {
+            if (client == "udhcpc" && !print) {
+                noteLease(rest[0]);
+            }
             return report(known.events(rest), print) ? 0 : 1;
         }
     }

@@ -1,0 +1,133 @@
+"""What happens in a gateway, line by line: what the daemon is told, says and runs, and how the data model changes."""
+import json
+import os
+import re
+import signal
+import subprocess
+import threading
+
+from . import inside
+
+# What the daemon says of messages whose content it does not log.
+RECEIVED = {
+    219: "from the DHCPv6 client: a report of address and prefix",
+    221: "from the advertisement listener: a router has advertised itself",
+    251: "from the LAN's DHCP server: a lease, or a client's group",
+    1002: "a requester asks to disconnect", 1003: "a requester asks to connect",
+    1004: "a requester asks for a release", 1005: "a requester asks for a renewal",
+    4027: "from the timer: the next poll of the protected setup",
+    4028: "a requester asks to start a protected setup", 4029: "a requester asks to stop the protected setup",
+}
+MESSAGE = re.compile(r"process msg type = (\d+) ")
+
+
+class Tail:
+    """The whole lines that a file has grown by."""
+
+    def __init__(self, path):
+        self.file = open(path, encoding="utf-8", errors="replace")
+        self.rest = ""
+
+    def new(self):
+        self.rest += self.file.read()
+        *whole, self.rest = self.rest.split("\n")
+        return [json.loads(line) for line in whole]
+
+
+class Watch:
+    """The changes of the data model, from now on."""
+
+    def __init__(self, state):
+        words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
+        self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
+                                        stdin=subprocess.DEVNULL, start_new_session=True)
+        self.lines = []
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.append(json.loads(line))
+
+    def new(self):
+        lines, self.lines = self.lines, []
+        return lines
+
+    def end(self):
+        """Its child inside the gateway holds this program's standard error: whoever reads that waits for both to end."""
+        os.killpg(self.process.pid, signal.SIGKILL)
+        self.process.wait()
+
+
+def lease_event(text):
+    """The DHCP client's payload for people."""
+    try:
+        event = json.loads(text)
+    except ValueError:
+        return text
+    if not event.get("addressAssigned"):
+        return f"no lease any more  ({text})"
+    words = [f"lease {event.get('ip')} mask {event.get('subnet')}", f"router {event.get('router')}",
+             f"DNS {event.get('dns')}", *(f"route {route}" for route in classless_routes(event.get("opt121", "")))]
+    return ", ".join(words)
+
+
+def classless_routes(option):
+    """"10.9.0.0/16 via 203.0.113.1" for each route of the option's hexadecimal text."""
+    data = bytes.fromhex(option)[2:]
+    while data:
+        width, octets = data[0], (data[0] + 7) // 8
+        network = ".".join(map(str, data[1 : 1 + octets].ljust(4, b"\0")))
+        gateway = ".".join(map(str, data[1 + octets : 5 + octets]))
+        yield f"{network}/{width} via {gateway}"
+        data = data[5 + octets :]
+
+
+class View:
+    """The lines of everything that happens from now on; a road may show less (`shows`)."""
+
+    def __init__(self, state, shows):
+        self.watch = Watch(state)
+        self.sources = [(Tail(state.log), of_log), (Tail(state.journal), of_journal), (self.watch, of_model)]
+        self.shows = shows
+
+    def new(self):
+        """(time, kind, text) of what has happened since it was last asked, in order."""
+        seen = []
+        for source, describe in self.sources:
+            for line in source.new():
+                described = self.shows(line, describe)
+                if described is not None:
+                    seen.append((line["t_mono_us"] / 1e6, *described))
+        return sorted(seen, key=lambda line: line[0])
+
+    def end(self):
+        self.watch.end()
+
+
+def of_log(line):
+    if line["daemon"] != "tarn":
+        return None
+    text = line["text"].replace("\n", " ")
+    if line["channel"] == "syslog" and text.startswith("DHCPC Option "):
+        return "in", "from the DHCP client: " + lease_event(text.removeprefix("DHCPC Option "))
+    if line["channel"] == "vlog" and line["level"] >= 7:
+        message = MESSAGE.match(text)
+        received = RECEIVED.get(int(message[1])) if message else None
+        return ("in", received) if received else None
+    return "tarn", f"{text}  ({line['channel']})"
+
+
+def of_journal(line):
+    effect = f"  -> {line['effect']}" if line["effect"] else ""
+    return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
+
+
+def of_model(line):
+    path, old, new = line["path"], line.get("old"), line.get("new")
+    if line.get("by") == "refresh hook":  # somebody has asked: nothing has happened
+        return None
+    if old is None:
+        return "model", f"{path} is new" if not new else f"{path} = {new}"
+    if new is None:
+        return "model", f"{path} is gone"
+    return "model", f"{path}: {old or '(empty)'} -> {new or '(empty)'}"
