@@ -60,14 +60,6 @@ Level levelOf(const Parts& parts) {
     return level;
 }
 
-std::string join(const Parts& parts, size_t count) {
-    std::string text;
-    for (size_t i = 0; i < count; ++i) {
-        text.append(i > 0 ? "." : "").append(parts[i]);
-    }
-    return text;
-}
-
 // The path with every part made right, as far as the nearest names do that.
 std::string mended(Parts parts) {
     std::deque<std::string> held;  // what the parts look into

@@ -46,6 +46,7 @@ int runSave(const Call& call);
 int runList(const Call& call);
 int runDescribe(const Call& call);
 int runWatch(const Call& call);
+int runWait(const Call& call);
 int runSend(const Call& call);
 int runServe(const Call& call);
 

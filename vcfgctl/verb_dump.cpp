@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "ask.h"
+#include "instances.h"
 #include "print.h"
 #include "verb.h"
 
@@ -19,7 +20,7 @@ json_object* changedValues(const model::Object& object, const void* record) {
     for (const model::Parameter& parameter : object.parameters) {
         if (parameter.countedOid == RDM_OID_NONE &&
             valueText(parameter, record) != valueText(parameter, fresh.data())) {
-            json_object_object_add(values, parameter.name, jsonValue(parameter, record));
+            json_object_object_add(values, parameter.name, jsonValue(parameter, valueText(parameter, record)));
         }
     }
     return values;

@@ -8,6 +8,7 @@ const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
 const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
 const option kListOptions[] = {{"next", no_argument, nullptr, 0}};
 const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
+const option kWaitOptions[] = {{"timeout", required_argument, nullptr, 0}};
 const option kSendOptions[] = {
     {"to", required_argument, nullptr, 0},      {"type", required_argument, nullptr, 0},
     {"from", required_argument, nullptr, 0},    {"request-id", required_argument, nullptr, 0},
@@ -27,18 +28,28 @@ const char kGetHelp[] =
     "  IP.Interface.1.           all that is below, '.' alone is the whole model\n"
     "  Device.IP.Interface.1.    the same; \"Device.\" may be there in every path\n"
     "\n"
+    "In every path, what stands in place of an instance number may also be\n"
+    "\n"
+    "  IP.Interface.[wan].                          the instance whose Alias is wan\n"
+    "  IP.Interface.[X_VORAN_WAN==true].Status      those whose parameters have such values:\n"
+    "  IP.Interface.[Enable==true&&Name~eth].Name   ==, !=, ~ (holds the text), <, <=, > and >= (numbers),\n"
+    "                                               several joined by &&; a value may be quoted (\")\n"
+    "\n"
     "  --refresh  lets the owner of each object bring its values up to date first\n"
     "  --json     {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
     "\n"
     "Control characters in a value are printed as \\n and \\xNN; --json has the exact value.\n"
-    "A path that does not exist is a failure; a '*' that stands for no instance is not.\n";
+    "A path that does not exist is a failure, an alias too; a '*' or a filter that stands for no instance\n"
+    "is not.\n";
 
 const char kSetHelp[] =
     "Writes parameters, read-only ones too: vcfgctl acts as a daemon does.\n"
     "All values for one object are one write, which takes effect whole or not at all.\n"
-    "Every value is checked before the first write.\n"
+    "Every value is checked before the first write; a parameter that is given twice is refused.\n"
     "\n"
     "  vcfgctl set IP.Interface.1.Enable=true IP.Interface.1.Status=Up\n"
+    "  vcfgctl set 'IP.Interface.[wan].Enable=true'     also '*' and filters, see 'get'\n"
+    "  vcfgctl set - <FILE                              PATH=VALUE lines of standard input\n"
     "\n"
     "Booleans are true or false (1 or 0), numbers decimal; any text may be empty.\n"
     "\n"
@@ -47,17 +58,20 @@ const char kSetHelp[] =
     "              the values stay written\n";
 
 const char kAddHelp[] =
-    "Adds an instance to a table and prints its path.\n"
+    "Adds an instance to a table, with the values given, and prints its path. An instance that does not\n"
+    "take its values does not stay.\n"
     "\n"
     "  vcfgctl add IP.Interface\n"
-    "  vcfgctl add IP.Interface.1.IPv4Address\n"
+    "  vcfgctl add IP.Interface.1.IPv4Address IPAddress=192.0.2.7 SubnetMask=255.255.255.0\n"
     "\n"
     "  --json  {\"path\":...}\n";
 
 const char kDelHelp[] =
     "Deletes an instance of a table, and what is below it.\n"
     "\n"
-    "  vcfgctl del IP.Interface.1.IPv4Address.2\n";
+    "  vcfgctl del IP.Interface.1.IPv4Address.2\n"
+    "  vcfgctl del 'IP.Interface.1.IPv4Address.*'                  all of them; none is good, too\n"
+    "  vcfgctl del 'IP.Interface.*.IPv4Address.[Enable==false]'    see 'get' for filters\n";
 
 const char kDumpHelp[] =
     "Prints the whole model as JSON, state included: every instance, and of its parameters those that\n"
@@ -110,6 +124,22 @@ const char kWatchHelp[] =
     "  --timeout MS  ends after so many milliseconds (0, the default: without limit)\n"
     "  --json        {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
 
+const char kWaitHelp[] =
+    "Returns when all conditions hold at the same time, and prints the values that make them hold. It\n"
+    "follows the changes as they happen, and misses none.\n"
+    "\n"
+    "  vcfgctl wait 'IP.Interface.[wan].Status==Up' DHCPv4.Client.1.DHCPStatus==Bound\n"
+    "  vcfgctl wait 'IP.Interface.*.IPv4Address.*.IPAddress~192.0.2.'\n"
+    "\n"
+    "A condition is PATH==VALUE (or =), != for another value, ~ for a part of the text, and <, <=, > and\n"
+    ">= for numbers. Where the path stands for several instances, one of them is enough. What is not there\n"
+    "yet is waited for; a name that the model does not have is refused at once, and so is a value that\n"
+    "the parameter cannot take.\n"
+    "\n"
+    "  --timeout MS  gives up after so many milliseconds, with status 1 and the values that there are\n"
+    "                (0, the default: without limit)\n"
+    "  --json        {\"path\":...,\"value\":...} lines\n";
+
 const char kSendHelp[] =
     "Sends one message.\n"
     "\n"
@@ -144,8 +174,8 @@ const char kServeHelp[] =
 
 const Verb kVerbs[] = {
     {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
-    {"set", "[--no-apply | --wait] PATH=VALUE...", "writes parameters", kSetHelp, kSetOptions, runSet, true},
-    {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd, true},
+    {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kSetOptions, runSet, true},
+    {"add", "[--json] TABLE-PATH [PARAMETER=VALUE...]", "adds an instance to a table", kAddHelp, {}, runAdd, true},
     {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
     {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
     {"load", "FILE", "replaces the whole model", kLoadHelp, {}, runLoad},
@@ -155,6 +185,8 @@ const Verb kVerbs[] = {
     {"describe", "[--json] PATH", "says what an object or a parameter is", kDescribeHelp, {}, runDescribe, true},
     {"watch", "[--count N] [--timeout MS] [--json] [PATH...]", "prints changes as they happen", kWatchHelp,
      kWatchOptions, runWatch, true},
+    {"wait", "[--timeout MS] [--json] CONDITION...", "returns when the model is as wanted", kWaitHelp, kWaitOptions,
+     runWait, true},
     {"send",
      "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
