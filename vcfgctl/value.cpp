@@ -13,6 +13,9 @@ namespace model = vcfg::model;
 std::string refusal(const model::Parameter& parameter, std::string_view value, const std::string& why) {
     const std::string takes = std::string(parameter.name) + " takes ";
     const std::string accepted = why.starts_with(takes) ? why.substr(takes.size()) : why;
+    if (parameter.isSecret()) {
+        return "the value is refused; it takes " + accepted;
+    }
     if (accepted.starts_with("one of ")) {
         return "\"" + oneLine(value) + "\" is not " + accepted;
     }

@@ -1,7 +1,7 @@
 #include "ask.h"
 #include "instances.h"
 #include "print.h"
-#include "verb.h"
+#include "secret.h"
 
 namespace vcfgctl {
 namespace {
@@ -16,7 +16,8 @@ int print(const Selection& selection, const Call& call, size_t* printed) {
         const std::string path = vcfg::model::path(*selection.object, iid);
         for (const vcfg::model::Parameter& parameter : selection.object->parameters) {
             if (selection.parameter == nullptr || selection.parameter == &parameter) {
-                printValue(path + "." + parameter.name, parameter, valueText(parameter, record), call.json);
+                printValue(path + "." + parameter.name, parameter, shown(call, parameter, valueText(parameter, record)),
+                           call.json);
                 ++*printed;
             }
         }

@@ -3,7 +3,7 @@
 #include "ask.h"
 #include "mirror.h"
 #include "print.h"
-#include "verb.h"
+#include "secret.h"
 
 namespace vcfgctl {
 namespace {
@@ -51,18 +51,19 @@ bool allHold(const std::vector<Condition>& conditions, const Mirror& mirror) {
     return std::all_of(conditions.begin(), conditions.end(), [&](const Condition& one) { return holds(one, mirror); });
 }
 
-void print(const std::vector<Condition>& conditions, const Mirror& mirror, bool json) {
+void print(const std::vector<Condition>& conditions, const Mirror& mirror, const Call& call) {
     for (const Condition& condition : conditions) {
+        const vcfg::model::Parameter& parameter = *condition.selection.parameter;
         mirror.forEach(condition.selection, [&](const std::string& path, const std::string& value) {
             if (condition.comparison.holds(value)) {
-                printValue(path, *condition.selection.parameter, value, json);
+                printValue(path, parameter, shown(call, parameter, value), call.json);
             }
         });
     }
 }
 
 // What there is instead.
-std::string missing(const std::vector<Condition>& conditions, const Mirror& mirror) {
+std::string missing(const std::vector<Condition>& conditions, const Mirror& mirror, const Call& call) {
     std::string text;
     for (const Condition& condition : conditions) {
         if (holds(condition, mirror)) {
@@ -70,7 +71,10 @@ std::string missing(const std::vector<Condition>& conditions, const Mirror& mirr
         }
         const size_t before = text.size();
         mirror.forEach(condition.selection, [&](const std::string& path, const std::string& value) {
-            text.append(text.empty() ? "" : ", ").append(path).append("=").append(oneLine(value));
+            text.append(text.empty() ? "" : ", ")
+                .append(path)
+                .append("=")
+                .append(oneLine(shown(call, *condition.selection.parameter, value)));
         });
         if (text.size() == before) {
             text.append(text.empty() ? "" : ", ").append("there is no ").append(condition.path);
@@ -94,14 +98,14 @@ int follow(const Call& call, const std::vector<Condition>& conditions, uint32_t 
         Change change;
         const int code = changes.next(deadline, &change);
         if (code == VCFG_ERR_TIMEOUT) {
-            return refuse("not in " + std::to_string(timeoutMs) + " ms: " + missing(conditions, mirror));
+            return refuse("not in " + std::to_string(timeoutMs) + " ms: " + missing(conditions, mirror, call));
         }
         if (code != VCFG_OK) {
             return nobodyAnswers("vcmd has closed the watch, or has ended");
         }
         mirror.take(change);
     }
-    print(conditions, mirror, call.json);
+    print(conditions, mirror, call);
     return kDone;
 }
 

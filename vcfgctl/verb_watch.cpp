@@ -6,6 +6,7 @@
 #include "json.h"
 #include "mirror.h"
 #include "print.h"
+#include "secret.h"
 #include "suggest.h"
 #include "verb.h"
 
@@ -97,15 +98,25 @@ json_object* jsonOf(const model::Parameter* parameter, const std::optional<std::
     return parameter != nullptr ? jsonValue(*parameter, *value) : jsonText(*value);
 }
 
-void printChange(const Change& change, bool json) {
-    if (!json) {
+void hide(const Call& call, const model::Parameter& parameter, std::optional<std::string>& value) {
+    if (value) {
+        value = shown(call, parameter, *value);
+    }
+}
+
+void printChange(const Call& call, Change change) {
+    const std::optional<model::Resolved> where = model::resolve(change.path);
+    const model::Parameter* const parameter = where ? where->parameter : nullptr;
+    if (parameter != nullptr) {
+        hide(call, *parameter, change.before);
+        hide(call, *parameter, change.after);
+    }
+    if (!call.json) {
         printf("%.6f %s %s -> %s (%s)\n", static_cast<double>(change.monotonicUs) / 1e6, change.path.c_str(),
                quoted(change.before).c_str(), quoted(change.after).c_str(), change.by.c_str());
         fflush(stdout);
         return;
     }
-    const std::optional<model::Resolved> where = model::resolve(change.path);
-    const model::Parameter* const parameter = where ? where->parameter : nullptr;
     json_object* line = json_object_new_object();
     json_object_object_add(line, "t_mono_us", json_object_new_int64(change.monotonicUs));
     json_object_object_add(line, "path", jsonText(change.path));
@@ -151,7 +162,7 @@ int follow(const Call& call, const Watch& watch, Changes& changes, Mirror& mirro
             return nobodyAnswers("vcmd has closed the watch, or has ended");
         }
         if (takeChange(watch, change, mirror)) {
-            printChange(change, call.json);
+            printChange(call, std::move(change));
             ++seen;
             if (!outputTakes()) {
                 return outputRefuses();

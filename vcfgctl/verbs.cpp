@@ -1,14 +1,18 @@
 // The table of verbs, and their help.
 #include "verb.h"
 
+#include "secret.h"
+
 namespace vcfgctl {
 namespace {
 
-const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
+const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}, kShowSecrets};
+const option kDumpOptions[] = {kShowSecrets};
 const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
 const option kListOptions[] = {{"next", no_argument, nullptr, 0}};
-const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
-const option kWaitOptions[] = {{"timeout", required_argument, nullptr, 0}};
+const option kWatchOptions[] = {
+    {"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}, kShowSecrets};
+const option kWaitOptions[] = {{"timeout", required_argument, nullptr, 0}, kShowSecrets};
 const option kSendOptions[] = {
     {"to", required_argument, nullptr, 0},      {"type", required_argument, nullptr, 0},
     {"from", required_argument, nullptr, 0},    {"request-id", required_argument, nullptr, 0},
@@ -35,8 +39,9 @@ const char kGetHelp[] =
     "  IP.Interface.[Enable==true&&Name~eth].Name   ==, !=, ~ (holds the text), <, <=, > and >= (numbers),\n"
     "                                               several joined by &&; a value may be quoted (\")\n"
     "\n"
-    "  --refresh  lets the owner of each object bring its values up to date first\n"
-    "  --json     {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
+    "  --refresh       lets the owner of each object bring its values up to date first\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
     "\n"
     "Control characters in a value are printed as \\n and \\xNN; --json has the exact value.\n"
     "A path that does not exist is a failure, an alias too; a '*' or a filter that stands for no instance\n"
@@ -77,7 +82,9 @@ const char kDumpHelp[] =
     "Prints the whole model as JSON, state included: every instance, and of its parameters those that\n"
     "differ from a new instance's. 'vcfgctl load FILE' and 'vcmd --defaults FILE' take it.\n"
     "\n"
-    "  --json  on one line\n";
+    "  --json               on one line\n"
+    "  --show-secrets FILE  into a file that only its owner may read, with the passwords, PINs and keys;\n"
+    "                       without, they show as ********, which is not taken back\n";
 
 const char kLoadHelp[] =
     "Replaces the whole model by that of a file, in the form that 'vcfgctl dump' prints, or by nothing\n"
@@ -120,9 +127,10 @@ const char kWatchHelp[] =
     "Without a path all changes; paths as for get, and an instance's own path for its coming and\n"
     "going, which shows as '- -> \"\"' and '\"\" -> -'.\n"
     "\n"
-    "  --count N     ends after N changes; fewer in the time given are a failure\n"
-    "  --timeout MS  ends after so many milliseconds (0, the default: without limit)\n"
-    "  --json        {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
+    "  --count N       ends after N changes; fewer in the time given are a failure\n"
+    "  --timeout MS    ends after so many milliseconds (0, the default: without limit)\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
 
 const char kWaitHelp[] =
     "Returns when all conditions hold at the same time, and prints the values that make them hold. It\n"
@@ -136,9 +144,10 @@ const char kWaitHelp[] =
     "yet is waited for; a name that the model does not have is refused at once, and so is a value that\n"
     "the parameter cannot take.\n"
     "\n"
-    "  --timeout MS  gives up after so many milliseconds, with status 1 and the values that there are\n"
-    "                (0, the default: without limit)\n"
-    "  --json        {\"path\":...,\"value\":...} lines\n";
+    "  --timeout MS    gives up after so many milliseconds, with status 1 and the values that there are\n"
+    "                  (0, the default: without limit)\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"path\":...,\"value\":...} lines\n";
 
 const char kSendHelp[] =
     "Sends one message.\n"
@@ -173,20 +182,20 @@ const char kServeHelp[] =
     "The socket eid-EID in the run directory appears when it is ready.\n";
 
 const Verb kVerbs[] = {
-    {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
+    {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
     {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kSetOptions, runSet, true},
     {"add", "[--json] TABLE-PATH [PARAMETER=VALUE...]", "adds an instance to a table", kAddHelp, {}, runAdd, true},
     {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
-    {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
+    {"dump", "[--json] [--show-secrets FILE]", "prints the whole model as JSON", kDumpHelp, kDumpOptions, runDump},
     {"load", "FILE", "replaces the whole model", kLoadHelp, {}, runLoad},
     {"save", "", "has the configuration written to the disk now", kSaveHelp, {}, runSave},
     {"list", "[--next] [--json] [PATH]", "prints what objects and parameters there are", kListHelp, kListOptions,
      runList, true},
     {"describe", "[--json] PATH", "says what an object or a parameter is", kDescribeHelp, {}, runDescribe, true},
-    {"watch", "[--count N] [--timeout MS] [--json] [PATH...]", "prints changes as they happen", kWatchHelp,
-     kWatchOptions, runWatch, true},
-    {"wait", "[--timeout MS] [--json] CONDITION...", "returns when the model is as wanted", kWaitHelp, kWaitOptions,
-     runWait, true},
+    {"watch", "[--count N] [--timeout MS] [--show-secrets] [--json] [PATH...]", "prints changes as they happen",
+     kWatchHelp, kWatchOptions, runWatch, true},
+    {"wait", "[--timeout MS] [--show-secrets] [--json] CONDITION...", "returns when the model is as wanted", kWaitHelp,
+     kWaitOptions, runWait, true},
     {"send",
      "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",

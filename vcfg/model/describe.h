@@ -12,6 +12,10 @@
 namespace vcfg::model {
 
 enum class Kind : uint8_t { Bool, Int, Uint, Long, Ulong, Text, Enum, Ipv4, Ipv6, Ip, Ipv6Prefix, Mac, Time };
+// What a secret is shown as. No secret is that text itself: what was read must not become the secret by being written
+// back.
+inline constexpr std::string_view kHidden = "********";
+
 enum class Access : uint8_t { RO, RW, KEPT, SECRET, LIVE };  // what they mean: all.def
 
 struct Parameter {
