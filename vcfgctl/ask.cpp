@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "names.h"
 #include "print.h"
 #include "verb.h"
 
@@ -42,7 +43,7 @@ int joinBus(const std::string& runDir, uint8_t eid) {
 }
 
 int reportBusFailure(int code, unsigned eid) {
-    const std::string whom = "endpoint " + std::to_string(eid) + (eid == VCFG_EID_VCMD ? " (vcmd)" : "");
+    const std::string whom = "endpoint " + endpointText(eid);
     switch (code) {
         case VCFG_ERR_NO_PEER:
             return nobodyAnswers("nobody serves " + whom);

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "names.h"
+
 namespace vcfgctl {
 namespace {
 
@@ -124,15 +126,21 @@ void printValue(const std::string& path, const model::Parameter& parameter, cons
 void printMessage(const vcfg_msg_t& message) {
     const char* payload = vcfg_msg_text(&message);
     json_object* line = json_object_new_object();
-    const auto number = [line](const char* name, uint32_t value) {
-        json_object_object_add(line, name, json_object_new_int64(value));
+    const auto number = [line](const char* key, int64_t value) {
+        json_object_object_add(line, key, json_object_new_int64(value));
+    };
+    const auto name = [line](const char* key, const std::string& value) {
+        json_object_object_add(line, key, value.empty() ? nullptr : jsonText(value));
     };
     number("type", message.type);
+    name("typeName", typeName(message.type));
     number("srcEid", message.srcEid);
+    name("srcName", endpointName(message.srcEid));
     number("dstEid", message.dstEid);
+    name("dstName", endpointName(message.dstEid));
     number("oid", message.oid);
     number("requestId", message.requestId);
-    number("statCode", message.statCode);
+    number("statCode", static_cast<int32_t>(message.statCode));
     json_object_object_add(line, "objIid", jsonText(iidText(message.objIid)));
     number("length", message.length);
     json_object_object_add(line, "payload", jsonText({payload, strnlen(payload, message.length)}));

@@ -5,6 +5,7 @@
 #include "ask.h"
 #include "json.h"
 #include "mirror.h"
+#include "names.h"
 #include "print.h"
 #include "secret.h"
 #include "suggest.h"
@@ -104,6 +105,25 @@ void hide(const Call& call, const model::Parameter& parameter, std::optional<std
     }
 }
 
+// The endpoint of "eid 2", which writers are told as; 0 for a hook.
+uint32_t endpointOf(const std::string& by) {
+    constexpr std::string_view kEndpoint = "eid ";
+    return by.starts_with(kEndpoint) ? parseEndpoint(by.substr(kEndpoint.size())).value_or(0) : 0;
+}
+
+std::string authorText(const std::string& by) {
+    const uint32_t eid = endpointOf(by);
+    return eid != 0 ? "eid " + endpointText(eid) : by;
+}
+
+void addAuthor(json_object* line, const std::string& by) {
+    const uint32_t eid = endpointOf(by);
+    const std::string name = endpointName(eid);
+    json_object_object_add(line, "by", jsonText(by));
+    json_object_object_add(line, "byEid", eid != 0 ? json_object_new_int64(eid) : nullptr);
+    json_object_object_add(line, "byName", name.empty() ? nullptr : jsonText(name));
+}
+
 void printChange(const Call& call, Change change) {
     const std::optional<model::Resolved> where = model::resolve(change.path);
     const model::Parameter* const parameter = where ? where->parameter : nullptr;
@@ -113,7 +133,7 @@ void printChange(const Call& call, Change change) {
     }
     if (!call.json) {
         printf("%.6f %s %s -> %s (%s)\n", static_cast<double>(change.monotonicUs) / 1e6, change.path.c_str(),
-               quoted(change.before).c_str(), quoted(change.after).c_str(), change.by.c_str());
+               quoted(change.before).c_str(), quoted(change.after).c_str(), authorText(change.by).c_str());
         fflush(stdout);
         return;
     }
@@ -122,7 +142,7 @@ void printChange(const Call& call, Change change) {
     json_object_object_add(line, "path", jsonText(change.path));
     json_object_object_add(line, "old", jsonOf(parameter, change.before));
     json_object_object_add(line, "new", jsonOf(parameter, change.after));
-    json_object_object_add(line, "by", jsonText(change.by));
+    addAuthor(line, change.by);
     printJsonLine(line);
 }
 

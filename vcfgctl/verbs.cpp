@@ -130,7 +130,7 @@ const char kWatchHelp[] =
     "  --count N       ends after N changes; fewer in the time given are a failure\n"
     "  --timeout MS    ends after so many milliseconds (0, the default: without limit)\n"
     "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
-    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
+    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\",\"byEid\",\"byName\"} lines; no value is null\n";
 
 const char kWaitHelp[] =
     "Returns when all conditions hold at the same time, and prints the values that make them hold. It\n"
@@ -152,9 +152,10 @@ const char kWaitHelp[] =
 const char kSendHelp[] =
     "Sends one message.\n"
     "\n"
-    "  --to EID             endpoint to send to\n"
-    "  --type N             message type; bit 31 (0x80000000) says that no answer is expected\n"
-    "  --from EID           endpoint that it comes from (250)\n"
+    "  --to ENDPOINT        endpoint to send to: a name (tarn) or a number\n"
+    "  --type TYPE          message type: a name (VCFG_MSG_WAN_IP_RELEASE, WAN_IP_RELEASE) or a number;\n"
+    "                       bit 31 (0x80000000) says that no answer is expected\n"
+    "  --from ENDPOINT      endpoint that it comes from (250)\n"
     "  --request-id N       the sender's handle, which a reply carries back\n"
     "  --oid N              object id (0)\n"
     "  --iid 1.2            instance numbers, outermost first (none)\n"
@@ -167,19 +168,21 @@ const char kSendHelp[] =
     "Numbers are decimal or 0x. Without a payload the length is 0. A statCode other than 0 in the\n"
     "reply is no failure of the sending.\n"
     "\n"
+    "  vcfgctl send --to tarn --type WAN_IP_RELEASE --iid 1 --reply\n"
     "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show' --reply\n";
 
 const char kServeHelp[] =
-    "Is endpoint EID: prints a JSON line per message, and answers those that wait for an answer.\n"
+    "Is that endpoint (a name or a number): prints a JSON line per message, and answers those that wait for an "
+    "answer.\n"
     "Who expects an answer (bit 31 of the type is clear) without waiting gets it as a message.\n"
     "An answer has the message's type, request id and instance.\n"
     "\n"
-    "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text)\n"
+    "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text); it may be negative\n"
     "  --count N                ends after N messages; fewer in the time given are a failure\n"
     "  --timeout MS             ends after so many milliseconds (0, the default: without limit)\n"
     "  --take-over              also from a process that serves the endpoint now\n"
     "\n"
-    "The socket eid-EID in the run directory appears when it is ready.\n";
+    "The socket eid-NUMBER in the run directory appears when it is ready.\n";
 
 const Verb kVerbs[] = {
     {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
@@ -197,10 +200,10 @@ const Verb kVerbs[] = {
     {"wait", "[--timeout MS] [--show-secrets] [--json] CONDITION...", "returns when the model is as wanted", kWaitHelp,
      kWaitOptions, runWait, true},
     {"send",
-     "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
+     "--to ENDPOINT --type TYPE [--from ENDPOINT] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
      "sends one message", kSendHelp, kSendOptions, runSend},
-    {"serve", "EID [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
+    {"serve", "ENDPOINT [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
      "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe}};
 
 }  // namespace

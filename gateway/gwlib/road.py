@@ -27,6 +27,11 @@ MESSAGE = re.compile(r"process msg type = (\d+) ")
 COLOURS = {"in": "36", "tarn": "0", "runs": "35", "model": "33", "led": "33;1", "ok": "32", "FAIL": "31;1", "title": "1"}
 
 
+def _text(value):
+    """A value of the model as it is written; None when there is none."""
+    return value if value is None or isinstance(value, str) else json.dumps(value)
+
+
 class Tail:
     """The whole lines that a file has grown by."""
 
@@ -138,7 +143,7 @@ class Road:
         return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
 
     def _of_model(self, line):
-        path, old, new = line["path"], line.get("old"), line.get("new")
+        path, old, new = line["path"], _text(line["old"]), _text(line["new"])
         if old is None:
             return "model", f"{path} is new" if not new else f"{path} = {new}"
         if new is None:

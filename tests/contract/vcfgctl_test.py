@@ -176,7 +176,7 @@ def test_describe_says_what_a_parameter_takes(bus):
         "secret: no\n"
         "apply hook: none\n"
         "refresh hook: none\n"
-        f"served by: vcmd (endpoint 1, process {bus.vcmd.pid})\n")
+        f"served by: endpoint 1(vcmd), process {bus.vcmd.pid}\n")
     assert "range: 0 to 4294967295\n" in bus.ok("describe", "IP.Interface.1.MaxMTUSize")
     assert "persistence: configuration\nsecret: yes\n" in bus.ok("describe", "PPP.Interface.1.Password")
     assert "access: readOnly\n" in bus.ok("describe", "DeviceInfo.FirstUseDate")
@@ -318,9 +318,10 @@ def test_watch_prints_a_line_per_change(bus):
     states = iter(1000 * ["Up", "Down"])
     wait_for(lambda: bus.ok("set", f"IP.Interface.1.Status={next(states)}") == "" and watch.poll() is not None)
     printed = lines(watch.stdout.read())
-    assert [sorted(line) for line in printed] == 2 * [["by", "new", "old", "path", "t_mono_us"]]
+    assert [sorted(line) for line in printed] == 2 * [["by", "byEid", "byName", "new", "old", "path", "t_mono_us"]]
     assert {line["path"] for line in printed} == {"IP.Interface.1.Status"}
-    assert printed[0]["new"] == printed[1]["old"] and printed[0]["by"] == "eid 250"
+    assert printed[0]["new"] == printed[1]["old"]
+    assert (printed[0]["by"], printed[0]["byEid"], printed[0]["byName"]) == ("eid 250", 250, "vcfgctl")
 
 
 def test_watch_gives_up_when_nothing_happens(bus):
@@ -347,7 +348,8 @@ def test_serve_prints_what_send_sends(quiet_bus):
            "--iid", "1.2", "--payload", "text")
     assert serve.wait(PATIENCE) == 0
     assert lines(serve.stdout.read()) == [{
-        "type": 0x80000102, "srcEid": 9, "dstEid": 15, "oid": 5, "requestId": 0x11, "statCode": 0, "objIid": "2:1.2",
+        "type": 0x80000102, "typeName": None, "srcEid": 9, "srcName": "tr069",
+        "dstEid": 15, "dstName": "vhttpd", "oid": 5, "requestId": 0x11, "statCode": 0, "objIid": "2:1.2",
         "length": 5, "payload": "text", "payloadHex": b"text\0".hex(),
         "headerHex": "02010080" "05000000" "090f" "0500" "11000000" "00000000" + 28 * "00" + "02010200000000" "00"}]
 
@@ -368,7 +370,7 @@ def test_send_reply_prints_type_stat_code_and_payload(quiet_bus):
     bus = quiet_bus
     bus.serve("15", "--reply", "7:well done")
     assert bus.ok("send", "--to", "15", "--type", "0x83", "--reply") == \
-        "type=0x00000083 statCode=7 payload=well done\n"
+        "type=0x00000083(VCFG_MSG_VOSH_COMMAND) statCode=7 payload=well done\n"
     reply = lines(bus.ok("send", "--to", "15", "--type", "0x83", "--request-id", "9", "--reply", "--json"))[0]
     assert (reply["srcEid"], reply["dstEid"], reply["requestId"], reply["statCode"], reply["length"]) == (15, 250, 9, 7, 10)
 
