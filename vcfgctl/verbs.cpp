@@ -184,6 +184,12 @@ const char kServeHelp[] =
     "\n"
     "The socket eid-NUMBER in the run directory appears when it is ready.\n";
 
+const char kCompleteHelp[] =
+    "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
+    "what the completion of bash and zsh asks.\n"
+    "\n"
+    "  vcfgctl complete -- get IP.Interface.1.Sta\n";
+
 const Verb kVerbs[] = {
     {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
     {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kSetOptions, runSet, true},
@@ -204,7 +210,8 @@ const Verb kVerbs[] = {
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
      "sends one message", kSendHelp, kSendOptions, runSend},
     {"serve", "ENDPOINT [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
-     "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe}};
+     "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe},
+    {"complete", "-- WORD...", "says how a command line may go on, for shells", kCompleteHelp, {}, runComplete}};
 
 }  // namespace
 
