@@ -72,3 +72,13 @@ def test_a_refusal_and_the_log_do_not_tell_them(ppp):
     ppp.vcmd.terminate()
     _, logged = ppp.vcmd.communicate()
     assert "sesame" not in logged and "hunter2" not in logged
+
+
+def test_load_takes_the_backup_and_not_what_hides_it(ppp, tmp_path):
+    ppp.ok("dump", "--show-secrets", str(tmp_path / "backup"))
+    (tmp_path / "hidden").write_text(ppp.ok("dump"))
+    ppp.ok("set", f"{PASSWORD}=other")
+    assert "not what it is shown as" in ppp.fails(1, "load", str(tmp_path / "hidden"))
+    assert ppp.ok("get", "--show-secrets", PASSWORD) == f"{PASSWORD}=other\n"
+    ppp.ok("load", str(tmp_path / "backup"))
+    assert ppp.ok("get", "--show-secrets", PASSWORD) == f"{PASSWORD}=hunter2\n"
