@@ -274,6 +274,21 @@ def test_set_no_apply_runs_no_hook(bus):
     assert (bus.home / "applied").read_text() == "set\n"
 
 
+def test_a_request_reaches_the_hook_and_reads_false_again(bus):
+    bus.ok("add", "IP.Interface")
+    bus.hook("apply", "IP.Interface.{i}", f"cat >>{bus.home}/applied; echo >>{bus.home}/applied")
+    bus.ok("set", "--wait", "IP.Interface.1.Reset=true", "IP.Interface.1.Alias=a")
+    assert bus.ok("get", "IP.Interface.1.Reset", "IP.Interface.1.Alias") == \
+        "IP.Interface.1.Reset=false\nIP.Interface.1.Alias=a\n"
+    bus.ok("set", "--wait", "IP.Interface.1.Reset=true")
+    bus.ok("set", "--wait", "IP.Interface.1.Alias=b")
+    applied = lines((bus.home / "applied").read_text())
+    assert [(record["Reset"], record["previous"]["Reset"]) for record in applied] == \
+        [(True, False), (True, False), (False, False)]
+    bus.ok("set", "--no-apply", "IP.Interface.1.Reset=true")
+    assert bus.ok("get", "IP.Interface.1.Reset") == "IP.Interface.1.Reset=false\n"
+
+
 # add, del, dump
 
 def test_add_prints_the_new_path(bus):

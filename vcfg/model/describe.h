@@ -32,6 +32,8 @@ struct Parameter {
     bool isWritable() const { return access != Access::RO && access != Access::KEPT; }
     // Configuration; the others are state.
     bool isPersistent() const { return access != Access::RO && access != Access::LIVE; }
+    // "Reset", "Renew": to write it is to ask for something, and it reads false again when that is handed on.
+    bool isRequest() const { return access == Access::LIVE && kind == Kind::Bool; }
     bool isSecret() const { return access == Access::SECRET; }
 };
 
