@@ -410,7 +410,7 @@ def test_serve_leaves_an_endpoint_to_the_process_that_serves_it(quiet_bus):
     bus = quiet_bus
     holder = bus.serve("15", "--reply", "1")
     said = bus.fails(1, "serve", "15", "--timeout", "50")
-    assert said == (f"vcfgctl: endpoint 15 is served by process {holder.pid} (vcfgctl); "
+    assert said == (f"vcfgctl: endpoint 15(vhttpd) is served by process {holder.pid} (vcfgctl); "
                     "with --take-over it is taken from it\n")
     bus.serve("15", "--reply", "2", "--take-over")
     wait_for(lambda: "statCode=2" in bus.ok("send", "--to", "15", "--type", "7", "--reply"))
