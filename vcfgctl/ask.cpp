@@ -1,7 +1,6 @@
 #include "ask.h"
 
 #include <sys/stat.h>
-#include <vcfg/fe.h>
 
 #include <cstring>
 

@@ -7,6 +7,7 @@
 
 #include "ask.h"
 #include "names.h"
+#include "records.h"
 #include "select.h"
 
 namespace vcfgctl {
@@ -36,16 +37,13 @@ Texts instances(const std::string& runDir, const std::string& table) {
     const Selection& selection = selections.front();
     const Lookup anything = [](const auto&, const auto&, const auto&) { return std::nullopt; };
     objIndex iid{};
-    for (;;) {
-        const vcfg::Answer answer = ask(vcfg::wire::kNextStored, selection.object->oid, iid);
-        if (answer.code != VCFG_OK) {
-            return found;
-        }
-        iid = answer.iid;
+    Record record;
+    while (readNext(selection.object->oid, &iid, false, &record) == VCFG_OK) {
         if (selection.fits(iid, anything)) {
             add(found, std::to_string(iid.idx[iid.level - 1]));
         }
     }
+    return found;
 }
 
 Texts paths(const std::string& runDir, const std::string& verb, const std::string& word) {

@@ -8,6 +8,7 @@ namespace vcfgctl {
 namespace {
 
 namespace model = vcfg::model;
+
 // The instances that there are instead, as far as they fit a line.
 std::string existing(const model::Object& object) {
     constexpr unsigned kMost = 8;

@@ -56,9 +56,8 @@ int Mirror::read(const std::vector<Selection>& selections) {
     for (const Selection& selection : selections) {
         for (const Selection& one : lookedAt(selection)) {
             if (status == kDone) {
-                status = vcfgctl::forEach(one, false, [&](const objIndex& iid, const void* record) {
-                    addRecord(*one.object, iid, record);
-                });
+                status = vcfgctl::forEach(
+                    one, false, [&](const objIndex& iid, const void* record) { addRecord(*one.object, iid, record); });
             }
         }
     }
