@@ -1,14 +1,12 @@
 // Requests to vcmd.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "client/bus_server.h"
 #include "client/fe_client.h"
 #include "client/fe_wire.h"
-#include "select.h"
 
 namespace vcfgctl {
 
@@ -31,9 +29,5 @@ int joinBus(const std::string& runDir, uint8_t eid = kOwnEid);
 int reportFailure(const vcfg::Answer& answer, const std::string& subject);
 // The same for a code of the bus, of a message to `eid`.
 int reportBusFailure(int code, unsigned eid);
-
-// Calls `take` for every instance that the selection stands for, in order. An exit status, reported when not kDone.
-using TakeRecord = std::function<void(const objIndex& iid, const void* record)>;
-int forEach(const Selection& selection, bool refresh, const TakeRecord& take);
 
 }  // namespace vcfgctl

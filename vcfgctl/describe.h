@@ -15,7 +15,7 @@ struct Description {
     bool isParameter() const { return parameter.name != nullptr; }
 };
 
-const char* typeName(uint32_t type);
+const char* valueTypeName(uint32_t type);
 const char* persistenceName(const vcfg_schema_parameter_t& parameter);
 
 void printDescription(const Description& description);

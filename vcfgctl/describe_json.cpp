@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "describe.h"
+#include "names.h"
 #include "print.h"
 
 namespace vcfgctl {
@@ -43,7 +44,7 @@ json_object* valuesOf(std::string_view values) {
 }
 
 void putParameter(json_object* line, const vcfg_schema_parameter_t& parameter) {
-    put(line, "type", json_object_new_string(typeName(parameter.type)));
+    put(line, "type", json_object_new_string(valueTypeName(parameter.type)));
     if (parameter.maxLength > 0) {
         put(line, "maxLength", json_object_new_int64(parameter.maxLength));
     } else if (parameter.max > 0) {
@@ -79,7 +80,7 @@ void putService(json_object* line, const vcfg_schema_service_t* service) {
         put(hooks, "apply", textOrNull(service->applyHook));
         put(hooks, "refresh", textOrNull(service->refreshHook));
         server = json_object_new_object();
-        put(server, "name", json_object_new_string("vcmd"));
+        put(server, "name", jsonText(endpointName(service->eid)));
         put(server, "eid", json_object_new_int(service->eid));
         put(server, "process", json_object_new_int(service->process));
     }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "describe.h"
+#include "names.h"
 
 namespace vcfgctl {
 namespace {
@@ -22,7 +23,7 @@ void printRange(const vcfg_schema_parameter_t& parameter) {
 }
 
 void printParameter(const vcfg_schema_parameter_t& parameter) {
-    printf("type: %s\n", typeName(parameter.type));
+    printf("type: %s\n", valueTypeName(parameter.type));
     printRange(parameter);
     printf("access: %s\n", parameter.isWritable != 0 ? "readWrite" : "readOnly");
     printf("default: %s\n", parameter.dflt);
@@ -48,13 +49,12 @@ void printService(const vcfg_schema_service_t* service) {
     }
     printHook("apply hook", service->applyHook);
     printHook("refresh hook", service->refreshHook);
-    printf("served by: vcmd (endpoint %u, process %" PRId32 ")\n", static_cast<unsigned>(service->eid),
-           service->process);
+    printf("served by: endpoint %s, process %" PRId32 "\n", endpointText(service->eid).c_str(), service->process);
 }
 
 }  // namespace
 
-const char* typeName(uint32_t type) {
+const char* valueTypeName(uint32_t type) {
     return kTypeNames[type];
 }
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "client/log_level.h"
 #include "client/standard_streams.h"
 #include "verb.h"
 
@@ -13,6 +14,8 @@
 using namespace vcfgctl;
 
 namespace {
+
+constexpr int kLogLevel = 3;  // errors
 
 enum GlobalOption : int { kRunDir = 256, kJson, kHelp, kVersion, kVerbOption };
 
@@ -170,6 +173,8 @@ int main(int argc, char** argv) {
     } else {
         command.call.runDir = getenv("VCFG_RUN_DIR") != nullptr ? getenv("VCFG_RUN_DIR") : "/run/vcfg";
     }
+    // What fails the verbs say themselves, in one line.
+    vcfg::setLogLevel(kLogLevel);
     const int status = command.verb->run(command.call);
     if (!outputTakes() && status == kDone) {
         return outputRefuses();

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "names.h"
+
 namespace vcfgctl {
 namespace {
 
@@ -89,19 +91,18 @@ json_object* jsonText(std::string_view text) {
     return json_object_new_string_len(clean.data(), static_cast<int>(clean.size()));
 }
 
-json_object* jsonValue(const model::Parameter& parameter, const void* record) {
-    const std::string text = valueText(parameter, record);
+json_object* jsonValue(const model::Parameter& parameter, const std::string& value) {
     switch (parameter.kind) {
         case model::Kind::Bool:
-            return json_object_new_boolean(text == "true");
+            return json_object_new_boolean(value == "true");
         case model::Kind::Int:
         case model::Kind::Uint:
         case model::Kind::Long:
-            return json_object_new_int64(strtoll(text.c_str(), nullptr, 10));
+            return json_object_new_int64(strtoll(value.c_str(), nullptr, 10));
         case model::Kind::Ulong:
-            return json_object_new_uint64(strtoull(text.c_str(), nullptr, 10));
+            return json_object_new_uint64(strtoull(value.c_str(), nullptr, 10));
         default:
-            return jsonText(text);
+            return jsonText(value);
     }
 }
 
@@ -111,30 +112,35 @@ void printJsonLine(json_object* object) {
     json_object_put(object);
 }
 
-void printParameter(const std::string& objectPath, const model::Parameter& parameter, const void* record, bool json) {
-    const std::string path = objectPath + "." + parameter.name;
+void printValue(const std::string& path, const model::Parameter& parameter, const std::string& value, bool json) {
     if (!json) {
-        printf("%s=%s\n", path.c_str(), oneLine(valueText(parameter, record)).c_str());
+        printf("%s=%s\n", path.c_str(), oneLine(value).c_str());
         return;
     }
     json_object* line = json_object_new_object();
     json_object_object_add(line, "path", jsonText(path));
-    json_object_object_add(line, "value", jsonValue(parameter, record));
+    json_object_object_add(line, "value", jsonValue(parameter, value));
     printJsonLine(line);
 }
 
 void printMessage(const vcfg_msg_t& message) {
     const char* payload = vcfg_msg_text(&message);
     json_object* line = json_object_new_object();
-    const auto number = [line](const char* name, uint32_t value) {
-        json_object_object_add(line, name, json_object_new_int64(value));
+    const auto number = [line](const char* key, int64_t value) {
+        json_object_object_add(line, key, json_object_new_int64(value));
+    };
+    const auto name = [line](const char* key, const std::string& value) {
+        json_object_object_add(line, key, value.empty() ? nullptr : jsonText(value));
     };
     number("type", message.type);
+    name("typeName", typeName(message.type));
     number("srcEid", message.srcEid);
+    name("srcName", endpointName(message.srcEid));
     number("dstEid", message.dstEid);
+    name("dstName", endpointName(message.dstEid));
     number("oid", message.oid);
     number("requestId", message.requestId);
-    number("statCode", message.statCode);
+    number("statCode", static_cast<int32_t>(message.statCode));
     json_object_object_add(line, "objIid", jsonText(iidText(message.objIid)));
     number("length", message.length);
     json_object_object_add(line, "payload", jsonText({payload, strnlen(payload, message.length)}));

@@ -16,14 +16,13 @@ namespace vcfgctl {
 std::string oneLine(std::string_view text);
 
 json_object* jsonText(std::string_view text);
-// A boolean or number as such, everything else as text.
-json_object* jsonValue(const vcfg::model::Parameter& parameter, const void* record);
+// A boolean or number as such, everything else as text. `value` as the model shows it.
+json_object* jsonValue(const vcfg::model::Parameter& parameter, const std::string& value);
 // Prints the object on a line of its own at once, and frees it.
 void printJsonLine(json_object* object);
 
-// "path=value", or {"path":...,"value":...}.
-void printParameter(const std::string& objectPath, const vcfg::model::Parameter& parameter, const void* record,
-                    bool json);
+// "path=value", or {"path":...,"value":...}. `path` is the parameter's.
+void printValue(const std::string& path, const vcfg::model::Parameter& parameter, const std::string& value, bool json);
 // The JSON line of a message.
 void printMessage(const vcfg_msg_t& message);
 

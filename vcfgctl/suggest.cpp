@@ -2,71 +2,12 @@
 
 #include <algorithm>
 #include <deque>
-#include <vector>
 
-#include "model/describe.h"
+#include "level.h"
 #include "nearest.h"
-#include "parts.h"
 
 namespace vcfgctl {
 namespace {
-
-namespace model = vcfg::model;
-
-using Texts = std::vector<std::string>;
-
-// How much of a path the model has, and what may follow there.
-struct Level {
-    size_t known = 0;
-    bool takesInstance = false;  // an instance number may follow
-    bool isWhole = false;        // what is known is a parameter
-    Texts names;
-};
-
-void add(Texts& names, std::string_view name) {
-    if (std::find(names.begin(), names.end(), name) == names.end()) {
-        names.emplace_back(name);
-    }
-}
-
-// What the object adds to the level that its pattern reaches along the path.
-void addNames(const model::Object& object, const Parts& pattern, Level& level) {
-    if (level.known < pattern.size() && pattern[level.known] == "{i}") {
-        level.takesInstance = true;
-    } else if (level.known < pattern.size()) {
-        add(level.names, pattern[level.known]);
-    } else {
-        for (const model::Parameter& parameter : object.parameters) {
-            add(level.names, parameter.name);
-        }
-    }
-}
-
-Level levelOf(const Parts& parts) {
-    Level level;
-    for (const model::Object& object : model::objects()) {
-        const Parts pattern = split(object.pattern);
-        Places ignored{};
-        const size_t known = follow(pattern, parts, &ignored);
-        level.isWhole = level.isWhole ||
-                        (known == pattern.size() && parts.size() == known + 1 && find(object, parts.back()) != nullptr);
-        if (known > level.known) {
-            level = {known, false, level.isWhole, {}};
-        }
-        if (known == level.known) {
-            addNames(object, pattern, level);
-        }
-    }
-    return level;
-}
-
-std::string join(const Parts& parts, size_t count) {
-    std::string text;
-    for (size_t i = 0; i < count; ++i) {
-        text.append(i > 0 ? "." : "").append(parts[i]);
-    }
-    return text;
-}
 
 // The path with every part made right, as far as the nearest names do that.
 std::string mended(Parts parts) {

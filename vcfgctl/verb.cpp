@@ -1,11 +1,11 @@
 #include "verb.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "model/names.h"
+#include "parts.h"
 
 namespace vcfgctl {
 
@@ -44,7 +44,7 @@ int nobodyAnswers(const std::string& why) {
 
 std::string plainPath(const std::string& operand) {
     constexpr std::string_view kPlace = "{i}";
-    const size_t end = std::min(operand.find('='), operand.size());
+    const size_t end = pathLength(operand);
     std::string path(vcfg::model::withoutRoot(std::string_view(operand).substr(0, end)));
     for (size_t at = path.find(kPlace); at != path.npos; at = path.find(kPlace)) {
         path.replace(at, kPlace.size(), "*");

@@ -46,8 +46,10 @@ int runSave(const Call& call);
 int runList(const Call& call);
 int runDescribe(const Call& call);
 int runWatch(const Call& call);
+int runWait(const Call& call);
 int runSend(const Call& call);
 int runServe(const Call& call);
+int runComplete(const Call& call);
 
 // One line on standard error that says why; the result is the exit status.
 int refuse(const std::string& why);

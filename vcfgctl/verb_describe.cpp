@@ -6,6 +6,7 @@
 #include "ask.h"
 #include "describe.h"
 #include "print.h"
+#include "select.h"
 #include "suggest.h"
 #include "verb.h"
 
@@ -43,7 +44,7 @@ int runDescribe(const Call& call) {
     if (call.operands.size() != 1) {
         return wrongUsage(call, "takes one path");
     }
-    const std::string& path = call.operands.front();
+    const std::string path = withoutFilters(call.operands.front());
     Description description{};
     if (vcfgSchemaFind(path.c_str(), &description.object, nullptr, &description.parameter) != VCFG_OK) {
         std::string why;

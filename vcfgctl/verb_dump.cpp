@@ -1,10 +1,11 @@
-#include <json-c/json.h>
-
 #include <cstdio>
 
 #include "ask.h"
+#include "instances.h"
+#include "json.h"
 #include "print.h"
-#include "verb.h"
+#include "private_file.h"
+#include "secret.h"
 
 namespace vcfgctl {
 namespace {
@@ -12,49 +13,57 @@ namespace {
 namespace model = vcfg::model;
 
 // What differs from a new instance's values, as vcmd keeps it in its file.
-json_object* changedValues(const model::Object& object, const void* record) {
+json_object* changedValues(const Call& call, const model::Object& object, const void* record) {
     std::vector<std::byte> fresh(object.size);
     setDefaults(object, fresh.data());
     json_object* values = json_object_new_object();
     for (const model::Parameter& parameter : object.parameters) {
-        if (parameter.countedOid == RDM_OID_NONE &&
-            valueText(parameter, record) != valueText(parameter, fresh.data())) {
-            json_object_object_add(values, parameter.name, jsonValue(parameter, record));
+        const std::string value = valueText(parameter, record);
+        if (parameter.countedOid == RDM_OID_NONE && value != valueText(parameter, fresh.data())) {
+            json_object_object_add(values, parameter.name, jsonValue(parameter, shown(call, parameter, value)));
         }
     }
     return values;
 }
 
+// An exit status, reported when not kDone. Of a single object there is nothing to say as long as it is as it was made.
+int addInstances(const Call& call, const model::Object& object, json_object* objects) {
+    return forEach({&object, {}, nullptr}, false, [&](const objIndex& iid, const void* record) {
+        JsonPtr values(changedValues(call, object, record));
+        if (object.isTable || json_object_object_length(values.get()) > 0) {
+            json_object_object_add(objects, path(object, iid).c_str(), values.release());
+        }
+    });
+}
+
 }  // namespace
 
 int runDump(const Call& call) {
-    if (!call.operands.empty()) {
-        return wrongUsage(call, "takes no argument; 'get PATH.' prints a part of the model");
+    const bool toFile = call.option(kShowSecrets.name) != nullptr;
+    if (call.operands.size() != (toFile ? 1 : 0)) {
+        return wrongUsage(call, toFile ? "--show-secrets takes one file, which only its owner may read"
+                                       : "takes no argument; 'get PATH.' prints a part of the model");
     }
     int status = joinBus(call.runDir);
+    const JsonPtr whole(json_object_new_object());
     json_object* objects = json_object_new_object();
+    json_object_object_add(whole.get(), "version", json_object_new_int(1));
+    json_object_object_add(whole.get(), "objects", objects);
     for (const model::Object& object : model::objects()) {
-        if (status != kDone) {
-            break;
+        if (status == kDone) {
+            status = addInstances(call, object, objects);
         }
-        status = forEach({&object, {}, nullptr}, false, [&](const objIndex& iid, const void* record) {
-            json_object* values = changedValues(object, record);
-            if (object.isTable || json_object_object_length(values) > 0) {
-                json_object_object_add(objects, path(object, iid).c_str(), values);
-            } else {
-                json_object_put(values);
-            }
-        });
     }
-    json_object* whole = json_object_new_object();
-    json_object_object_add(whole, "version", json_object_new_int(1));
-    json_object_object_add(whole, "objects", objects);
-    if (status == kDone) {
-        puts(json_object_to_json_string_ext(
-            whole, JSON_C_TO_STRING_NOSLASHESCAPE | (call.json ? JSON_C_TO_STRING_PLAIN : JSON_C_TO_STRING_PRETTY)));
+    if (status != kDone) {
+        return status;
     }
-    json_object_put(whole);
-    return status;
+    const int style = JSON_C_TO_STRING_NOSLASHESCAPE | (call.json ? JSON_C_TO_STRING_PLAIN : JSON_C_TO_STRING_PRETTY);
+    const std::string text = json_object_to_json_string_ext(whole.get(), style);
+    if (toFile) {
+        return writePrivateFile(call.operands.front(), text + "\n");
+    }
+    puts(text.c_str());
+    return kDone;
 }
 
 }  // namespace vcfgctl

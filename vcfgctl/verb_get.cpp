@@ -1,19 +1,39 @@
 #include "ask.h"
+#include "instances.h"
 #include "print.h"
-#include "verb.h"
+#include "secret.h"
 
 namespace vcfgctl {
 namespace {
 
-int print(const Selection& selection, const Call& call) {
+struct Query {
+    std::string path;
+    std::vector<Selection> selections;
+};
+
+int print(const Selection& selection, const Call& call, size_t* printed) {
     return forEach(selection, call.option("refresh") != nullptr, [&](const objIndex& iid, const void* record) {
         const std::string path = vcfg::model::path(*selection.object, iid);
         for (const vcfg::model::Parameter& parameter : selection.object->parameters) {
             if (selection.parameter == nullptr || selection.parameter == &parameter) {
-                printParameter(path, parameter, record, call.json);
+                printValue(path + "." + parameter.name, parameter, shown(call, parameter, valueText(parameter, record)),
+                           call.json);
+                ++*printed;
             }
         }
     });
+}
+
+int print(const Query& query, const Call& call) {
+    size_t printed = 0;
+    for (const Selection& selection : query.selections) {
+        const int status = print(selection, call, &printed);
+        if (status != kDone) {
+            return status;
+        }
+    }
+    const Filter* const alias = query.selections.front().alias();
+    return printed == 0 && alias != nullptr ? refuseAlias(*alias, query.path) : kDone;
 }
 
 }  // namespace
@@ -22,18 +42,17 @@ int runGet(const Call& call) {
     if (call.operands.empty()) {
         return wrongUsage(call, "a path is missing");
     }
-    std::vector<Selection> selections;
+    std::vector<Query> queries;
     for (const std::string& path : call.operands) {
         std::string why;
-        const std::vector<Selection> found = select(path, &why);
-        if (found.empty()) {
-            return refuse(std::string(path).append(": ").append(why));
+        queries.push_back({path, select(path, &why)});
+        if (queries.back().selections.empty()) {
+            return refuse(path + ": " + why);
         }
-        selections.insert(selections.end(), found.begin(), found.end());
     }
     int status = joinBus(call.runDir);
-    for (size_t i = 0; i < selections.size() && status == kDone; ++i) {
-        status = print(selections[i], call);
+    for (size_t i = 0; i < queries.size() && status == kDone; ++i) {
+        status = print(queries[i], call);
     }
     return status;
 }

@@ -82,7 +82,7 @@ int runList(const Call& call) {
     if (call.operands.size() > 1) {
         return wrongUsage(call, "takes one path");
     }
-    const std::string path = call.operands.empty() ? "." : call.operands.front();
+    const std::string path = withoutFilters(call.operands.empty() ? "." : call.operands.front());
     std::string why;
     const std::vector<Selection> found = selectNamed(path, &why);
     if (found.empty()) {

@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "ask.h"
+#include "names.h"
+#include "nearest.h"
 #include "print.h"
 #include "verb.h"
 
@@ -14,9 +16,9 @@ namespace {
 using vcfg::bus::MessagePtr;
 
 struct Request {
-    uint64_t to = 0;
-    uint64_t type = 0;
-    uint64_t from = kOwnEid;
+    uint8_t to = 0;
+    uint32_t type = 0;
+    uint8_t from = kOwnEid;
     uint64_t requestId = 0;
     uint64_t oid = 0;
     uint64_t timeoutMs = kPatience;
@@ -76,6 +78,32 @@ int takePayload(const Call& call, Request& request) {
     return kDone;
 }
 
+bool endpointOption(const Call& call, const char* name, uint8_t* eid) {
+    const std::string* const text = call.option(name);
+    const std::optional<uint32_t> found = text != nullptr ? parseEndpoint(*text) : std::optional<uint32_t>(*eid);
+    if (!found) {
+        wrongUsage(call, "--" + std::string(name) + " takes an endpoint, 1 to 255 or by name (" + endpointList() +
+                             "), not \"" + oneLine(*text) + "\"");
+        return false;
+    }
+    *eid = static_cast<uint8_t>(*found);
+    return true;
+}
+
+bool typeOption(const Call& call, uint32_t* type) {
+    const std::string& text = *call.option("type");
+    const std::optional<uint32_t> found = parseType(text);
+    if (!found) {
+        const std::vector<std::string> near =
+            nearest(typeNames(), text.find('_') != text.npos ? "VCFG_MSG_" + text : text);
+        wrongUsage(call, "--type takes a number up to 0xffffffff or a message's name, not \"" + oneLine(text) + "\"" +
+                             (near.empty() ? "" : "; did you mean " + near.front() + "?"));
+        return false;
+    }
+    *type = *found;
+    return true;
+}
+
 int takeOptions(const Call& call, Request& request) {
     if (!call.operands.empty()) {
         return wrongUsage(call, "\"" + oneLine(call.operands.front()) + "\" is too much; a text goes behind --payload");
@@ -85,14 +113,11 @@ int takeOptions(const Call& call, Request& request) {
     }
     request.requestId = static_cast<uint64_t>(getpid());
     request.reply = call.option("reply") != nullptr;
-    if (!numberOption(call, "to", 255, &request.to) || !numberOption(call, "type", UINT32_MAX, &request.type) ||
-        !numberOption(call, "from", 255, &request.from) || !numberOption(call, "oid", UINT32_MAX, &request.oid) ||
+    if (!endpointOption(call, "to", &request.to) || !typeOption(call, &request.type) ||
+        !endpointOption(call, "from", &request.from) || !numberOption(call, "oid", UINT32_MAX, &request.oid) ||
         !numberOption(call, "request-id", UINT32_MAX, &request.requestId) ||
         !numberOption(call, "timeout", UINT32_MAX, &request.timeoutMs)) {
         return kWrongUsage;
-    }
-    if (request.to == 0 || request.from == 0) {
-        return wrongUsage(call, "endpoints are 1 to 255");
     }
     const std::string* iid = call.option("iid");
     if (iid != nullptr && !parseIid(*iid, &request.iid)) {
@@ -103,10 +128,10 @@ int takeOptions(const Call& call, Request& request) {
 }
 
 MessagePtr toMessage(const Request& request) {
-    MessagePtr message = newMessage(static_cast<uint32_t>(request.type), request.payload);
+    MessagePtr message = newMessage(request.type, request.payload);
     if (message != nullptr) {
-        message->srcEid = static_cast<uint8_t>(request.from);
-        message->dstEid = static_cast<uint8_t>(request.to);
+        message->srcEid = request.from;
+        message->dstEid = request.to;
         message->oid = static_cast<uint32_t>(request.oid);
         message->requestId = static_cast<uint32_t>(request.requestId);
         message->objIid = request.iid;
@@ -119,7 +144,7 @@ void printReply(const vcfg_msg_t& reply, bool json) {
     if (json) {
         printMessage(reply);
     } else {
-        printf("type=0x%08x statCode=%u payload=%s\n", reply.type, reply.statCode,
+        printf("type=%s statCode=%d payload=%s\n", typeText(reply.type).c_str(), static_cast<int32_t>(reply.statCode),
                oneLine({payload, strnlen(payload, reply.length)}).c_str());
     }
 }
@@ -130,7 +155,7 @@ int runSend(const Call& call) {
     Request request;
     int status = takeOptions(call, request);
     if (status == kDone) {
-        status = joinBus(call.runDir, static_cast<uint8_t>(request.from));
+        status = joinBus(call.runDir, request.from);
     }
     if (status != kDone) {
         return status;
@@ -144,7 +169,7 @@ int runSend(const Call& call) {
                                               static_cast<uint32_t>(request.timeoutMs));
     const MessagePtr owned(reply);
     if (code != (request.reply ? VCFG_OK : VCFG_DELIVERED)) {
-        return reportBusFailure(code, static_cast<unsigned>(request.to));
+        return reportBusFailure(code, request.to);
     }
     if (reply != nullptr) {
         printReply(*reply, call.json);

@@ -4,6 +4,7 @@
 #include "ask.h"
 #include "client/bus_client.h"
 #include "client/holder.h"
+#include "names.h"
 #include "print.h"
 #include "verb.h"
 
@@ -14,17 +15,30 @@ namespace bus = vcfg::bus;
 using bus::MessagePtr;
 
 struct Service {
-    uint64_t eid = 0;
-    uint64_t statCode = 0;
+    uint8_t eid = 0;
+    int64_t statCode = 0;
     std::string text;
     uint64_t count = 0;      // 0: without end
     uint64_t timeoutMs = 0;  // of all of it; 0: without limit
 };
 
-int takeOptions(const Call& call, Service& service) {
-    if (call.operands.size() != 1 || !parseNumber(call.operands.front(), 255, &service.eid) || service.eid == 0) {
-        return wrongUsage(call, "takes one endpoint, 1 to 255");
+// A statCode is signed; the same 32 bits may also be written without a sign.
+bool parseStatCode(const std::string& text, int64_t* statCode) {
+    const bool isNegative = text.starts_with('-');
+    uint64_t number = 0;
+    if (!parseNumber(text.substr(isNegative ? 1 : 0), isNegative ? uint64_t{1} << 31 : UINT32_MAX, &number)) {
+        return false;
     }
+    *statCode = isNegative ? -static_cast<int64_t>(number) : static_cast<int64_t>(number);
+    return true;
+}
+
+int takeOptions(const Call& call, Service& service) {
+    const std::optional<uint32_t> eid = call.operands.size() == 1 ? parseEndpoint(call.operands.front()) : std::nullopt;
+    if (!eid) {
+        return wrongUsage(call, "takes one endpoint, 1 to 255 or by name (" + endpointList() + ")");
+    }
+    service.eid = static_cast<uint8_t>(*eid);
     if (!numberOption(call, "count", UINT32_MAX, &service.count) ||
         !numberOption(call, "timeout", INT_MAX, &service.timeoutMs)) {
         return kWrongUsage;
@@ -34,7 +48,7 @@ int takeOptions(const Call& call, Service& service) {
         return kDone;
     }
     const size_t colon = reply->find(':');
-    if (!parseNumber(reply->substr(0, colon), UINT32_MAX, &service.statCode)) {
+    if (!parseStatCode(reply->substr(0, colon), &service.statCode)) {
         return wrongUsage(call, "--reply takes STATCODE or STATCODE:TEXT, not \"" + oneLine(*reply) + "\"");
     }
     service.text = colon == reply->npos ? "" : reply->substr(colon + 1);
@@ -51,7 +65,7 @@ void answer(bus::Server& server, bus::ConnectionId from, const vcfg_msg_t& messa
     if (reply == nullptr) {
         return;
     }
-    reply->srcEid = static_cast<uint8_t>(service.eid);
+    reply->srcEid = service.eid;
     reply->dstEid = message.srcEid;
     reply->requestId = message.requestId;
     reply->statCode = static_cast<uint32_t>(service.statCode);
@@ -77,7 +91,7 @@ int receive(bus::Server& server, const Service& service) {
             answer(server, from, *message, service);
             ++received;
         } else if (code != VCFG_ERR_TIMEOUT) {
-            return refuse("endpoint " + std::to_string(service.eid) + " cannot receive any more");
+            return refuse("endpoint " + endpointText(service.eid) + " cannot receive any more");
         } else {
             return service.count == 0 ? kDone
                                       : refuse("the time is up; " + std::to_string(received) + " of " +
@@ -93,21 +107,21 @@ int runServe(const Call& call) {
     Service service;
     int status = takeOptions(call, service);
     if (status == kDone) {
-        status = joinBus(call.runDir, static_cast<uint8_t>(service.eid));
+        status = joinBus(call.runDir, service.eid);
     }
     if (status != kDone) {
         return status;
     }
-    const bus::Holder holder = bus::holderOf(static_cast<uint8_t>(service.eid));
+    const bus::Holder holder = bus::holderOf(service.eid);
     if (holder.there && call.option("take-over") == nullptr) {
-        return refuse("endpoint " + std::to_string(service.eid) + " is served by " + holder.text() +
+        return refuse("endpoint " + endpointText(service.eid) + " is served by " + holder.text() +
                       "; with --take-over it is taken from it");
     }
     std::signal(SIGPIPE, SIG_IGN);
     int code = VCFG_OK;
-    const std::unique_ptr<bus::Server> server = bus::Server::open(static_cast<uint8_t>(service.eid), &code);
+    const std::unique_ptr<bus::Server> server = bus::Server::open(service.eid, &code);
     if (server == nullptr) {
-        return refuse("endpoint " + std::to_string(service.eid) + " cannot be served in " + call.runDir);
+        return refuse("endpoint " + endpointText(service.eid) + " cannot be served in " + call.runDir);
     }
     return receive(*server, service);
 }

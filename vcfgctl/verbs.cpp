@@ -1,13 +1,18 @@
 // The table of verbs, and their help.
 #include "verb.h"
 
+#include "secret.h"
+
 namespace vcfgctl {
 namespace {
 
-const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}};
+const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}, kShowSecrets};
+const option kDumpOptions[] = {kShowSecrets};
 const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
 const option kListOptions[] = {{"next", no_argument, nullptr, 0}};
-const option kWatchOptions[] = {{"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}};
+const option kWatchOptions[] = {
+    {"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}, kShowSecrets};
+const option kWaitOptions[] = {{"timeout", required_argument, nullptr, 0}, kShowSecrets};
 const option kSendOptions[] = {
     {"to", required_argument, nullptr, 0},      {"type", required_argument, nullptr, 0},
     {"from", required_argument, nullptr, 0},    {"request-id", required_argument, nullptr, 0},
@@ -27,18 +32,29 @@ const char kGetHelp[] =
     "  IP.Interface.1.           all that is below, '.' alone is the whole model\n"
     "  Device.IP.Interface.1.    the same; \"Device.\" may be there in every path\n"
     "\n"
-    "  --refresh  lets the owner of each object bring its values up to date first\n"
-    "  --json     {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
+    "In every path, what stands in place of an instance number may also be\n"
+    "\n"
+    "  IP.Interface.[wan].                          the instance whose Alias is wan\n"
+    "  IP.Interface.[X_VORAN_WAN==true].Status      those whose parameters have such values:\n"
+    "  IP.Interface.[Enable==true&&Name~eth].Name   ==, !=, ~ (holds the text), <, <=, > and >= (numbers),\n"
+    "                                               several joined by &&; a value may be quoted (\")\n"
+    "\n"
+    "  --refresh       lets the owner of each object bring its values up to date first\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"path\":...,\"value\":...} lines; booleans and numbers are such in JSON\n"
     "\n"
     "Control characters in a value are printed as \\n and \\xNN; --json has the exact value.\n"
-    "A path that does not exist is a failure; a '*' that stands for no instance is not.\n";
+    "A path that does not exist is a failure, an alias too; a '*' or a filter that stands for no instance\n"
+    "is not.\n";
 
 const char kSetHelp[] =
     "Writes parameters, read-only ones too: vcfgctl acts as a daemon does.\n"
     "All values for one object are one write, which takes effect whole or not at all.\n"
-    "Every value is checked before the first write.\n"
+    "Every value is checked before the first write; a parameter that is given twice is refused.\n"
     "\n"
     "  vcfgctl set IP.Interface.1.Enable=true IP.Interface.1.Status=Up\n"
+    "  vcfgctl set 'IP.Interface.[wan].Enable=true'     also '*' and filters, see 'get'\n"
+    "  vcfgctl set - <FILE                              PATH=VALUE lines of standard input\n"
     "\n"
     "Booleans are true or false (1 or 0), numbers decimal; any text may be empty.\n"
     "\n"
@@ -47,23 +63,28 @@ const char kSetHelp[] =
     "              the values stay written\n";
 
 const char kAddHelp[] =
-    "Adds an instance to a table and prints its path.\n"
+    "Adds an instance to a table, with the values given, and prints its path. An instance that does not\n"
+    "take its values does not stay.\n"
     "\n"
     "  vcfgctl add IP.Interface\n"
-    "  vcfgctl add IP.Interface.1.IPv4Address\n"
+    "  vcfgctl add IP.Interface.1.IPv4Address IPAddress=192.0.2.7 SubnetMask=255.255.255.0\n"
     "\n"
     "  --json  {\"path\":...}\n";
 
 const char kDelHelp[] =
     "Deletes an instance of a table, and what is below it.\n"
     "\n"
-    "  vcfgctl del IP.Interface.1.IPv4Address.2\n";
+    "  vcfgctl del IP.Interface.1.IPv4Address.2\n"
+    "  vcfgctl del 'IP.Interface.1.IPv4Address.*'                  all of them; none is good, too\n"
+    "  vcfgctl del 'IP.Interface.*.IPv4Address.[Enable==false]'    see 'get' for filters\n";
 
 const char kDumpHelp[] =
     "Prints the whole model as JSON, state included: every instance, and of its parameters those that\n"
     "differ from a new instance's. 'vcfgctl load FILE' and 'vcmd --defaults FILE' take it.\n"
     "\n"
-    "  --json  on one line\n";
+    "  --json               on one line\n"
+    "  --show-secrets FILE  into a file that only its owner may read, with the passwords, PINs and keys;\n"
+    "                       without, they show as ********, which is not taken back\n";
 
 const char kLoadHelp[] =
     "Replaces the whole model by that of a file, in the form that 'vcfgctl dump' prints, or by nothing\n"
@@ -106,16 +127,35 @@ const char kWatchHelp[] =
     "Without a path all changes; paths as for get, and an instance's own path for its coming and\n"
     "going, which shows as '- -> \"\"' and '\"\" -> -'.\n"
     "\n"
-    "  --count N     ends after N changes; fewer in the time given are a failure\n"
-    "  --timeout MS  ends after so many milliseconds (0, the default: without limit)\n"
-    "  --json        {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\"} lines; no value is null\n";
+    "  --count N       ends after N changes; fewer in the time given are a failure\n"
+    "  --timeout MS    ends after so many milliseconds (0, the default: without limit)\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\",\"byEid\",\"byName\"} lines; no value is null\n";
+
+const char kWaitHelp[] =
+    "Returns when all conditions hold at the same time, and prints the values that make them hold. It\n"
+    "follows the changes as they happen, and misses none.\n"
+    "\n"
+    "  vcfgctl wait 'IP.Interface.[wan].Status==Up' DHCPv4.Client.1.DHCPStatus==Bound\n"
+    "  vcfgctl wait 'IP.Interface.*.IPv4Address.*.IPAddress~192.0.2.'\n"
+    "\n"
+    "A condition is PATH==VALUE (or =), != for another value, ~ for a part of the text, and <, <=, > and\n"
+    ">= for numbers. Where the path stands for several instances, one of them is enough. What is not there\n"
+    "yet is waited for; a name that the model does not have is refused at once, and so is a value that\n"
+    "the parameter cannot take.\n"
+    "\n"
+    "  --timeout MS    gives up after so many milliseconds, with status 1 and the values that there are\n"
+    "                  (0, the default: without limit)\n"
+    "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
+    "  --json          {\"path\":...,\"value\":...} lines\n";
 
 const char kSendHelp[] =
     "Sends one message.\n"
     "\n"
-    "  --to EID             endpoint to send to\n"
-    "  --type N             message type; bit 31 (0x80000000) says that no answer is expected\n"
-    "  --from EID           endpoint that it comes from (250)\n"
+    "  --to ENDPOINT        endpoint to send to: a name (tarn) or a number\n"
+    "  --type TYPE          message type: a name (VCFG_MSG_WAN_IP_RELEASE, WAN_IP_RELEASE) or a number;\n"
+    "                       bit 31 (0x80000000) says that no answer is expected\n"
+    "  --from ENDPOINT      endpoint that it comes from (250)\n"
     "  --request-id N       the sender's handle, which a reply carries back\n"
     "  --oid N              object id (0)\n"
     "  --iid 1.2            instance numbers, outermost first (none)\n"
@@ -128,39 +168,50 @@ const char kSendHelp[] =
     "Numbers are decimal or 0x. Without a payload the length is 0. A statCode other than 0 in the\n"
     "reply is no failure of the sending.\n"
     "\n"
+    "  vcfgctl send --to tarn --type WAN_IP_RELEASE --iid 1 --reply\n"
     "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show' --reply\n";
 
 const char kServeHelp[] =
-    "Is endpoint EID: prints a JSON line per message, and answers those that wait for an answer.\n"
+    "Is that endpoint (a name or a number): prints a JSON line per message, and answers those that wait for an "
+    "answer.\n"
     "Who expects an answer (bit 31 of the type is clear) without waiting gets it as a message.\n"
     "An answer has the message's type, request id and instance.\n"
     "\n"
-    "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text)\n"
+    "  --reply STATCODE[:TEXT]  what to answer (0, with an empty text); it may be negative\n"
     "  --count N                ends after N messages; fewer in the time given are a failure\n"
     "  --timeout MS             ends after so many milliseconds (0, the default: without limit)\n"
     "  --take-over              also from a process that serves the endpoint now\n"
     "\n"
-    "The socket eid-EID in the run directory appears when it is ready.\n";
+    "The socket eid-NUMBER in the run directory appears when it is ready.\n";
+
+const char kCompleteHelp[] =
+    "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
+    "what the completion of bash and zsh asks.\n"
+    "\n"
+    "  vcfgctl complete -- get IP.Interface.1.Sta\n";
 
 const Verb kVerbs[] = {
-    {"get", "[--refresh] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
-    {"set", "[--no-apply | --wait] PATH=VALUE...", "writes parameters", kSetHelp, kSetOptions, runSet, true},
-    {"add", "[--json] TABLE-PATH", "adds an instance to a table", kAddHelp, {}, runAdd, true},
+    {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
+    {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kSetOptions, runSet, true},
+    {"add", "[--json] TABLE-PATH [PARAMETER=VALUE...]", "adds an instance to a table", kAddHelp, {}, runAdd, true},
     {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
-    {"dump", "[--json]", "prints the whole model as JSON", kDumpHelp, {}, runDump},
+    {"dump", "[--json] [--show-secrets FILE]", "prints the whole model as JSON", kDumpHelp, kDumpOptions, runDump},
     {"load", "FILE", "replaces the whole model", kLoadHelp, {}, runLoad},
     {"save", "", "has the configuration written to the disk now", kSaveHelp, {}, runSave},
     {"list", "[--next] [--json] [PATH]", "prints what objects and parameters there are", kListHelp, kListOptions,
      runList, true},
     {"describe", "[--json] PATH", "says what an object or a parameter is", kDescribeHelp, {}, runDescribe, true},
-    {"watch", "[--count N] [--timeout MS] [--json] [PATH...]", "prints changes as they happen", kWatchHelp,
-     kWatchOptions, runWatch, true},
+    {"watch", "[--count N] [--timeout MS] [--show-secrets] [--json] [PATH...]", "prints changes as they happen",
+     kWatchHelp, kWatchOptions, runWatch, true},
+    {"wait", "[--timeout MS] [--show-secrets] [--json] CONDITION...", "returns when the model is as wanted", kWaitHelp,
+     kWaitOptions, runWait, true},
     {"send",
-     "--to EID --type N [--from EID] [--request-id N] [--oid N] [--iid 1.2]\n"
+     "--to ENDPOINT --type TYPE [--from ENDPOINT] [--request-id N] [--oid N] [--iid 1.2]\n"
      "                    [--payload TEXT | --payload-file FILE] [--reply] [--timeout MS] [--json]",
      "sends one message", kSendHelp, kSendOptions, runSend},
-    {"serve", "EID [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
-     "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe}};
+    {"serve", "ENDPOINT [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
+     "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe},
+    {"complete", "-- WORD...", "says how a command line may go on, for shells", kCompleteHelp, {}, runComplete}};
 
 }  // namespace
 

@@ -6,6 +6,11 @@ target_link_libraries(vcmd_tests PRIVATE house vcfg_client vcfg_model PkgConfig:
 add_dependencies(vcmd_tests vcmd vcfgctl)
 gtest_discover_tests(vcmd_tests TEST_PREFIX vcmd. PROPERTIES LABELS contract TIMEOUT 120)
 
-add_test(NAME vcfgctl COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/vcfgctl_test.py)
-set_tests_properties(vcfgctl PROPERTIES LABELS contract TIMEOUT 120
-  ENVIRONMENT "VCMD=$<TARGET_FILE:vcmd>;VCFGCTL=$<TARGET_FILE:vcfgctl>;PYTHONDONTWRITEBYTECODE=1")
+file(GLOB vcfgctl_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/vcfgctl_*test.py)
+foreach(test ${vcfgctl_tests})
+  get_filename_component(name ${test} NAME_WE)
+  string(REGEX REPLACE "_?test$" "" name ${name})
+  add_test(NAME ${name} COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${test})
+  set_tests_properties(${name} PROPERTIES LABELS contract TIMEOUT 120
+    ENVIRONMENT "VCMD=$<TARGET_FILE:vcmd>;VCFGCTL=$<TARGET_FILE:vcfgctl>;PYTHONDONTWRITEBYTECODE=1")
+endforeach()

@@ -171,7 +171,7 @@ class Links(Gateway):
         seen = []
 
         def sees_it():
-            number = str(time.monotonic_ns() % 10**9)
+            number = time.monotonic_ns() % 10**9
             self.set(f"X_VORAN_SystemDebug.Interval={number}")
             time.sleep(0.02)  # a change that comes later is seen at the next try
             seen.extend(watch.new())
@@ -179,8 +179,13 @@ class Links(Gateway):
 
         eventually(sees_it)
         if changes is not None:
-            changes += [(line["t_mono_us"] / 1e6, line["path"], line.get("old"), line.get("new")) for line in seen
+            changes += [(line["t_mono_us"] / 1e6, line["path"], _text(line["old"]), _text(line["new"])) for line in seen
                         if not line["path"].endswith("SystemDebug.Interval")]
+
+
+def _text(value):
+    """A value of the model as it is written; None when there is none."""
+    return value if value is None or isinstance(value, str) else json.dumps(value)
 
 
 def threads(gateway):

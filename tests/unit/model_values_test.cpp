@@ -14,9 +14,9 @@ namespace {
 // One parameter of that kind, alone in a record.
 class OneValue {
   public:
-    explicit OneValue(Kind kind, uint16_t size, const char* values = "")
-        : parameter_{"Value", kind, vcfg::model::Access::RW, size, 8, "", values, RDM_OID_NONE},
-          record_(size_t{8} + size + 8, '\x5a') {
+    explicit OneValue(Kind kind, uint16_t size, const char* values = "", const char* name = "Value",
+                      vcfg::model::Access access = vcfg::model::Access::RW)
+        : parameter_{name, kind, access, size, 8, "", values, RDM_OID_NONE}, record_(size_t{8} + size + 8, '\x5a') {
         std::memset(record_.data() + 8, 0, size);
     }
 
@@ -190,6 +190,20 @@ TEST(ModelValue, Time) {
          "2026-01-31T24:00:00Z", "2026-01-31T00:60:00Z", "2026-01-31T00:00:60Z", "2026-01-31T00:00:00.Z",
          "2026-01-31T00:00:00z", "2026-01-31T00:00:00+8", "2026-01-00T00:00:00Z", "now", "T"},
         kTimeWhy);
+}
+
+TEST(ModelValue, ASubnetMaskHasNoHoles) {
+    const OneValue mask(Kind::Ipv4, 16, "", "DestSubnetMask");
+    expectKept(mask, {"", "0.0.0.0", "128.0.0.0", "255.255.255.0", "255.255.255.254", "255.255.255.255"});
+    expectRefused(mask, {"255.0.255.0", "0.255.255.255", "255.255.255.1", "192.0.2.1", "255.255.255", "mask"},
+                  "DestSubnetMask takes a subnet mask without holes (255.255.255.0), or nothing");
+}
+
+TEST(ModelValue, ASecretIsNotWhatItIsShownAs) {
+    const OneValue secret(Kind::Text, 33, "", "Password", vcfg::model::Access::SECRET);
+    expectKept(secret, {"", "hunter2", "*******", "*********"});
+    expectRefused(secret, {"********"}, "Password takes the secret itself, not what it is shown as");
+    expectKept(OneValue(Kind::Text, 33), {"********"});
 }
 
 TEST(ModelValue, ARefusalNeedsNoReason) {

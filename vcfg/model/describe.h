@@ -12,6 +12,10 @@
 namespace vcfg::model {
 
 enum class Kind : uint8_t { Bool, Int, Uint, Long, Ulong, Text, Enum, Ipv4, Ipv6, Ip, Ipv6Prefix, Mac, Time };
+// What a secret is shown as. No secret is that text itself: what was read must not become the secret by being written
+// back.
+inline constexpr std::string_view kHidden = "********";
+
 enum class Access : uint8_t { RO, RW, KEPT, SECRET, LIVE };  // what they mean: all.def
 
 struct Parameter {
@@ -28,6 +32,8 @@ struct Parameter {
     bool isWritable() const { return access != Access::RO && access != Access::KEPT; }
     // Configuration; the others are state.
     bool isPersistent() const { return access != Access::RO && access != Access::LIVE; }
+    // "Reset", "Renew": to write it is to ask for something, and it reads false again when that is handed on.
+    bool isRequest() const { return access == Access::LIVE && kind == Kind::Bool; }
     bool isSecret() const { return access == Access::SECRET; }
 };
 

@@ -126,6 +126,20 @@ bool isTime(std::string_view text) {
     return isZone(text.substr(zone));
 }
 
+// Ones, then zeros.
+bool isMask(std::string_view text) {
+    in_addr address{};
+    if (inet_pton(AF_INET, std::string(text).c_str(), &address) != 1) {
+        return false;
+    }
+    const uint32_t zeros = ~ntohl(address.s_addr);
+    return (zeros & (zeros + 1)) == 0;
+}
+
+bool isMask(const Parameter& parameter) {
+    return parameter.kind == Kind::Ipv4 && std::string_view(parameter.name).ends_with("SubnetMask");
+}
+
 bool isOneOf(std::string_view values, std::string_view text) {
     while (!values.empty()) {
         const size_t comma = values.find(',');
@@ -141,11 +155,14 @@ bool hasForm(const Parameter& parameter, std::string_view text) {
     if (text.empty()) {
         return true;
     }
+    if (parameter.isSecret() && text == kHidden) {
+        return false;
+    }
     switch (parameter.kind) {
         case Kind::Enum:
             return isOneOf(parameter.values, text);
         case Kind::Ipv4:
-            return isAddress(AF_INET, text);
+            return isAddress(AF_INET, text) && (!isMask(parameter) || isMask(text));
         case Kind::Ipv6:
             return isAddress(AF_INET6, text);
         case Kind::Ip:
@@ -185,7 +202,8 @@ std::string accepted(const Parameter& parameter) {
         case Kind::Enum:
             return "one of " + std::string(parameter.values) + ", or nothing";
         case Kind::Ipv4:
-            return "an IPv4 address, or nothing";
+            return isMask(parameter) ? "a subnet mask without holes (255.255.255.0), or nothing"
+                                     : "an IPv4 address, or nothing";
         case Kind::Ipv6:
             return "an IPv6 address, or nothing";
         case Kind::Ip:
@@ -203,7 +221,11 @@ std::string accepted(const Parameter& parameter) {
 bool refuse(const Parameter& parameter, std::string_view text, std::string* why) {
     if (why != nullptr) {
         const bool encoding = parameter.kind == Kind::Text && !isUtf8(text);
-        *why = std::string(parameter.name) + " takes " + (encoding ? "UTF-8" : accepted(parameter));
+        const bool isHidden = parameter.isSecret() && text == kHidden;
+        *why = std::string(parameter.name) + " takes " +
+               (encoding   ? "UTF-8"
+                : isHidden ? "the secret itself, not what it is shown as"
+                           : accepted(parameter));
     }
     return false;
 }

@@ -50,6 +50,19 @@ void deleteMarked(Vcmd& vcmd, Staged& staged, Apply apply, const model::Object& 
     vcmd.store.remove(object.oid, iid, nullptr);
 }
 
+// The hook, if there is one, has them in its input; who reads sees no request that is over.
+void endRequests(Vcmd& vcmd, const model::Object& object, const objIndex& iid, Bytes record) {
+    bool any = false;
+    for (const model::Parameter& parameter : object.parameters) {
+        if (parameter.isRequest() && valueText(parameter, record.data()) == "true") {
+            any = setValue(parameter, record.data(), "false", nullptr);
+        }
+    }
+    if (any) {
+        vcmd.store.set(object.oid, iid, record, nullptr);
+    }
+}
+
 // Everything about one write of an instance's values; `change` makes it.
 void write(Vcmd& vcmd, Staged& staged, Apply apply,
            const std::function<int(const model::Object&, std::string*)>& change) {
@@ -75,6 +88,7 @@ void write(Vcmd& vcmd, Staged& staged, Apply apply,
         std::string input = hookInput(object, after.data(), before.data());
         applyLater(vcmd, staged, apply, {applyJob(program, "set", model::path(object, iid), std::move(input))});
     }
+    endRequests(vcmd, object, iid, after);
 }
 
 void writeRecord(Vcmd& vcmd, Staged& staged, Apply apply) {

@@ -1,0 +1,66 @@
+#include "changes.h"
+
+#include <vcfg/rdm.h>
+
+#include "ask.h"
+#include "client/bus_client.h"
+#include "json.h"
+#include "verb.h"
+
+namespace vcfgctl {
+namespace {
+
+std::string textOf(json_object* line, const char* name) {
+    json_object* value = nullptr;
+    json_object_object_get_ex(line, name, &value);
+    return value == nullptr ? "" : std::string(json_object_get_string(value));
+}
+
+std::optional<std::string> valueOf(json_object* line, const char* name) {
+    json_object* value = nullptr;
+    json_object_object_get_ex(line, name, &value);
+    return value == nullptr ? std::nullopt : std::optional(textOf(line, name));
+}
+
+Change toChange(json_object* line) {
+    json_object* time = nullptr;
+    json_object_object_get_ex(line, "t_mono_us", &time);
+    return {json_object_get_int64(time), textOf(line, "path"), valueOf(line, "old"), valueOf(line, "new"),
+            textOf(line, "by")};
+}
+
+}  // namespace
+
+int Changes::open(const std::string& patterns) {
+    const vcfg::Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, patterns.empty() ? "" : patterns + '\0');
+    return answer.code == VCFG_OK ? kDone : reportFailure(answer, "watch");
+}
+
+void Changes::take(std::string_view lines) {
+    while (!lines.empty()) {
+        const size_t end = lines.find('\n');
+        const JsonPtr line(json_tokener_parse(std::string(lines.substr(0, end)).c_str()));
+        if (line != nullptr) {
+            told_.push_back(toChange(line.get()));
+        }
+        lines.remove_prefix(end == lines.npos ? lines.size() : end + 1);
+    }
+}
+
+int Changes::next(const vcfg::Deadline& deadline, Change* change) {
+    while (told_.empty()) {
+        vcfg::bus::MessagePtr message;
+        const int code = vcfg::bus::nextFrom(VCFG_EID_VCMD, deadline, &message);
+        if (code != VCFG_OK) {
+            return code;
+        }
+        if (message->type == vcfg::wire::kChange) {
+            take(vcfg_msg_text(message.get()));
+        }
+    }
+    *change = std::move(told_.front());
+    told_.pop_front();
+    return VCFG_OK;
+}
+
+}  // namespace vcfgctl
