@@ -1,16 +1,18 @@
 """The data model, as vcfgctl inside the gateway reads it."""
 import json
 import re
+import time
 
 from . import inside
 from .errors import GatewayError, NobodyAnswers
-from .waiting import until
+
+AWAY, PAUSE = 3, 0.1  # vcfgctl's status when vcmd is away; seconds until it is asked again
 
 
 def get(state, *paths):
     """{path: value}; a path that does not exist is not in it."""
     done = inside.run(state, "vcfgctl", "get", *paths)
-    if done.returncode == 3:
+    if done.returncode == AWAY:
         raise NobodyAnswers(done.stderr.strip() or "vcmd does not answer")
     values = {}
     for line in done.stdout.splitlines():
@@ -21,25 +23,17 @@ def get(state, *paths):
 
 
 def wait(state, condition, seconds):
-    """Until some value of the path (which may hold '*') is the one wanted."""
-    path, equals, wanted = condition.partition("=")
-    if not equals or not path:
-        raise GatewayError(f"{condition!r} is no condition; PATH=VALUE is")
-
-    def holds():
-        try:
-            return wanted in get(state, path).values()
-        except NobodyAnswers:
-            state.room("gateway")
-            return False
-
-    if not until(holds, seconds):
-        try:
-            now = get(state, path)
-        except NobodyAnswers:
-            now = {}
-        values = ", ".join(f"{name}={value}" for name, value in now.items()) or f"there is no {path}"
-        raise GatewayError(f"not in {seconds:g} s: {values}")
+    """Until a condition holds that vcfgctl takes: PATH==VALUE and the like, or PATH=VALUE. vcmd may come and go meanwhile."""
+    end = time.monotonic() + seconds
+    while True:
+        left = max(end - time.monotonic(), 0)
+        done = inside.run(state, "vcfgctl", "wait", "--timeout", str(int(left * 1000) or 1), condition)
+        if done.returncode == 0:
+            return
+        if done.returncode != AWAY or left == 0:
+            raise GatewayError(done.stderr.strip().removeprefix("vcfgctl: "))
+        state.room("gateway")
+        time.sleep(min(left, PAUSE))
 
 
 # What a gateway sets up by itself when it starts, and how the model marks what is not of its own but from the network.

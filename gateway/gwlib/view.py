@@ -122,8 +122,13 @@ def of_journal(line):
     return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
 
 
+def as_text(value):
+    """A value of the model as it is written; None when there is none."""
+    return value if value is None or isinstance(value, str) else json.dumps(value)
+
+
 def of_model(line):
-    path, old, new = line["path"], line.get("old"), line.get("new")
+    path, old, new = line["path"], as_text(line.get("old")), as_text(line.get("new"))
     if line.get("by") == "refresh hook":  # somebody has asked: nothing has happened
         return None
     if old is None:
