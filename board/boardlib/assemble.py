@@ -83,8 +83,10 @@ def _copy(file, target):
 
 
 def _applets(root):
-    """busybox is whatever else a script calls."""
-    done = subprocess.run(["qemu-mipsel-static", "-L", str(PACKAGES), str(PACKAGES / "bin/busybox"), "--list"], capture_output=True, text=True, check=True)
+    """busybox is whatever else a script calls. The shell is another one: this one takes its own applets for what the platform
+    has programs for."""
+    (root / "usr/bin/sh").symlink_to("dash")
+    done = subprocess.run(["qemu-mipsel-static", str(PACKAGES / "bin/busybox"), "--list"], capture_output=True, text=True, check=True)
     for name in done.stdout.split():
         if not any((root / folder / name).exists() or (root / folder / name).is_symlink() for folder in ("usr/bin", "usr/sbin")):
             (root / "usr/bin" / name).symlink_to("/bin/busybox")

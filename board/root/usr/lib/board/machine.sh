@@ -1,7 +1,14 @@
+# shellcheck shell=sh
 # What makes the board a machine: its /proc, its kernel's modules, its network ports and the provider at their far ends.
 
 # The kernel's procfs takes no new folders. So /proc is a tmpfs that shows everything of a procfs mounted beside it but
 # the processes, and the platform's own files; ps, killall and their like see the true one (gw-procfs).
+ip() { /bin/ip "$@"; }  # not busybox's, here and below
+ping() { /bin/ping "$@"; }
+killall() { /usr/lib/gateway/bin/killall "$@"; }
+ps() { /usr/lib/gateway/bin/ps "$@"; }
+pidof() { /usr/lib/gateway/bin/pidof "$@"; }
+
 lay_proc() {
     mkdir -p /.proc /proc
     busybox mount -t proc proc /.proc
@@ -35,22 +42,19 @@ load_modules() {
 # Ports eth0.1 to eth0.4 lead to the LAN, eth0.5 to the provider: pairs of devices whose far end goes down when the
 # cable is pulled, so that the kernel itself reports it.
 lay_cables() {
-    for room in isp lan; do
-        ip netns add $room
-        ip netns exec $room ip link set lo up
-    done
-    for port in 1 2 3 4; do
-        ip link add eth0.$port address 02:00:00:00:00:0$port type veth peer name eth$port netns lan
-    done
-    ip link add eth0.5 address 02:00:00:00:00:05 type veth peer name eth5 netns isp
-    isp ip link add wan0 type bridge
-    isp ip link set eth5 master wan0
-    cable eth0.1 in
-    cable eth0.5 in
-    for port in 1 2 3 4 5; do
-        ip link set eth0.$port up
-    done
-    ip link set lo up
+    ip netns add isp
+    ip netns add lan
+    {
+        for port in 1 2 3 4; do
+            echo "link add eth0.$port address 02:00:00:00:00:0$port type veth peer name eth$port netns lan"
+            echo "link set eth0.$port up"
+        done
+        echo "link add eth0.5 address 02:00:00:00:00:05 type veth peer name eth5 netns isp"
+        echo "link set eth0.5 up"
+        echo "link set lo up"
+    } | ip -batch -
+    printf '%s\n' 'link set lo up' 'link add wan0 type bridge' 'link set eth5 master wan0' 'link set eth5 up' | ip -n isp -batch -
+    printf '%s\n' 'link set lo up' 'link set eth1 up' | ip -n lan -batch -
     echo 1 >/proc/sys/net/ipv4/ip_forward
     mkdir -p /run/hw
     echo eth0.5 >/run/hw/eth_wan_ports
@@ -58,8 +62,8 @@ lay_cables() {
     echo 0.3 >/run/hw/eth_link_seconds
 }
 
-isp() { ip netns exec isp "$@"; }
-lan() { ip netns exec lan "$@"; }
+
+
 
 # cable PORT in|out
 cable() {
@@ -67,7 +71,7 @@ cable() {
     room=lan
     [ "$1" != eth0.5 ] || room=isp
     case $2 in
-    in) ip netns exec $room ip link set "$far" up ;;
-    out) ip netns exec $room ip link set "$far" down ;;
+    in) ip -n $room link set "$far" up ;;
+    out) ip -n $room link set "$far" down ;;
     esac
 }

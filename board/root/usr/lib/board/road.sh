@@ -61,6 +61,22 @@ is() { [ "$(value "$1")" = "$2" ]; }
 mark() { MARK=$(wc -l <$LOG); }
 logged() { tail -n +$((MARK + 1)) $LOG | grep -q -F -- "$1"; }
 
+# Returns when the daemon has handled what it was sent before.
+settle() { vcfgctl send --to 2 --type 0x800000FF >/dev/null 2>&1; usleep 200000; }
+
+# asked COMMAND INSTANCE: asks for something about a connection, and succeeds with the answer.
+asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067 statCode=0'; }
+
+# asks COMMAND INSTANCE: the same in the background; then still_asks, answered.
+asks() {
+    rm -f /tmp/answer
+    (asked "$1" "$2"; echo $? >/tmp/answer) &
+}
+still_asks() { [ ! -e /tmp/answer ]; }
+answered() { [ -e /tmp/answer ] && [ "$(cat /tmp/answer)" = 0 ]; }
+
+not_there() { ! ip link show "$1"; }
+
 # spawn NAME COMMAND...: a service in the background; the log collector takes tarn's output, a file the others'.
 spawn() {
     name=$1
@@ -93,6 +109,12 @@ start_gateway() {
 stop_gateway() {
     killall -q -9 tarn port-linkd gw-linesim vcmd gw-logd udhcpc dhcpcd port-rad pppd dnsmasq
     rm -rf /run/vcfg /run/tarn /run/gateway $LOG
+}
+
+# power_cycle: everything ends; the configuration is forgotten, so that the next start takes another.
+power_cycle() {
+    stop_gateway
+    rm -f /data/vcfg_config.json
 }
 
 # travel NAME,NAME,...
