@@ -10,7 +10,7 @@ power_cycle dual-stack
 check "start-up completes with the dual-stack configuration" start_gateway dual-stack
 vcfgctl set IP.Interface.2.IPv4Address.1.Enable=true
 serve_leases 203.0.113.100 203.0.113.100 3600 10.9.0.0/16,$ROUTER
-serve_ipv6 wan0
+serve_ipv6 wan0 $WAN_HARDWARE
 isp ip -6 route replace $DELEGATED/56 via fe80::ff:fe00:5 dev wan0
 /usr/libexec/tarn/start-client dhcpv4 eth0.5
 vcfgctl set --no-apply $interface.IPv6Enable=false
@@ -33,7 +33,7 @@ asks 1005 1
 await "somebody asks for a renewal while the DHCPv6 server is silent: the lease is bound again" 40 is DHCPv4.Client.1.DHCPStatus Bound
 await "the interface is up" 15 is $interface.Status Up
 check "the requester still waits" still_asks
-serve_dhcpv6 wan0
+serve_dhcpv6 wan0 $WAN_HARDWARE
 await "the DHCPv6 server answers, and that answers the requester" 40 answered
 check "the address is enabled at that moment" is $interface.IPv6Address.1.Status Enabled
 end_server dhcp6s

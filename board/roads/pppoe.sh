@@ -25,7 +25,7 @@ await "the address is disabled" 15 is $address.Status Disabled
 vcfgctl set $link.IPv6CPEnable=true
 asks 1003 1
 await "with IPv6 on the link: the IPv4 layer comes up" 40 is $address.Status Enabled
-await "the IPv6 layer comes up" 15 is $link.IPv6CP.LocalInterfaceIdentifier fe80::20
+await "the IPv6 layer comes up" 15 is $link.IPv6CP.LocalInterfaceIdentifier fe80::0000:0000:0000:0020
 await "the provider's router advertises itself over the link" 30 is Routing.RouteInformation.InterfaceSetting.1.SourceRouter fe80::1
 await "the DHCPv6 client's address answers the requester" 40 answered
 check "the link is connected" is $link.ConnectionStatus Connected

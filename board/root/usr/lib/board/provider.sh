@@ -5,11 +5,13 @@ SECOND=203.0.113.2
 ROUTER6=fe80::1
 NAME_SERVER6=2001:db8:ffff::53
 DELEGATED=2001:db8:f000::
+WAN_HARDWARE=02:00:00:00:00:05
+LAN_HARDWARE=02:00:00:00:00:01  # that of the bridge, which a client on a PPP link takes
 
 isp() { ip netns exec isp "$@"; }
 
 lay_provider() {
-    mkdir -p /run/isp
+    mkdir -p /run/isp /var/lib/dhcpv6
     printf '%s\n' "addr add $ROUTER/24 dev wan0" "addr add $SECOND/24 dev wan0" \
         'link set wan0 addrgenmode none' 'link set wan0 up' "addr add $ROUTER6/64 dev wan0 nodad" \
         "addr add $NAME_SERVER6/128 dev wan0 nodad" | ip -n isp -batch -
@@ -29,7 +31,8 @@ CONF
     isp dnsmasq --conf-file=/etc/isp/dnsmasq.conf
 }
 
-# serve_ipv6 DEVICE: a router that advertises itself and a prefix there, and a DHCPv6 server.
+# serve_ipv6 DEVICE CLIENT: a router that advertises itself and a prefix there, and a DHCPv6 server that knows the client
+# with that hardware address.
 serve_ipv6() {
     cat >/run/isp/radvd.conf <<CONF
 interface $1 {
@@ -42,14 +45,14 @@ interface $1 {
 };
 CONF
     isp radvd -C /run/isp/radvd.conf -p /run/isp/radvd.pid -m logfile -l /run/isp/radvd.log
-    serve_dhcpv6 "$1"
+    serve_dhcpv6 "$1" "$2"
 }
 
 serve_dhcpv6() {
     cat >/run/isp/dhcp6s.conf <<CONF
 option domain-name-servers $NAME_SERVER6;
 host gateway {
-  duid 00:03:00:01:02:00:00:00:00:05;
+  duid 00:03:00:01:$2;
   address 2001:db8:1::77 1800 3600;
   prefix $DELEGATED/56 1800 3600;
 };
@@ -59,7 +62,7 @@ CONF
 
 # serve_ppp: a PPPoE server that hands out one address.
 serve_ppp() {
-    isp pppoe-server -k -I wan0 -L 198.51.100.1 -R 198.51.100.20 -N 4 -O /etc/ppp/pppoe-options \
+    isp pppoe-server -I wan0 -L 198.51.100.1 -R 198.51.100.20 -N 4 -O /etc/ppp/pppoe-options \
         -X /run/isp/pppoe-server.pid
 }
 

@@ -62,7 +62,7 @@ mark() { MARK=$(wc -l <$LOG); }
 logged() { tail -n +$((MARK + 1)) $LOG | grep -q -F -- "$1"; }
 
 # Returns when the daemon has handled what it was sent before.
-settle() { vcfgctl send --to 2 --type 0x800000FF >/dev/null 2>&1; usleep 200000; }
+settle() { vcfgctl send --to 2 --type 0x11E --payload : --reply >/dev/null; }
 
 # asked COMMAND INSTANCE: asks for something about a connection, and succeeds with the answer.
 asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067 statCode=0'; }
@@ -103,6 +103,9 @@ start_gateway() {
     spawn tarn env LD_PRELOAD=/usr/lib/gateway/libkmonitor.so tarn
     until_true 30 logged 'System: System init finished' || return
     until_true 30 logged 'sendInitFin() : ' || return
+    # Start-up switches the WAN port off and on; whoever asks for a lease meanwhile is not heard.
+    until_true 30 logged 'Ethernet Wan eth0.5 link up' || return
+    until_true 30 is Ethernet.Link.1.Status Up
 }
 
 # Ends all of it, as a loss of power would.
