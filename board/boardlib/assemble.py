@@ -1,6 +1,7 @@
 """Puts together the archive that the board's kernel unpacks as its root: what is built here, the programs of the packages
 with their libraries, the kernel's modules, and the board's own files."""
 import gzip
+import hashlib
 import json
 import pathlib
 import shutil
@@ -14,10 +15,32 @@ sys.path.insert(0, str(REPOSITORY / "gateway"))
 from gwlib import boot  # noqa: E402
 
 MODELS = ("defaults", "dual-stack", "ppp")
+BUILT = ("bin", "lib", "port/linux/root", "gateway/root")
 MERGED = ("bin", "sbin", "lib")
 
 
-def assemble():
+def once():
+    """Assembles it, unless nothing that it is made of has changed since."""
+    now = _state()
+    stamp = BUILD / "assembled"
+    if INITRD.exists() and stamp.exists() and stamp.read_text() == now:
+        return
+    print("assembling the board's root", flush=True)
+    _assemble()
+    stamp.write_text(now)
+
+
+def _state():
+    """What is built and what is written here, by its times and sizes, and which packages there are."""
+    digest = hashlib.sha256((PACKAGES / ".packages").read_bytes())
+    for tree in (SOURCE, *(CROSS / part for part in BUILT), REPOSITORY / "gateway"):
+        for path in sorted(tree.rglob("*")):
+            if path.is_file() and path.suffix != ".pyc":
+                digest.update(f"{path} {path.stat().st_size} {path.stat().st_mtime_ns}\n".encode())
+    return digest.hexdigest()
+
+
+def _assemble():
     root = BUILD / "root"
     shutil.rmtree(root, ignore_errors=True)
     _folders(root)

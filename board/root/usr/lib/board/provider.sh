@@ -69,7 +69,8 @@ serve_ppp() {
 # end_server NAME: ends it; what is not there has ended already.
 end_server() {
     [ -s "/run/isp/$1.pid" ] || return 0
-    kill "$(cat "/run/isp/$1.pid")" 2>/dev/null
-    until_true 5 not kill -0 "$(cat "/run/isp/$1.pid")"
+    server=$(cat "/run/isp/$1.pid")
+    kill "$server" 2>/dev/null
+    until_true 5 not kill -0 "$server"
     rm -f "/run/isp/$1.pid"
 }

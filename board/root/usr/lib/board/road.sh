@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # The words of the roads: a road is a file of /usr/lib/board/roads that is read by the board's shell. Each line on the
 # console begins with the seconds since the kernel started and what it is: "ok", "FAIL", "figure", "limit" count for
 # the summary, the others are for people.
