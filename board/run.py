@@ -7,18 +7,28 @@ import pathlib
 import subprocess
 import sys
 import time
+from typing import NamedTuple
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
-from boardlib import assemble, console, machine, report  # noqa: E402
+from boardlib import assemble, console, machine, places, report  # noqa: E402
 from boardlib.errors import BoardError  # noqa: E402
 
-# Each board is one machine that boots once. Two run at a time.
+
+class Board(NamedTuple):
+    """One machine, which boots once."""
+    roads: tuple
+    memory: int = 128
+    counted: bool = False
+    initrd: pathlib.Path = places.INITRD
+
+
+# Two run at a time.
 BOARDS = {
-    "ipv4": (128, ("boot", "lease", "cable", "clock", "dual-stack")),
-    "ppp": (128, ("boot", "pppoe", "pppoe-faults", "full", "killed")),
-    "figure": (128, ("boot", "figures")),
-    "24 MiB": (24, ("small",)),
+    "ipv4": Board(("boot", "lease", "cable", "clock", "dual-stack")),
+    "ppp": Board(("boot", "pppoe", "pppoe-faults", "full", "killed")),
+    "figure": Board(("boot", "figures"), counted=True),
+    "small": Board(("small",), memory=24, initrd=places.SMALL),
 }
 
 
@@ -34,12 +44,13 @@ def options(words):
     return parser.parse_args(words)
 
 
-def hardware(chosen, memory):
-    return machine.Hardware(memory=chosen.memory or memory, kernel=chosen.kernel, device_tree=chosen.dtb, gdb=chosen.gdb)
+def hardware(chosen, board=Board(())):
+    return machine.Hardware(memory=chosen.memory or board.memory, kernel=chosen.kernel, device_tree=chosen.dtb, gdb=chosen.gdb,
+                            counted=board.counted, initrd=board.initrd)
 
 
 def shell(chosen):
-    words = machine.command(hardware(chosen, 128), "board.shell=1")
+    words = machine.command(hardware(chosen), "board.shell=1")
     if chosen.gdb:
         print(f"gdb: target remote {machine.GDB_KERNEL} for the kernel; on the board, gdbserver /dev/ttyS1 --attach PID,\n"
               f"and here target remote {machine.GDB_PROGRAM}", flush=True)
@@ -52,11 +63,11 @@ def shell(chosen):
 def travel(chosen):
     boards = {name: BOARDS[name] for name in chosen.board or BOARDS}
     if chosen.roads:
-        boards = {"board": (128, ("boot", *(road for road in chosen.roads.split(",") if road != "boot")))}
+        boards = {"board": Board(("boot", *(road for road in chosen.roads.split(",") if road != "boot")))}
     started = time.monotonic()
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        runs = [pool.submit(console.travel, name, hardware(chosen, memory), roads, report.show)
-                for name, (memory, roads) in boards.items()]
+        runs = [pool.submit(console.travel, name, hardware(chosen, board), board.roads, report.show)
+                for name, board in boards.items()]
         outcomes = [run.result() for run in runs]
     status = report.summary(outcomes, time.monotonic() - started)
     if status == 0 and len(boards) == len(BOARDS):

@@ -9,13 +9,17 @@ import subprocess
 import sys
 
 from . import cpio, kernel, libraries
-from .places import BUILD, CROSS, INITRD, PACKAGES, REPOSITORY, SOURCE, listed
+from .places import BUILD, CROSS, INITRD, PACKAGES, REPOSITORY, SMALL, SOURCE, listed
 
 sys.path.insert(0, str(REPOSITORY / "gateway"))
 from gwlib import boot  # noqa: E402
 
 MODELS = ("defaults", "dual-stack", "ppp")
 BUILT = ("bin", "lib", "port/linux/root", "gateway/root")
+# A board with little memory has no provider, no mail and no room for either.
+SMALL_PROGRAMS = ("/bin/busybox", "/bin/dash", "/bin/ip", "/usr/bin/flock")
+SMALL_MODULES = ("veth", "bridge", "tun")
+LEFT_OUT = ("vcfg-mail", "gw-huntd", "gw-world", "gw-wirelessd", "port-diag", "port-ntp")
 MERGED = ("bin", "sbin", "lib")
 
 
@@ -23,7 +27,7 @@ def once():
     """Assembles it, unless nothing that it is made of has changed since."""
     now = _state()
     stamp = BUILD / "assembled"
-    if INITRD.exists() and stamp.exists() and stamp.read_text() == now:
+    if INITRD.exists() and SMALL.exists() and stamp.exists() and stamp.read_text() == now:
         return
     print("assembling the board's root", flush=True)
     _assemble()
@@ -41,16 +45,20 @@ def _state():
 
 
 def _assemble():
-    root = BUILD / "root"
+    _image(BUILD / "root", INITRD, listed("programs.txt"), listed("modules.txt"), ())
+    _image(BUILD / "small-root", SMALL, SMALL_PROGRAMS, SMALL_MODULES, LEFT_OUT)
+
+
+def _image(root, initrd, programs, modules, left_out):
     shutil.rmtree(root, ignore_errors=True)
     _folders(root)
-    _built(root)
-    _programs(root)
-    _modules(root)
+    _built(root, left_out)
+    _programs(root, programs)
+    _modules(root, modules)
     _own(root)
-    with gzip.open(INITRD.with_suffix(".new"), "wb", compresslevel=6) as output:
+    with gzip.open(initrd.with_suffix(".new"), "wb", compresslevel=6) as output:
         cpio.write(root, output)
-    INITRD.with_suffix(".new").rename(INITRD)
+    initrd.with_suffix(".new").rename(initrd)
 
 
 def _folders(root):
@@ -61,7 +69,7 @@ def _folders(root):
     (root / "var/run").symlink_to("/run")
 
 
-def _built(root):
+def _built(root, left_out):
     """As on the virtual gateway: the port's tree, the platform's tree, the programs, all stripped."""
     for tree in (CROSS / "port/linux/root", CROSS / "gateway/root"):
         _lay(tree, root)
@@ -71,6 +79,8 @@ def _built(root):
     _lay(SOURCE.parent / "gateway/root/proc", root / "usr/share/board/proc")
     for folder in ("bin", "lib"):
         _lay(CROSS / folder, root / "usr/lib/tarn" / folder)
+    for path in [path for path in root.rglob("*") if path.name in left_out or path.name.endswith("_tests")]:
+        path.unlink()
     _strip(root)
 
 
@@ -88,8 +98,8 @@ def _is_program(path):
         return file.read(4) == b"\x7fELF"
 
 
-def _programs(root):
-    chosen = [PACKAGES / path.lstrip("/") for path in listed("programs.txt")]
+def _programs(root, paths):
+    chosen = [PACKAGES / path.lstrip("/") for path in paths]
     for program in chosen:
         _copy(program, root / "usr" / program.relative_to(PACKAGES).as_posix().removeprefix("usr/"))
     built = [path for path in root.rglob("*") if path.is_file() and not path.is_symlink() and _is_program(path)]
@@ -115,8 +125,8 @@ def _applets(root):
             (root / "usr/bin" / name).symlink_to("/bin/busybox")
 
 
-def _modules(root):
-    files = kernel.modules(PACKAGES, listed("modules.txt"))
+def _modules(root, wanted):
+    files = kernel.modules(PACKAGES, wanted)
     for file in files:
         _copy(file, root / "usr/lib/modules" / file.name)
     (root / "usr/lib/modules/load").write_text("".join(f"/lib/modules/{file.name}\n" for file in files))

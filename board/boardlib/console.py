@@ -7,7 +7,7 @@ import time
 from . import machine
 
 LINE = re.compile(r"\s*(\d+\.\d\d)  (\w*) +(.*)")
-QUIET_SECONDS = 240  # longer than any wait of a road's
+QUIET_SECONDS = 400  # longer than any wait of a road's
 
 
 class Outcome:

@@ -8,6 +8,8 @@ from .places import BUILD, INITRD, PACKAGES
 GDB_KERNEL = BUILD / "kernel.gdb"
 GDB_PROGRAM = BUILD / "program.gdb"
 
+COUNTED = ("-icount", "shift=2", "-rtc", "clock=vm")  # 250 million instructions a second
+
 
 class Hardware(NamedTuple):
     memory: int = 128
@@ -15,6 +17,7 @@ class Hardware(NamedTuple):
     device_tree: Optional[pathlib.Path] = None
     initrd: pathlib.Path = INITRD
     gdb: bool = False
+    counted: bool = False  # time is the count of instructions, the same however busy this machine is
 
 
 def command(hardware, *words):
@@ -25,7 +28,7 @@ def command(hardware, *words):
     tree = ["-dtb", str(hardware.device_tree)] if hardware.device_tree else []
     return ["qemu-system-mipsel", "-M", "malta", "-m", str(hardware.memory), "-vga", "none", "-nic", "none", "-no-reboot",
             "-display", "none", "-kernel", str(image), "-initrd", str(hardware.initrd), "-append", line, *tree,
-            *(_gdb() if hardware.gdb else [])]
+            *(COUNTED if hardware.counted else ()), *(_gdb() if hardware.gdb else ())]
 
 
 def _gdb():

@@ -7,6 +7,7 @@ PACKAGES = REPOSITORY / "build" / "roots" / "mipsel"
 CROSS = REPOSITORY / "build" / "mipsel"
 BUILD = REPOSITORY / "build" / "board"
 INITRD = BUILD / "initrd.gz"
+SMALL = BUILD / "small-initrd.gz"
 
 
 def listed(name):

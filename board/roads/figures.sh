@@ -17,7 +17,7 @@ memory_of vcmd "after boot"
 
 settle
 before=$(cpu_us "$daemon")
-check "20 leases, each with another address" board-flood 20 0x800000D8 "$(lease 21)" "$(lease 22)"
+check "20 leases, each with another address" /usr/lib/tarn/bin/board-flood 20 0x800000D8 "$(lease 21)" "$(lease 22)"
 settle
 after=$(cpu_us "$daemon")
 await "the last one is in the data model" 15 is IP.Interface.1.IPv4Address.1.IPAddress 203.0.113.22
@@ -35,7 +35,7 @@ after=$(cpu_us "$daemon")
 figure "tarn, CPU time of one link event" "$(((after - before) / 10)) us"
 
 vcfgctl set --no-apply X_VORAN_DebugLog.1.Level=3
-check "10,000 renewals are handled" board-flood 10000 0x800000F5 "$(lease 22)"
+check "10,000 renewals are handled" /usr/lib/tarn/bin/board-flood 10000 0x800000F5 "$(lease 22)"
 settle
 memory_of tarn "after 10,000 events"
 memory_of vcmd "after 10,000 events"

@@ -1,5 +1,27 @@
 title "A board with 24 MiB of memory"
-say "" "$(sed -n 's/^MemTotal: *//p' /proc/meminfo) in all, $(sed -n 's/^MemAvailable: *//p' /proc/meminfo) available"
+. /usr/lib/board/figures.sh
+available() { sed -n 's/^MemAvailable: *//p' /proc/meminfo; }
+figure "24 MiB board, memory that the kernel leaves" "$(sed -n 's/^MemTotal: *//p' /proc/meminfo)"
 lay_cables
-lay_provider
 check "it boots and serves" start_gateway defaults
+figure "24 MiB board, available when it serves" "$(available)"
+daemon=$(pidof tarn)
+
+title "Its memory runs out while events come"
+lease='{"addressAssigned":true,"pidfile":"/var/run/udhcpc-eth0.5.pid","ip":"203.0.113.'
+rest='","subnet":"255.255.255.0","router":"203.0.113.1","dns":"203.0.113.1","lease":3600,"v6rdAssigned":false}'
+busybox mount -o remount,size=64m /tmp
+(while dd if=/dev/zero of=/tmp/hog bs=65536 count=16 oflag=append conv=notrunc 2>/dev/null; do usleep 100000; done) &
+hog=$!
+/usr/lib/tarn/bin/board-flood 200 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/tmp/said
+kill $hog
+say "" "$(dmesg | grep -c 'Killed process') processes were ended by the kernel: $(dmesg | sed -n 's/.*Killed process [0-9]* (\([^)]*\)).*/\1/p' | tr '\n' ' ')"
+rm -f /tmp/hog
+if [ "$(pidof tarn)" = "$daemon" ] && pidof vcmd >/tmp/said; then
+    check "the daemon serves on" settle
+else
+    figure "24 MiB board, limit met" "the kernel's memory: it ended a daemon"
+    stop_gateway
+    check "started anew, it serves" start_gateway defaults
+    check "and answers" settle
+fi
