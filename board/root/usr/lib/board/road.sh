@@ -124,7 +124,11 @@ power_cycle() {
 # travel NAME,NAME,...
 travel() {
     for road in $(echo "$1" | tr , ' '); do
-        (. "/usr/lib/board/roads/$road.sh")
+        if [ -e "/usr/lib/board/roads/$road.sh" ]; then
+            (. "/usr/lib/board/roads/$road.sh")
+        else
+            say FAIL "there is no road $road"
+        fi
     done
     say end "$1"
 }
