@@ -7,6 +7,8 @@ import time
 from . import machine
 
 LINE = re.compile(r"\s*(\d+\.\d\d)  (\w*) +(.*)")
+# What the emulator and the kernel say when there is too little memory for the board to start.
+LIMITS = ("memory too small for initial ram disk", "System is deadlocked on memory")
 QUIET_SECONDS = 400  # longer than any wait of a road's
 
 
@@ -19,6 +21,7 @@ class Outcome:
         self.failures = []
         self.figures = {}
         self.ended = False
+        self.limit = None
 
     def take(self, kind, text):
         if kind in ("ok", "FAIL"):
@@ -32,8 +35,9 @@ class Outcome:
             self.ended = True
 
 
-def travel(name, hardware, roads, show):
-    """Boots a board that travels the roads and powers off; shows each of its lines, and says what came of it."""
+def travel(name, hardware, roads, show, may_meet_limit=False):
+    """Boots a board that travels the roads and powers off; shows each of its lines, and says what came of it. One that
+    may meet the limit of its memory says which."""
     outcome = Outcome(name)
     words = [*machine.command(hardware, f"board.roads={','.join(roads)}"), "-serial", "stdio", "-monitor", "none"]
     process = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -45,9 +49,13 @@ def travel(name, hardware, roads, show):
         show(name, said.groups() if said else ("", "", text))
         if said:
             outcome.take(said[2], said[3])
+        outcome.limit = outcome.limit or next((limit for limit in LIMITS if limit in text), None)
     process.wait()
     if guard.gave_up:
         outcome.failures.append(f"{name}: the board has said nothing for {QUIET_SECONDS} s")
+    elif not outcome.ended and outcome.limit and may_meet_limit:
+        outcome.take("ok", f"it says which limit it met: {outcome.limit}")
+        outcome.take("figure", f"{name} board, limit met: {outcome.limit}")
     elif not outcome.ended:
         outcome.failures.append(f"{name}: the board ended before its roads did (QEMU's status {process.returncode})")
     return outcome

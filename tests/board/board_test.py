@@ -26,6 +26,12 @@ def test_board_that_does_not_power_off_by_itself_is_a_failure(tmp_path):
     assert "the board ended before its roads did" in done.stdout
 
 
+def test_board_that_cannot_start_for_want_of_memory_says_so():
+    done = run("--board", "24 MiB")
+    assert done.returncode == 0
+    assert "24 MiB board, limit met: memory too small for initial ram disk" in done.stdout
+
+
 def test_road_that_does_not_exist_is_a_failure():
     done = run("--roads", "nowhere", "--memory", "128")
     assert done.returncode == 1
