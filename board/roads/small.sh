@@ -11,14 +11,13 @@ title "Its memory runs out while events come"
 lease='{"addressAssigned":true,"pidfile":"/var/run/udhcpc-eth0.5.pid","ip":"203.0.113.'
 rest='","subnet":"255.255.255.0","router":"203.0.113.1","dns":"203.0.113.1","lease":3600,"v6rdAssigned":false}'
 busybox mount -o remount,size=64m /tmp
-(while dd if=/dev/zero of=/tmp/hog bs=65536 count=16 oflag=append conv=notrunc 2>/dev/null; do usleep 100000; done) &
-hog=$!
-/usr/lib/tarn/bin/board-flood 200 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/tmp/said
-kill $hog
+dd if=/dev/zero of=/tmp/hog bs=65536 count=1000 2>/dev/null &
+/usr/lib/tarn/bin/board-flood 200 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/dev/null
+wait $!
 say "" "$(dmesg | grep -c 'Killed process') processes were ended by the kernel"
 rm -f /tmp/hog
-if [ "$(pidof tarn)" = "$daemon" ] && pidof vcmd >/tmp/said; then
-    check "the daemon serves on" settle
+if [ "$(pidof tarn)" = "$daemon" ] && pidof vcmd >/dev/null; then
+    await "the daemon serves on" 120 settle
 else
     figure "small board, limit met when memory ran out" "the kernel ended a daemon; started anew, it serves"
     stop_gateway

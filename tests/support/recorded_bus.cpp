@@ -30,7 +30,6 @@ std::string bytesOnTheWire(const vcfg_msg_t& message) {
     return bytes;
 }
 
-
 SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0, bool awaited = false) {
     const auto* ifName = reinterpret_cast<const char*>(message.reserved);
     return {message.type,
