@@ -11,11 +11,13 @@ title "Its memory runs out while events come"
 lease='{"addressAssigned":true,"pidfile":"/var/run/udhcpc-eth0.5.pid","ip":"203.0.113.'
 rest='","subnet":"255.255.255.0","router":"203.0.113.1","dns":"203.0.113.1","lease":3600,"v6rdAssigned":false}'
 busybox mount -o remount,size=64m /tmp
-dd if=/dev/zero of=/tmp/hog bs=65536 count=1000 2>/dev/null &
+echo -1000 >/.proc/self/oom_score_adj # the road itself goes on
+(echo 1000 >/.proc/self/oom_score_adj && exec busybox dd if=/dev/zero of=/tmp/hog bs=65536 count=1000 2>/dev/null) &
 /usr/lib/tarn/bin/board-flood 200 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/dev/null
 wait $!
-say "" "$(dmesg | grep -c 'Killed process') processes were ended by the kernel"
 rm -f /tmp/hog
+echo 0 >/.proc/self/oom_score_adj
+say "" "$(dmesg | grep -c 'Killed process') processes were ended by the kernel"
 if [ "$(pidof tarn)" = "$daemon" ] && pidof vcmd >/dev/null; then
     await "the daemon serves on" 120 settle
 else
