@@ -8,12 +8,27 @@
 #include <cstring>
 
 #include "client/local_socket.h"
+#include "client/packet.h"
 #include "short_memory.h"
 #include "world.h"
 
 using kit::world;
 
 namespace {
+
+// As the library sends it, whatever the order of this machine's bytes.
+std::string bytesOnTheWire(const vcfg_msg_t& message) {
+    std::string bytes(VCFG_MSG_HEADER_SIZE + message.length, '\0');
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) < 0 ||
+        vcfg::bus::sendPacket(ends[0], message, 0) != 0 ||
+        recv(ends[1], bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
+        abort();
+    }
+    close(ends[0]);
+    close(ends[1]);
+    return bytes;
+}
 
 SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0, bool awaited = false) {
     const auto* ifName = reinterpret_cast<const char*>(message.reserved);
@@ -28,7 +43,7 @@ SentMessage describe(const vcfg_msg_t& message, uint32_t patienceMs = 0, bool aw
             message.srcEid,
             std::string(ifName, strnlen(ifName, VCFG_MSG_IFNAME_SIZE)),
             awaited,
-            std::string(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE + message.length)};
+            bytesOnTheWire(message)};
 }
 
 vcfg_msg_t* newAnswer(const Answer& answer) {

@@ -1,4 +1,6 @@
 // Requests to begin a setup.
+#include <endian.h>
+
 #include "core/path.h"
 #include "unit/wps_fixture.h"
 
@@ -172,12 +174,14 @@ TEST_F(WpsStart, OutcomeKeepsTheEnvelopeOfTheAnswer) {
     gw.wireless(4006, answer);
     gw.start(gw.request(kWebServer));
     vcfg_msg_t expected = answer.header;
-    expected.type = 0x80000FBF;
+    expected.type = htole32(0x80000FBF);
+    expected.oid = htole32(expected.oid);
+    expected.requestId = htole32(expected.requestId);
     expected.srcEid = VCFG_EID_TARN;
     expected.dstEid = VCFG_EID_VHTTPD;
-    expected.statCode = static_cast<uint32_t>(-3);
+    expected.statCode = htole32(static_cast<uint32_t>(-3));
     const std::string text = R"({"rst":0,"a":1,"msg_type":2147487676})";
-    expected.length = static_cast<uint16_t>(text.size() + 1);
+    expected.length = htole16(static_cast<uint16_t>(text.size() + 1));
     ASSERT_EQ(gw.told().size(), 1u);
     EXPECT_EQ(gw.told()[0].bytes.substr(0, VCFG_MSG_HEADER_SIZE),
               std::string(reinterpret_cast<const char*>(&expected), sizeof expected));

@@ -73,8 +73,8 @@ void readBody(Connection& connection) {
 // Until the length is reached; a test by time has no end of its own.
 void writeBody(Connection& connection, const TransferTest& test) {
     static const char piece[kPiece] = {};
-    const uint64_t left = test.seconds != 0 ? kPiece : test.length - connection.moved;
-    const ssize_t put = write(connection.body, piece, std::min<uint64_t>(left, kPiece));
+    const uint64_t left = test.seconds != 0 ? kPiece : std::min<uint64_t>(test.length - connection.moved, kPiece);
+    const ssize_t put = write(connection.body, piece, static_cast<size_t>(left));
     if (put > 0) {
         connection.moved += static_cast<uint64_t>(put);
     }

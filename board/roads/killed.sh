@@ -1,0 +1,17 @@
+title "vcmd is killed"
+same_daemon() { [ "$(pidof tarn)" = "$daemon" ]; }
+nobody_answers() { vcfgctl get PPP.Interface.1.Alias; [ $? -eq 3 ]; }
+
+vcfgctl set --no-apply PPP.Interface.1.Alias=kept
+vcfgctl save
+daemon=$(pidof tarn)
+killall -9 vcmd
+check "vcfgctl says that nobody answers" nobody_answers
+check "the daemon runs on" same_daemon
+mark
+spawn vcmd vcmd
+await "vcmd is back, with what it had saved" 15 is PPP.Interface.1.Alias kept
+await "it and the daemon have found each other" 15 settle
+check "somebody connects" asked 1003 1
+check "and disconnects" asked 1002 1
+check "the daemon is the one that it was" same_daemon

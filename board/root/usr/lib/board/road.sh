@@ -1,0 +1,135 @@
+# shellcheck shell=sh
+# The words of the roads: a road is a file of /usr/lib/board/roads that is read by the board's shell. Each line on the
+# console begins with the seconds since the kernel started and what it is: "ok", "FAIL", "figure", "limit" count for
+# the summary, the others are for people.
+LOG=/var/log/gateway/log.jsonl
+
+now() {
+    read -r up _ </proc/uptime
+    echo "$up"
+}
+
+say() {
+    kind=$1
+    shift
+    printf '%8.2f  %-6s  %s\n' "$(now)" "$kind" "$*" >/dev/console
+}
+
+title() { say road "$*"; }
+
+# check TEXT COMMAND...: the command's success is what is expected.
+check() {
+    what=$1
+    shift
+    if "$@" >/tmp/said 2>&1; then
+        say ok "$what"
+    else
+        say FAIL "$what"
+        head -n 5 /tmp/said | while read -r line; do say "" "$line"; done
+        return 1
+    fi
+}
+
+# until_true SECONDS COMMAND...
+until_true() {
+    end=$(($(seconds) + $1))
+    shift
+    until "$@" >/tmp/said 2>&1; do
+        [ "$(seconds)" -lt $end ] || return 1
+        usleep 50000
+    done
+}
+
+seconds() {
+    read -r up _ </proc/uptime
+    echo "${up%%.*}"
+}
+
+# await TEXT SECONDS COMMAND...: the command succeeds within that time.
+await() {
+    what=$1
+    limit=$2
+    shift 2
+    check "$what" until_true "$limit" "$@"
+}
+
+not() { ! "$@"; }
+
+value() { vcfgctl get "$1" | sed 's/^[^=]*=//'; }
+is() { [ "$(value "$1")" = "$2" ]; }
+
+# What the daemon has logged since mark().
+mark() { MARK=$(wc -l <$LOG); }
+logged() { tail -n +$((MARK + 1)) $LOG | grep -q -F -- "$1"; }
+
+# Returns when the daemon has handled what it was sent before.
+settle() { vcfgctl send --to 2 --type 0x11E --payload : --reply >/dev/null; }
+
+# asked COMMAND INSTANCE: asks for something about a connection, and succeeds with the answer.
+asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067 statCode=0'; }
+
+# asks COMMAND INSTANCE: the same in the background; then still_asks, answered.
+asks() {
+    rm -f /tmp/answer
+    (asked "$1" "$2"; echo $? >/tmp/answer) &
+}
+still_asks() { [ ! -e /tmp/answer ]; }
+answered() { [ -e /tmp/answer ] && [ "$(cat /tmp/answer)" = 0 ]; }
+
+not_there() { ! ip link show "$1"; }
+
+# spawn NAME COMMAND...: a service in the background; the log collector takes tarn's output, a file the others'.
+spawn() {
+    name=$1
+    shift
+    output=/var/log/gateway/$name.txt
+    [ "$name" != tarn ] || output=/run/gateway/output
+    /usr/libexec/tarn/port-spawn "/run/gateway/$name.pid" "$output" "$@"
+}
+
+# start_gateway MODEL: starts all that runs on the device, with that configuration; succeeds when start-up has completed.
+start_gateway() {
+    mkdir -p -m 0700 /run/vcfg
+    mkdir -p /run/gateway /run/hw/link /run/tarn /data
+    [ -e "/data/vcfg_config.json" ] || cp "/usr/share/board/models/$1.json" /data/vcfg_config.json
+    spawn logd /usr/lib/gateway/gw-logd /run/vcfg/vlog /dev/log /run/gateway/output $LOG
+    until_true 10 [ -S /run/gateway/output ] || return
+    mark
+    spawn vcmd vcmd
+    until_true 10 [ -S /run/vcfg/eid-1 ] || return
+    vcfgctl set Bridging.Bridge.1.Enable=true
+    spawn linesim gw-linesim serve
+    until_true 10 gw-linesim state || return
+    spawn linkd /usr/libexec/tarn/port-linkd --link-folder /run/hw/link eth0.5 eth0.1 eth0.2 eth0.3 eth0.4 'atm[0-9]' 'ptm[0-9]'
+    spawn tarn env LD_PRELOAD=/usr/lib/gateway/libkmonitor.so tarn
+    until_true 30 logged 'System: System init finished' || return
+    until_true 30 logged 'sendInitFin() : ' || return
+    # Start-up switches the WAN port off and on; whoever asks for a lease meanwhile is not heard.
+    until_true 30 logged 'Ethernet Wan eth0.5 link up' || return
+    until_true 30 is Ethernet.Link.1.Status Up
+}
+
+# Ends all of it, as a loss of power would.
+stop_gateway() {
+    killall -q -9 tarn port-linkd gw-linesim vcmd gw-logd udhcpc dhcpcd port-rad pppd dnsmasq
+    rm -rf /run/vcfg /run/tarn /run/gateway $LOG
+}
+
+# power_cycle: everything ends; the configuration is forgotten, so that the next start takes another.
+power_cycle() {
+    stop_gateway
+    rm -f /data/vcfg_config.json
+}
+
+# travel NAME,NAME,...
+travel() {
+    for road in $(echo "$1" | tr , ' '); do
+        if [ -e "/usr/lib/board/roads/$road.sh" ]; then
+            (. "/usr/lib/board/roads/$road.sh")
+            [ $? -lt 128 ] || say FAIL "the road $road was ended by a signal"
+        else
+            say FAIL "there is no road $road"
+        fi
+    done
+    say end "$1"
+}
