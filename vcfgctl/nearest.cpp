@@ -55,8 +55,9 @@ std::vector<std::string> nearest(const std::vector<std::string>& names, std::str
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> best;
-    // What is clearly farther than the nearest was not meant.
-    for (size_t i = 0; i < near.size() && i < kMost && near[i].first <= near[0].first + 1; ++i) {
+    // What is clearly farther than the nearest was not meant; nothing is as near as the name itself.
+    const size_t farthest = near.empty() || near[0].first == 0 ? 0 : near[0].first + 1;
+    for (size_t i = 0; i < near.size() && i < kMost && near[i].first <= farthest; ++i) {
         best.push_back(near[i].second);
     }
     return best;

@@ -57,6 +57,14 @@ Texts candidates(const Parts& parts, const Level& level) {
     return found;
 }
 
+// Who writes no dot at the end means a parameter, if there is one to mean.
+void preferParameters(Texts& found) {
+    const auto isObject = [](const std::string& path) { return path.ends_with('.'); };
+    if (!std::all_of(found.begin(), found.end(), isObject)) {
+        std::erase_if(found, isObject);
+    }
+}
+
 std::string question(const Texts& found) {
     std::string text = "; did you mean ";
     for (size_t i = 0; i < found.size(); ++i) {
@@ -77,7 +85,10 @@ std::string suggestion(std::string_view path) {
     const std::string known = join(parts, level.known);
     const std::string why = level.takesInstance ? known + ". takes an instance number, 1 to 255, or *"
                                                 : std::string("there is no such path");
-    const Texts found = isKnown ? Texts{} : candidates(parts, level);
+    Texts found = isKnown ? Texts{} : candidates(parts, level);
+    if (!path.ends_with('.')) {
+        preferParameters(found);
+    }
     if (!found.empty()) {
         return why + question(found);
     }
