@@ -1,4 +1,5 @@
 #include "link/link_event.h"
+#include "platform/ethernet_wan.h"
 #include "unit/wan_fixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/econet/ethernet_port.h"
+#include "platform/ethernet_port.h"
 
 #include "unit/wan_fixture.h"
 
