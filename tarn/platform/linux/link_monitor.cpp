@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -102,6 +104,6 @@ void followKernel(kernel::LinkChanged linkChanged) {
     } else if (reading == link_socket::Reading::Datagram) {
         handle(link_messages::decode(datagram), linkChanged);
     } else if (reading == link_socket::Reading::Failed) {
-        logs::print("read_netlink: Error recvmsg: %d\n", -1);
+        VLOG(VLOG_ERROR, "link events of the kernel cannot be read: %s", strerror(errno));
     }
 }

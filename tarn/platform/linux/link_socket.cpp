@@ -39,7 +39,7 @@ Reading readingOf(int error) {
 }
 
 Reading receive(int descriptor, int flags, std::string_view& datagram) {
-    static thread_local std::array<char, kLargestDatagram> buffer;
+    static std::array<char, kLargestDatagram> buffer;
     sockaddr_nl from{};
     socklen_t fromSize = sizeof from;
     const ssize_t got =

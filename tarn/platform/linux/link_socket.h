@@ -1,4 +1,4 @@
-// The kernel's route socket.
+// The kernel's route socket. One thread reads; the buffer is too large for the stacks of others.
 #pragma once
 
 #include <optional>
@@ -13,8 +13,7 @@ namespace link_socket {
 int open();
 
 enum class Reading { Datagram, Lost, Nothing, Failed };
-// One datagram of the kernel's, valid until the calling thread's next call; empty for one from anybody else. Never
-// waits.
+// One datagram of the kernel's, valid until the next call; empty for one from anybody else. Never waits.
 Reading receive(int descriptor, std::string_view& datagram);
 // Drops what waits.
 void drain(int descriptor);
