@@ -17,7 +17,7 @@ file(GLOB linux_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/linux_*_test
 add_executable(linux_tests ${linux_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
 target_compile_definitions(linux_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_on_linux>"
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
-target_link_libraries(linux_tests PRIVATE house tarn_os GTest::gtest_main $<LINK_GROUP:RESCAN,tarn_core,vcfg_client,vcfg_model>)
+target_link_libraries(linux_tests PRIVATE house tarn_os GTest::gtest_main $<LINK_GROUP:RESCAN,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 add_dependencies(linux_tests tarn_on_linux vcmd)
 gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract TIMEOUT 240)
 
