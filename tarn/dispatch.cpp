@@ -28,7 +28,7 @@
 #include "mgmt/management_nat.h"
 #include "mgmt/ntp.h"
 #include "mgmt/tr064.h"
-#include "platform/econet/wrapper.h"
+#include "platform/wrapper.h"
 #include "startup.h"
 
 namespace {

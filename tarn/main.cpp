@@ -13,14 +13,13 @@
 #include <cstdlib>
 
 #include "core/event.h"
-#include "core/kernel_monitor.h"
-#include "core/kernel_socket.h"
 #include "core/log.h"
 #include "core/os.h"
 #include "core/timer.h"
 #include "core/wan_state.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
+#include "platform/link_monitor.h"
 
 namespace {
 
@@ -134,7 +133,7 @@ void becomeRealTime() {
         } else if (ready == 0) {
             VLOG(VLOG_DEBUG, "time out !!");
         } else if (monitor >= 0 && FD_ISSET(monitor, &readable)) {
-            handleEvent("kernel event", [] { processKernelMonitor(updateLinkStatus); });
+            handleEvent("kernel event", [] { followKernel(updateLinkStatus); });
         }
     }
 }

@@ -5,21 +5,21 @@
 #include "core/log.h"
 #include "core/message.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
 #include "link/link_turn.h"
 #include "link/wan_link_status.h"
 #include "link/wan_link_table.h"
-#include "platform/econet/wrapper.h"
+#include "platform/services.h"
+#include "platform/wrapper.h"
 
 std::atomic<bool> lanPhyResetDone{false};
 
 namespace {
 
-void startUpnp() {
+void startEnabledUpnp() {
     const auto upnp = get<UpnpDevice>();
     if (upnp && upnp->Enable) {
-        run(upnp->X_VORAN_NATTraversal ? "vupnp.sh -N&" : "vupnp.sh&");
+        startUpnp(upnp->X_VORAN_NATTraversal);
     }
 }
 
@@ -48,10 +48,8 @@ void resetLanPhys() {
 
 // The scripts are no link work: a link event meanwhile finds the table not built yet, and trains the DSL line anew.
 void startupCompleted() {
-    run("/etc/init.d/button_disable_for_manufacture.sh");
-    run("/etc/init.d/mcpd.sh reload");
-    run("/etc/init.d/disable_lan.sh stop ");
-    startUpnp();
+    runStartScripts();
+    startEnabledUpnp();
     logs::system(LOG_NOTICE, "System: System init finished\n");
     initialiseLinks(false);
 }

@@ -7,8 +7,8 @@
 #include "core/log.h"
 #include "core/message.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
+#include "platform/services.h"
 
 namespace {
 
@@ -125,7 +125,7 @@ uint8_t isVcAutoHuntEnable() {
         return 0;
     }
     if (!hunt->Enable) {
-        run("killall vcautohunt");
+        endHunt("vcautohunt");
         return 0;
     }
     if (wan.isAutoHuntFinished == 1 ||
@@ -144,7 +144,7 @@ uint8_t isVlanAutoHuntEnable() {
         return 0;
     }
     if (!hunt->Enable) {
-        run("killall vlanautohunt");
+        endHunt("vlanautohunt");
         return 0;
     }
     if (wan.isAutoHuntFinished == 1) {

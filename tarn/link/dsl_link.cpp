@@ -4,12 +4,12 @@
 #include "core/log.h"
 #include "core/message.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
 #include "link/auto_hunt.h"
 #include "link/internet_led.h"
 #include "link/link_event.h"
-#include "platform/econet/wrapper.h"
+#include "platform/dsl.h"
+#include "platform/ethernet_wan.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ Change goDown(WanLinkInfo& link, const DslLine& line, const LinkEvent& event) {
     const int32_t mode = modeOf(line);
     logs::system(LOG_INFO, "%s: XTM Link link down LinkTypeisATM:%d\n", kWalkName, line.X_VORAN_LinkTypeIsATM);
     if (mode == kLinkDslPtm) {
-        run("echo 0 >/proc/tc3162/ptm_do_reset_sequence");
+        endPtm();
         removePtmVlanRules();
     }
     wan.isDslLinkUp = 0;
@@ -165,6 +165,6 @@ void removePtmVlanRules() {
         }
     }
     for (int rule = 0; rule < count; ++rule) {
-        shell("vlanctl --tx --if %s --tags 0 --rule-remove %d", device, rule);
+        removePtmVlanRule(device, rule);
     }
 }

@@ -4,12 +4,12 @@
 #include "core/log.h"
 #include "core/os.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
 #include "link/auto_hunt.h"
 #include "link/internet_led.h"
 #include "link/link_event.h"
-#include "platform/econet/ethernet_port.h"
+#include "platform/ethernet_port.h"
+#include "platform/ethernet_wan.h"
 
 namespace {
 
@@ -163,10 +163,4 @@ Then updateEthernetLink(WanLinkInfo& link, LinkEvent& event) {
         updateWANEthIfaceObjStatus(port.iid(), *port);
     }
     return Then::NextLink;
-}
-
-int32_t tarnEthWanStatusChange(bool enable, int32_t) {
-    const std::string command = std::string("/userfs/bin/ethphxcmd eth0 wanactive ") + (enable ? "enable" : "disable");
-    logs::print("%s: sysCmd = %s\n", __func__, command.c_str());
-    return run(command);
 }

@@ -8,7 +8,7 @@
 #include "core/record.h"
 #include "core/shell.h"
 #include "core/wan_state.h"
-#include "platform/econet/wrapper.h"
+#include "platform/wrapper.h"
 
 namespace {
 

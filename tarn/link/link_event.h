@@ -29,10 +29,6 @@ Then updateDslLine(WanLinkInfo& link, LinkEvent& event);
 // The function name that the platform's tools look for in the lines of a walk.
 inline constexpr const char* kWalkName = "updateWanLinkStatus";
 
-// Switches the Ethernet WAN activation. Port 0 is the Ethernet WAN as a whole, 1 the copper port, 2 the SFP port; the
-// chip has one activation for them all. The command's result.
-int32_t tarnEthWanStatusChange(bool enable, int32_t port);
-
 // Asks the daemon itself to set up its links anew, which lets the Ethernet WAN come back. 0 or -1.
 int32_t WANAutoDetectEthStart();
 

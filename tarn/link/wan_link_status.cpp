@@ -13,13 +13,14 @@
 #include "link/internet_led.h"
 #include "link/link_event.h"
 #include "link/link_turn.h"
-#include "platform/econet/ethernet_port.h"
+#include "platform/ethernet_port.h"
+#include "platform/port_names.h"
 
 namespace {
 
 constexpr size_t kInterfaceSize = 31;
 
-// "eth0.5:up:1000:F". Events of DSL devices ("atm0", "ptm0") name no Ethernet interface.
+// "eth0.5:up:1000:F". Events of DSL devices name no Ethernet interface.
 void parsePayload(LinkEvent& event) {
     const std::string_view text = event.payload;
     const size_t colon = text.find(':');
@@ -28,7 +29,7 @@ void parsePayload(LinkEvent& event) {
     }
     event.interface = text.substr(0, std::min(colon, kInterfaceSize));
     event.up = strncasecmp(event.payload + colon + 1, "up", 2) == 0;
-    if (event.interface.find("tm") != std::string::npos) {
+    if (port::isDslDevice(event.interface)) {
         event.interface.clear();
     }
 }

@@ -5,8 +5,8 @@
 #include "core/log.h"
 #include "core/memory.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
+#include "platform/ethernet_wan.h"
 
 namespace {
 
@@ -119,8 +119,7 @@ int32_t restartEthWanPhy(const char* ifaceName) {
     if (ifaceName == nullptr || *ifaceName == '\0') {
         return -17;
     }
-    run("/userfs/bin/ethphxcmd eth0 wanactive disable");
-    run("/userfs/bin/ethphxcmd eth0 wanactive enable");
+    activateEthWanPort(ifaceName);
     return 0;
 }
 

@@ -31,7 +31,7 @@ uint8_t isDslLineLinkUp();
 // Takes the entries of a type, or all of them (10), for down.
 void tarnResetWanLinkStatus(uint8_t linkType);
 
-// Switches the Ethernet WAN off and on. 0, or -17 without an interface name, which only gates the action.
+// Makes the Ethernet WAN ready for use. 0, or -17 without an interface name, which only gates the action.
 int32_t restartEthWanPhy(const char* ifaceName);
 
 // Empties the table. Only while no other thread of the daemon runs.

@@ -1,10 +1,25 @@
 # The daemon's own process on a real bus. Included by tests/CMakeLists.txt.
-add_executable(tarn_with_faults ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp)
-target_compile_definitions(tarn_with_faults PRIVATE TARN_VERSION="${PROJECT_VERSION}")
-target_link_libraries(tarn_with_faults PRIVATE house tarn_dispatch tarn_os vcfg)
-foreach(call socket bind system popen pclose sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)
-  target_link_options(tarn_with_faults PRIVATE -Wl,--wrap=${call})
-endforeach()
+function(daemon_with_faults name platform)
+  add_executable(${name} ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp $<TARGET_OBJECTS:tarn_platform_${platform}>)
+  target_compile_definitions(${name} PRIVATE TARN_VERSION="${PROJECT_VERSION}")
+  target_link_libraries(${name} PRIVATE house tarn_dispatch tarn_os vcfg)
+  foreach(call socket bind system popen pclose sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)
+    target_link_options(${name} PRIVATE -Wl,--wrap=${call})
+  endforeach()
+endfunction()
+daemon_with_faults(tarn_with_faults econet)
+
+# The daemon on a plain machine, which is this one: in a network namespace with cables of its own.
+add_executable(tarn_on_linux ${PROJECT_SOURCE_DIR}/tarn/main.cpp $<TARGET_OBJECTS:tarn_platform_linux>)
+target_compile_definitions(tarn_on_linux PRIVATE TARN_VERSION="${PROJECT_VERSION}")
+target_link_libraries(tarn_on_linux PRIVATE house tarn_dispatch tarn_os vcfg)
+file(GLOB linux_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/linux_*_test.cpp)
+add_executable(linux_tests ${linux_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+target_compile_definitions(linux_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_on_linux>"
+  VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
+target_link_libraries(linux_tests PRIVATE house tarn_os GTest::gtest_main $<LINK_GROUP:RESCAN,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
+add_dependencies(linux_tests tarn_on_linux vcmd)
+gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract TIMEOUT 240)
 
 file(GLOB daemon_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/daemon_*_test.cpp)
 add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)

@@ -67,7 +67,7 @@ TEST_F(AutoHuntVc, UpWhileAHuntRunsPendsWithoutSending) {
 
 TEST_F(AutoHuntVc, UpWithHuntDisabledKillsAStrayHunterAndGoesOn) {
     EXPECT_EQ(AutoHuntProcess(kLinkDslAtm, kUp), 0);
-    EXPECT_EQ(gw.commands(), Commands{"killall vcautohunt"});
+    EXPECT_EQ(gw.commands(), words::endHunt("vcautohunt"));
     EXPECT_TRUE(sent().empty());
 }
 
@@ -140,7 +140,7 @@ TEST_P(AutoHuntVlan, UpWhileAHuntRunsPendsWithoutSending) {
 
 TEST_P(AutoHuntVlan, UpWithHuntDisabledKillsAStrayHunterAndGoesOn) {
     EXPECT_EQ(AutoHuntProcess(GetParam(), kUp), 0);
-    EXPECT_EQ(gw.commands(), Commands{"killall vlanautohunt"});
+    EXPECT_EQ(gw.commands(), words::endHunt("vlanautohunt"));
 }
 
 TEST_P(AutoHuntVlan, UpAfterAFinishedHuntGoesOnWithoutAWord) {

@@ -244,17 +244,23 @@ TEST_F(KernelLinkEvent, OfEthernetReachesTheWanAndThePort) {
 }
 
 TEST_F(KernelLinkEvent, OfDslRestartsTheQuarterHoursAndReachesTheWanOnly) {
+    if (!words::namesDslDevices()) {
+        GTEST_SKIP() << "no event of this platform is about a DSL device";
+    }
     gw.tableBuilt();
     for (const char* event : {"ptm0:up", "atm0:down", "nas_atm1:up"}) {
         gw.forget();
         updateLinkStatus(event);
-        EXPECT_EQ(gw.commands(), (Commands{"rm -rf /tmp/quarterHours/", "/usr/etc/initQuarterHourFiles.sh"})) << event;
+        EXPECT_EQ(gw.commands(), words::restartQuarterHours()) << event;
         EXPECT_TRUE(gw.loggedContaining(std::string("payload: ") + event)) << event;
         EXPECT_FALSE(gw.loggedContaining("updateLanLinkStatus")) << event;
     }
 }
 
 TEST_F(KernelLinkEvent, OfAnyOtherInterfaceReachesTheWanOnly) {
+    if (!words::namesDslDevices()) {
+        GTEST_SKIP() << "no event of this platform is about a DSL device";
+    }
     gw.tableBuilt();
     updateLinkStatus("usb0:up");
     EXPECT_TRUE(gw.commands().empty());
@@ -283,7 +289,7 @@ TEST_F(KernelLinkEvent, BeforeTheTableIsReadyRetrainsALineThatIsUp) {
     wan.isAutoHuntFinished = 1;
     updateLinkStatus("eth0.2:up:10:F");
     EXPECT_TRUE(gw.logged("syslog", 6, "WAN Link Info is not ready, re-train DSL"));
-    EXPECT_EQ(gw.commands(), (Commands{"/usr/bin/wan adsl close", "/usr/bin/wan adsl open"}));
+    EXPECT_EQ(gw.commands(), words::join({words::closeDsl(), words::openDsl()}));
     EXPECT_FALSE(gw.loggedContaining("payload:"));
     EXPECT_EQ(wan.isAutoHuntFinished, 1);
 }

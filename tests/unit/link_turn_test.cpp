@@ -190,7 +190,7 @@ TEST_F(LinkTurn, OpticalReportAndCompletionWaitForTheirs) {
 TEST_F(LinkTurn, StartUpScriptsNeedNone) {
     linkTurn.lock();
     onItsOwnThread([this] { gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN); });
-    EXPECT_EQ(gw.commands().size(), 3u);
+    EXPECT_EQ(gw.commands(), words::startScripts());
     EXPECT_EQ(first(kLook), -1);
     linkTurn.unlock();
     join();
@@ -208,7 +208,7 @@ TEST_F(LinkTurn, LedUpdateOfAMessageNeedsNone) {
 TEST_F(LinkTurn, SecondCompletionWaitsForTheTableAndThenLooks) {
     forgetWanLinks();
     wan.wanLinkInfoInit = 0;
-    gw.whileRunning("/userfs/bin/ethphxcmd eth0 wanactive disable",
+    gw.whileRunning(words::activate("eth0.5").front(),
                     [this] { onItsOwnThread([this] { gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO); }); });
     gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
     join();
@@ -221,11 +221,11 @@ TEST_F(LinkTurn, SecondCompletionWaitsForTheTableAndThenLooks) {
 TEST_F(LinkTurn, TableWhoseBuildFailsIsBuiltByTheNextCompletion) {
     forgetWanLinks();
     wan.wanLinkInfoInit = 0;
-    gw.whileRunning("/userfs/bin/ethphxcmd eth0 wanactive disable", [] { throw std::bad_alloc(); });
+    gw.whileRunning(words::activate("eth0.5").front(), [] { throw std::bad_alloc(); });
     gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
     EXPECT_TRUE(gw.loggedContaining("VCFG_MSG_INIT_WAN_LINK_INFO: given up: "));
     EXPECT_EQ(wan.wanLinkInfoInit, 0);
-    gw.whileRunning("/userfs/bin/ethphxcmd eth0 wanactive disable", nullptr);
+    gw.whileRunning(words::activate("eth0.5").front(), nullptr);
     gw.receiveEmpty(VCFG_MSG_INIT_WAN_LINK_INFO);
     EXPECT_EQ(wan.wanLinkInfoInit, 1);
     EXPECT_EQ(statusOf("eth0.5"), 0);

@@ -1,6 +1,4 @@
-#include "platform/econet/ethernet_port.h"
-
-#include "unit/wan_fixture.h"
+#include "unit/ethernet_port_fixture.h"
 
 namespace {
 
@@ -9,39 +7,9 @@ using inproc::Operation;
 constexpr const char* kIgmpFile = "/proc/tc3162/igmpsnooping_eth_port_stat";
 constexpr const char* kFewFields = "\" has fewer than four fields, no port is changed";
 
-class EthernetPortTest : public testing::Test {
-  protected:
-    EthernetPortTest() {
-        addPort(1, "eth0.2");
-        addPort(2, "eth0.3");
-        gw.advance(50'000);
-        gw.forget();
-    }
-    void addPort(unsigned n, const std::string& name) {
-        gw.set(gw.port(n) + "Name", name);
-        gw.set(gw.port(n) + "Status", "Down");
-        gw.set(gw.port(n) + "LastChange", "7");
-    }
-    // The LAN bridge's port `n`, and the group that the user bound it to.
-    void addBridgePort(const std::string& path, const std::string& name) { gw.set(path + ".X_VORAN_IfName", name); }
-    void addGroup(const std::string& interface, const std::string& bridge, const std::string& previous) {
-        gw.set("Bridging.Filter.1.Interface", interface);
-        gw.set("Bridging.Filter.1.Bridge", bridge);
-        gw.set("Bridging.Filter.1.X_VORAN_PreviousBridge", previous);
-    }
-    std::string port(unsigned n, const std::string& parameter) { return gw.get(gw.port(n) + parameter); }
-    std::string rateAndDuplex(const std::string& event) {
-        updateLanLinkStatus(event.c_str());
-        return port(2, "MaxBitRate") + " " + port(2, "DuplexMode");
-    }
-
-    WanGateway gw;
-};
-
 class PortEvent : public EthernetPortTest {};
 class PortBadEvent : public EthernetPortTest {};
 class PortGroup : public EthernetPortTest {};
-class PortIgmp : public EthernetPortTest {};
 
 TEST_F(PortEvent, UpSetsStatusRateAndDuplex) {
     updateLanLinkStatus("eth0.3:up:2500:F");
@@ -54,11 +22,6 @@ TEST_F(PortEvent, RatesAreTakenAsTheyAre) {
     for (const char* rate : {"10", "100", "1000", "2500", "5000", "10000"}) {
         EXPECT_EQ(rateAndDuplex(std::string("eth0.3:up:") + rate + ":H"), std::string(rate) + " Half");
     }
-}
-
-TEST_F(PortEvent, UnknownRateFallsBackToTen) {
-    EXPECT_EQ(rateAndDuplex("eth0.3:up:42:X"), "10 Half");
-    EXPECT_EQ(rateAndDuplex("eth0.3:up:1000x:X"), "10 Half");
 }
 
 TEST_F(PortEvent, UnknownDuplexFollowsTheRate) {
@@ -206,22 +169,6 @@ TEST_F(PortGroup, StaysWhenThePortComesUp) {
     EXPECT_FALSE(gw.fileContent(kIgmpFile));
 }
 
-TEST_F(PortGroup, IsFoundByThePortNumberAlone) {
-    addBridgePort("Bridging.Bridge.1.Port.2", "lan0.3x");
-    addGroup("Bridging.Bridge.1.Port.2", "Bridging.Bridge.2", "Bridging.Bridge.1");
-    EXPECT_EQ(removeIfaceGroup("eth0.3"), 0);
-    EXPECT_EQ(gw.get("Bridging.Filter.1.Bridge"), "Bridging.Bridge.1");
-}
-
-TEST_F(PortGroup, OfAPortWithoutNumberIsNone) {
-    addBridgePort("Bridging.Bridge.1.Port.2", "ra0");
-    addGroup("Bridging.Bridge.1.Port.2", "Bridging.Bridge.2", "Bridging.Bridge.1");
-    gw.forget();
-    EXPECT_EQ(removeIfaceGroup("eth0"), 0);
-    EXPECT_EQ(removeIfaceGroup(""), 0);
-    EXPECT_TRUE(gw.writes().empty());
-}
-
 TEST_F(PortGroup, WithoutBridgePortOrFilterNothingChanges) {
     EXPECT_EQ(removeIfaceGroup("eth0.3"), 0);
     addBridgePort("Bridging.Bridge.1.Port.2", "eth0.3");
@@ -247,47 +194,13 @@ TEST_F(PortGroup, RefusedWriteIsLogged) {
     EXPECT_TRUE(gw.logged("syslog", 3, "removeIfaceGroup : Set BridgeFilter fail"));
 }
 
-TEST_F(PortIgmp, NoticeGivesPortIndexAndNumber) {
-    addBridgePort("Bridging.Bridge.3.Port.1", "eth0.3");
-    updateLanLinkStatus("eth0.3:down:0:H");
-    EXPECT_EQ(gw.fileContent(kIgmpFile), "2 3");
-}
-
-TEST_F(PortIgmp, LastMatchWins) {
-    addBridgePort("Bridging.Bridge.1.Port.1", "eth0.3");
-    addBridgePort("Bridging.Bridge.4.Port.1", "eth0.3");
-    EXPECT_NE(igmpsnoopingEthPortStat("eth0.3"), -1);
-    EXPECT_EQ(gw.fileContent(kIgmpFile), "3 3");
-}
-
-TEST_F(PortIgmp, PortInNoBridgeHasIndexZero) {
-    igmpsnoopingEthPortStat("eth0.12");
-    EXPECT_EQ(gw.fileContent(kIgmpFile), "0 12");
-}
-
-TEST_F(PortIgmp, NameWithoutNumberGivesZero) {
-    igmpsnoopingEthPortStat("eth0");
-    EXPECT_EQ(gw.fileContent(kIgmpFile), "0 0");
-    igmpsnoopingEthPortStat("eth0.x");
-    EXPECT_EQ(gw.fileContent(kIgmpFile), "0 0");
-}
-
-TEST_F(PortIgmp, EndsWithTheCodeOfTheWalk) {
-    EXPECT_EQ(igmpsnoopingEthPortStat("eth0.3"), VCFG_ERR_NOT_FOUND);
-}
-
-TEST_F(PortIgmp, FileThatCannotBeOpenedGivesMinusOne) {
-    gw.unwritable(kIgmpFile);
-    EXPECT_EQ(igmpsnoopingEthPortStat("eth0.3"), -1);
-}
-
 TEST(WanAutoDetect, ShutsDslDownWhenDslCarriedTheWan) {
     for (const int32_t mode : {kLinkDslAtm, kLinkDslPtm}) {
         WanGateway gw;
         wan.currWanLinkType = mode;
         EXPECT_EQ(handleWANAutoDetectETH(), 0);
         EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
-        EXPECT_EQ(gw.commands(), Commands{"/usr/bin/wan adsl close"});
+        EXPECT_EQ(gw.commands(), words::closeDsl());
         EXPECT_TRUE(gw.logged("syslog", 6, "handleWANAutoDetectETH: ethernet link up, shut down dsl"));
     }
 }
@@ -296,7 +209,7 @@ TEST(WanAutoDetect, TakesTheWanThatNobodyCarried) {
     WanGateway gw;
     EXPECT_EQ(handleWANAutoDetectETH(), 1);
     EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
-    EXPECT_EQ(gw.commands(), Commands{"/usr/bin/wan adsl close"});
+    EXPECT_EQ(gw.commands(), words::closeDsl());
     EXPECT_TRUE(gw.logged("syslog", 6, "handleWANAutoDetectETH: physical linkup mode is ethernet"));
 }
 
@@ -305,12 +218,6 @@ TEST(WanAutoDetect, RunsNothingWhenEthernetCarriedTheWanAlready) {
     wan.currWanLinkType = kLinkEthernet;
     EXPECT_EQ(handleWANAutoDetectETH(), 1);
     EXPECT_TRUE(gw.commands().empty());
-}
-
-TEST(WanAutoDetect, DownOpensDslAndReturnsTheCommandsResult) {
-    WanGateway gw;
-    gw.commandResult("/usr/bin/wan adsl open", 256);
-    EXPECT_EQ(handleWANAutoDetectETHDown(), 256);
 }
 
 }  // namespace

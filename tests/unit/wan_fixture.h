@@ -10,6 +10,7 @@
 #include "link/wan_link_status.h"
 #include "link/wan_link_table.h"
 #include "support/kit.h"
+#include "unit/words.h"
 
 using Commands = std::vector<std::string>;
 
@@ -64,7 +65,9 @@ class WanGateway : public Gateway {
     Commands actions() const {
         Commands found;
         for (const std::string& command : commands()) {
-            const bool routine = command.find("ip ") == 0 || command.find("led_internet") != std::string::npos;
+            const bool routine =
+                std::find(kRouteCommands.begin(), kRouteCommands.end(), command) != kRouteCommands.end() ||
+                command.find("led_internet") != std::string::npos;
             if (!routine) {
                 found.push_back(command);
             }

@@ -3,8 +3,6 @@
 
 namespace {
 
-constexpr const char* kPtmReset = "echo 1 >/proc/tc3162/ptm_do_reset_sequence";
-constexpr const char* kPtmResetOff = "echo 0 >/proc/tc3162/ptm_do_reset_sequence";
 constexpr int32_t kNoRule = 10;  // a WANPriority without fail-over
 
 class WanLinkDslTest : public testing::Test {
@@ -66,26 +64,6 @@ TEST_F(WanLinkDslLine, DownForgetsEthernetThatCameUpInAnEarlierEvent) {
     gw.settled();
     lineIs("NoSignal", true);
     EXPECT_EQ(wan.wanLinkDown, 1);
-}
-
-TEST_F(WanLinkDslLine, LoadsTheDriverStackOfItsModeOnce) {
-    gw.dslLine(1, "NoSignal");
-    gw.tableBuilt();
-    lineIs("Up", false);
-    EXPECT_EQ(gw.actions().at(0), "killall br2684ctl");
-    EXPECT_EQ(wan.lastXtmLinkMode, kLinkDslPtm);
-    lineIs("NoSignal", false);
-    gw.forget();
-    lineIs("Up", false);
-    EXPECT_EQ(gw.actions().at(0), kPtmReset);
-    lineIs("NoSignal", false);
-    gw.forget();
-    lineIs("Up", true);
-    EXPECT_EQ(gw.actions().at(0), "rmmod mt7510ptm.ko");
-    lineIs("NoSignal", true);
-    gw.forget();
-    lineIs("Up", true);
-    EXPECT_EQ(gw.actions(), Commands{"killall vcautohunt"});
 }
 
 TEST_F(WanLinkDslLine, UpdatesTheConnectionsAboveInItsMode) {
@@ -155,15 +133,15 @@ TEST_F(WanLinkDslVlan, PtmLineGoingDownRemovesOneRulePerPtmInterface) {
     gw.set("IP.Interface.3.X_VORAN_IfName", "ptm1.2");
     gw.settled();
     lineIs("NoSignal", false);
-    EXPECT_EQ(gw.actions(), (Commands{kPtmResetOff, "vlanctl --tx --if ptm1 --tags 0 --rule-remove 0",
-                                      "vlanctl --tx --if ptm1 --tags 0 --rule-remove 1"}));
+    EXPECT_EQ(gw.actions(),
+              words::join({words::endPtm(), words::removePtmRule("ptm1", 0), words::removePtmRule("ptm1", 1)}));
 }
 
 TEST_F(WanLinkDslVlan, PtmLineWithoutPtmInterfaceRemovesNone) {
     gw.dslLine(1, "Up", false);
     gw.settled();
     lineIs("NoSignal", false);
-    EXPECT_EQ(gw.actions(), Commands{kPtmResetOff});
+    EXPECT_EQ(gw.actions(), words::endPtm());
 }
 
 TEST_F(WanLinkDslVlan, AtmLineGoingDownDoesNeither) {
@@ -177,7 +155,7 @@ TEST_F(WanLinkDslVlan, AtmLineGoingDownDoesNeither) {
 TEST_F(WanLinkDslVlan, DeviceNameCannotBecomeACommand) {
     gw.set("IP.Interface.1.X_VORAN_IfName", "ptm;reboot");
     removePtmVlanRules();
-    EXPECT_EQ(gw.commands(), Commands{"vlanctl --tx --if 'ptm;' --tags 0 --rule-remove 0"});
+    EXPECT_EQ(gw.commands(), words::removePtmRule("'ptm;'", 0));
 }
 
 }  // namespace

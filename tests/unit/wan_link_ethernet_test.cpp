@@ -3,8 +3,6 @@
 
 namespace {
 
-constexpr const char* kEnable = "/userfs/bin/ethphxcmd eth0 wanactive enable";
-constexpr const char* kDisable = "/userfs/bin/ethphxcmd eth0 wanactive disable";
 constexpr int32_t kNoRule = 10;  // a WANPriority without fail-over
 
 class WanLinkEthernet : public testing::Test {
@@ -194,14 +192,6 @@ TEST_F(WanLinkEthernet, SystemWithoutUptimeKeepsTheTimeOfTheLastChange) {
     updateWanLinkStatus("eth0.4:down:0:H", false);
     EXPECT_EQ(gw.get("Ethernet.Interface.4.Status"), "Down");
     EXPECT_EQ(gw.get("Ethernet.Interface.4.LastChange"), "7");
-}
-
-TEST_F(WanLinkEthernet, ActivationIsPrintedAndItsResultReturned) {
-    gw.commandResult(kEnable, 512);
-    EXPECT_EQ(tarnEthWanStatusChange(true, 1), 512);
-    EXPECT_TRUE(gw.logged("stdout", std::string("tarnEthWanStatusChange: sysCmd = ") + kEnable));
-    EXPECT_EQ(tarnEthWanStatusChange(false, 2), 0);
-    EXPECT_TRUE(gw.logged("stdout", std::string("tarnEthWanStatusChange: sysCmd = ") + kDisable));
 }
 
 }  // namespace

@@ -6,12 +6,13 @@
 
 namespace {
 
-constexpr const char* kEnable = "/userfs/bin/ethphxcmd eth0 wanactive enable";
-constexpr const char* kDisable = "/userfs/bin/ethphxcmd eth0 wanactive disable";
-constexpr const char* kDslClose = "/usr/bin/wan adsl close";
-constexpr const char* kDslOpen = "/usr/bin/wan adsl open";
-constexpr const char* kNoVlanHunter = "killall vlanautohunt";
-constexpr const char* kNoVcHunter = "killall vcautohunt";
+const Commands kDslClose = words::closeDsl();
+const Commands kDslOpen = words::openDsl();
+const Commands kNoVlanHunter = words::endHunt("vlanautohunt");
+const Commands kNoVcHunter = words::endHunt("vcautohunt");
+// The other port, where there is none.
+const Commands kEnableNone = words::enable({});
+const Commands kDisableNone = words::disable({});
 
 class WanLinkFailover : public testing::Test {
   protected:
@@ -28,7 +29,7 @@ TEST_F(WanLinkFailover, AutoDetectTakesEthernetWhenNobodyCarriedTheWan) {
     gw.ethernetPort(4, "eth0.4", "Up");
     gw.tableBuilt();
     gw.look();
-    EXPECT_EQ(gw.actions(), (Commands{kDslClose, kNoVlanHunter}));
+    EXPECT_EQ(gw.actions(), words::join({kDslClose, kNoVlanHunter}));
     EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
     EXPECT_TRUE(gw.loggedContaining("Ethernet Wan eth0.4 link up"));
 }
@@ -39,7 +40,7 @@ TEST_F(WanLinkFailover, AutoDetectShutsDslDownAndEndsTheEventWhenDslCarriedTheWa
     wan.currWanLinkType = kLinkDslPtm;
     gw.tableBuilt();
     gw.look();
-    EXPECT_EQ(gw.actions(), Commands{kDslClose});
+    EXPECT_EQ(gw.actions(), kDslClose);
     EXPECT_EQ(wan.currWanLinkType, kLinkEthernet);
     EXPECT_EQ(statusOf("eth0.4"), 1);
     EXPECT_EQ(statusOf("usb"), 0);
@@ -52,7 +53,7 @@ TEST_F(WanLinkFailover, KeptEthernetClearsTheCarrier) {
     wan.currWanLinkType = kLinkDslAtm;
     gw.tableBuilt();
     gw.look();
-    EXPECT_EQ(gw.actions(), Commands{kNoVlanHunter});
+    EXPECT_EQ(gw.actions(), kNoVlanHunter);
     EXPECT_EQ(wan.currWanLinkType, kLinkNone);
 }
 
@@ -62,7 +63,7 @@ TEST_F(WanLinkFailover, DslFirstLeavesTheCarrierToEthernetThatComesUp) {
     wan.currWanLinkType = kLinkDslAtm;
     gw.tableBuilt();
     gw.look();
-    EXPECT_EQ(gw.actions(), Commands{kNoVlanHunter});
+    EXPECT_EQ(gw.actions(), kNoVlanHunter);
     EXPECT_EQ(wan.currWanLinkType, kLinkDslAtm);
 }
 
@@ -74,7 +75,7 @@ TEST_F(WanLinkFailover, LastEthernetDownFallsBackToDslBeforeTheOtherLinks) {
     gw.set("Ethernet.Interface.4.Status", "Down");
     gw.usbPort(1, "Up");
     gw.look();
-    EXPECT_EQ(gw.actions(), (Commands{kEnable, kDslOpen}));
+    EXPECT_EQ(gw.actions(), words::join({kEnableNone, kDslOpen}));
     EXPECT_TRUE(gw.logged("syslog", 6, "updateWanLinkStatus: ethernet link down, activate dsl"));
     EXPECT_EQ(wan.currWanLinkType, kLinkNone);
     EXPECT_EQ(wan.isSfpWanLinkUp, 0);
@@ -127,7 +128,7 @@ TEST_F(WanLinkFailover, AutoDetectEthernetDownWithoutSfpEnablesTheOtherPortAllTh
     gw.settled();
     copper("Down");
     gw.look();
-    EXPECT_EQ(gw.actions(), Commands{kEnable});
+    EXPECT_EQ(gw.actions(), kEnableNone);
     EXPECT_FALSE(gw.loggedContaining("]enable ethwan port"));
 }
 
@@ -145,7 +146,7 @@ TEST_F(WanLinkFailover, DslFirstEthernetDownEnablesTheOtherPortOnlyWithoutDsl) {
     wan.isDslLinkUp = 0;
     copper("Down");
     gw.look();
-    EXPECT_EQ(gw.actions(), Commands{kEnable});
+    EXPECT_EQ(gw.actions(), kEnableNone);
 }
 
 TEST_F(WanLinkFailover, KeptEthernetDownEnablesNothing) {
@@ -161,10 +162,7 @@ class WanLinkSfp : public WanLinkFailover, public testing::WithParamInterface<in
   protected:
     // Commands that this mode runs on every Ethernet link-up beside the port choice.
     Commands upActions(const Commands& choice) const {
-        Commands actions = wan.WANPriority == kAutoDetect ? Commands{kDslClose} : Commands{};
-        actions.insert(actions.end(), choice.begin(), choice.end());
-        actions.push_back(kNoVlanHunter);
-        return actions;
+        return words::join({wan.WANPriority == kAutoDetect ? kDslClose : Commands{}, choice, kNoVlanHunter});
     }
     void start(int32_t sfpWins) {
         wan.WANPriority = GetParam();
@@ -178,7 +176,7 @@ TEST_P(WanLinkSfp, ComesUpAndWins) {
     start(1);
     sfp("Up");
     gw.look();
-    EXPECT_EQ(gw.actions(), upActions({kDisable}));
+    EXPECT_EQ(gw.actions(), upActions(words::disable({"eth0.4"})));
     EXPECT_TRUE(gw.printedAtLine("[updateWanLinkStatus][", "]disable ethwan port"));
     EXPECT_EQ(wan.isSfpWanLinkUp, 1);
 }
@@ -195,7 +193,7 @@ TEST_P(WanLinkSfp, CopperComesUpAndWins) {
     start(0);
     copper("Up");
     gw.look();
-    EXPECT_EQ(gw.actions(), upActions({kDisable}));
+    EXPECT_EQ(gw.actions(), upActions(words::disable({"eth0.6"})));
     EXPECT_TRUE(gw.printedAtLine("[updateWanLinkStatus][", "]disable SFP port"));
     EXPECT_EQ(wan.isSfpWanLinkUp, 0);
 }
@@ -214,7 +212,7 @@ TEST_P(WanLinkSfp, WinnerGoesDown) {
     gw.forget();
     sfp("Down");
     gw.look();
-    EXPECT_EQ(gw.actions(), GetParam() == kEthernetKept ? Commands{} : Commands{kEnable});
+    EXPECT_EQ(gw.actions(), GetParam() == kEthernetKept ? Commands{} : words::enable({"eth0.4"}));
     EXPECT_EQ(gw.printedAtLine("[updateWanLinkStatus][", "]enable ethwan port"), GetParam() != kEthernetKept);
     EXPECT_EQ(wan.isSfpWanLinkUp, 0);
 }
@@ -226,7 +224,7 @@ TEST_P(WanLinkSfp, CopperAsWinnerGoesDownWithoutALine) {
     gw.forget();
     copper("Down");
     gw.look();
-    EXPECT_EQ(gw.actions(), GetParam() == kEthernetKept ? Commands{} : Commands{kEnable});
+    EXPECT_EQ(gw.actions(), GetParam() == kEthernetKept ? Commands{} : words::enable({"eth0.6"}));
     EXPECT_FALSE(gw.loggedContaining("]enable ethwan port"));
 }
 
@@ -265,19 +263,19 @@ class WanLinkDslRule : public testing::Test {
 TEST_F(WanLinkDslRule, AutoDetectMakesTheLineTheCarrier) {
     lineGoesUp(kAutoDetect);
     EXPECT_EQ(wan.currWanLinkType, kLinkDslAtm);
-    EXPECT_EQ(gw.actions(), Commands{kNoVcHunter});
+    EXPECT_EQ(gw.actions(), kNoVcHunter);
 }
 
 TEST_F(WanLinkDslRule, DslFirstDisablesTheEthernetWan) {
     lineGoesUp(kDslFirst);
-    EXPECT_EQ(gw.actions(), (Commands{kDisable, kNoVcHunter}));
+    EXPECT_EQ(gw.actions(), words::join({kDisableNone, kNoVcHunter}));
     EXPECT_TRUE(gw.printedAtLine("[updateWanLinkStatus][", "] DSL is up, disable other wan type "));
     EXPECT_EQ(wan.currWanLinkType, kLinkNone);
 }
 
 TEST_F(WanLinkDslRule, KeptEthernetLeavesEverythingAsItIs) {
     lineGoesUp(kEthernetKept);
-    EXPECT_EQ(gw.actions(), Commands{kNoVcHunter});
+    EXPECT_EQ(gw.actions(), kNoVcHunter);
     EXPECT_EQ(wan.currWanLinkType, kLinkNone);
 }
 
@@ -332,7 +330,7 @@ TEST_F(WanLinkDslRule, LinksAreNotSetUpAnewWhenMemoryIsShort) {
 
 TEST_F(WanLinkDslRule, DslFirstDownEnablesTheEthernetWan) {
     lineGoesDown(kDslFirst, kLinkNone);
-    EXPECT_EQ(gw.actions(), Commands{kEnable});
+    EXPECT_EQ(gw.actions(), kEnableNone);
 }
 
 TEST_F(WanLinkDslRule, KeptEthernetDownDoesNothingMore) {
@@ -359,7 +357,7 @@ TEST_F(WanLinkLedPlace, IsFirstWhenEthernetComesUp) {
     gw.settled();
     copper("Up");
     gw.look();
-    expectOrder({kRouteCommands[0], kRouteCommands[1], kDslClose, kNoVlanHunter});
+    expectOrder(words::join({kRouteCommands, kDslClose, kNoVlanHunter}));
 }
 
 TEST_F(WanLinkLedPlace, FollowsTheOtherPortsTurnWhenEthernetGoesDown) {
@@ -367,7 +365,7 @@ TEST_F(WanLinkLedPlace, FollowsTheOtherPortsTurnWhenEthernetGoesDown) {
     gw.settled();
     copper("Down");
     gw.look();
-    expectOrder({kEnable, kRouteCommands[0], kRouteCommands[1]});
+    expectOrder(words::join({kEnableNone, kRouteCommands}));
 }
 
 TEST_F(WanLinkLedPlace, FollowsTheDriversAndPrecedesTheHuntWhenDslComesUp) {
@@ -377,7 +375,7 @@ TEST_F(WanLinkLedPlace, FollowsTheDriversAndPrecedesTheHuntWhenDslComesUp) {
     wan.lastXtmLinkMode = kLinkDslAtm;
     gw.dslLine(1, "Up", true);
     gw.look();
-    expectOrder({kDisable, kRouteCommands[0], kRouteCommands[1], "killall vcautohunt"});
+    expectOrder(words::join({kDisableNone, kRouteCommands, kNoVcHunter}));
 }
 
 TEST_F(WanLinkLedPlace, FollowsThePtmResetAndPrecedesTheOtherWanWhenDslGoesDown) {
@@ -387,8 +385,7 @@ TEST_F(WanLinkLedPlace, FollowsThePtmResetAndPrecedesTheOtherWanWhenDslGoesDown)
     gw.settled();
     gw.dslLine(1, "NoSignal");
     gw.look();
-    expectOrder({"echo 0 >/proc/tc3162/ptm_do_reset_sequence", "vlanctl --tx --if ptm0 --tags 0 --rule-remove 0",
-                 kRouteCommands[0], kRouteCommands[1], kEnable});
+    expectOrder(words::join({words::endPtm(), words::removePtmRule("ptm0", 0), kRouteCommands, kEnableNone}));
 }
 
 }  // namespace

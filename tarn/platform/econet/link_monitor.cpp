@@ -1,10 +1,9 @@
-#include "core/kernel_socket.h"
+#include "platform/link_monitor.h"
 
 #include <linux/netlink.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "core/kernel_monitor.h"
 #include "core/log.h"
 #include "core/os.h"
 #include "core/shell.h"
@@ -46,4 +45,8 @@ int openKernelMonitor() {
     }
     shell("echo %d > /proc/kmonitor/user_pid", static_cast<int>(os::ownProcess()));
     return VCFG_OK;
+}
+
+void followKernel(kernel::LinkChanged linkChanged) {
+    processKernelMonitor(linkChanged);
 }

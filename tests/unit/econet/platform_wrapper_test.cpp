@@ -1,4 +1,6 @@
-#include "platform/econet/wrapper.h"
+#include "platform/wrapper.h"
+
+#include "platform/dsl.h"
 
 #include "unit/wan_fixture.h"
 

@@ -1,15 +1,15 @@
-#include "platform/econet/ethernet_port.h"
+#include "platform/ethernet_port.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <string>
 
 #include "core/log.h"
 #include "core/os.h"
 #include "core/record.h"
-#include "core/shell.h"
 #include "core/wan_state.h"
+#include "platform/dsl.h"
+#include "platform/port_names.h"
 
 namespace {
 
@@ -43,15 +43,6 @@ std::optional<PortEvent> parsePortEvent(const char* text) {
     return event;
 }
 
-int32_t bitRate(std::string_view speed) {
-    for (const int32_t rate : {1000, 100, 10, 2500, 5000, 10000}) {
-        if (speed == std::to_string(rate)) {
-            return rate;
-        }
-    }
-    return 10;
-}
-
 const char* duplexMode(std::string_view duplex, int32_t rate) {
     if (duplex == "F") {
         return "Full";
@@ -75,7 +66,7 @@ void setStatus(EthernetInterface& port, const char* status) {
 void describePort(EthernetInterface& port, std::string_view status, std::string_view speed, std::string_view duplex) {
     if (status == "up") {
         setStatus(port, "Up");
-        port.MaxBitRate = bitRate(speed);
+        port.MaxBitRate = port::bitRate(speed);
         port.DuplexMode = duplexMode(duplex, port.MaxBitRate);
     } else {
         setStatus(port, "Down");
@@ -84,19 +75,9 @@ void describePort(EthernetInterface& port, std::string_view status, std::string_
     }
 }
 
-constexpr size_t kPortNumberAt = 5;  // in "eth0.2"
-
-std::string_view portNumberText(std::string_view name) {
-    return name.substr(std::min(kPortNumberAt, name.size()));
-}
-
-bool samePortNumber(std::string_view left, std::string_view right) {
-    return left.size() > kPortNumberAt && right.size() > kPortNumberAt && left[kPortNumberAt] == right[kPortNumberAt];
-}
-
 std::optional<std::string> bridgePortPath(std::string_view name) {
     const auto port = findInstance<BridgePort>(
-        [name](const BridgePort& candidate) { return samePortNumber(candidate.X_VORAN_IfName, name); });
+        [name](const BridgePort& candidate) { return port::same(candidate.X_VORAN_IfName, name); });
     if (!port) {
         return std::nullopt;
     }
@@ -109,13 +90,6 @@ void restoreBridge(Record<BridgeFilter>& filter) {
     if (filter.apply() != VCFG_OK) {
         logs::system(LOG_ERR, "%s : Set BridgeFilter fail\n", "removeIfaceGroup");
     }
-}
-
-unsigned portNumber(std::string_view name) {
-    const std::string_view text = portNumberText(name);
-    unsigned number = 0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
 }
 
 }  // namespace
@@ -167,35 +141,24 @@ int32_t removeIfaceGroup(std::string_view name) {
     return 0;
 }
 
-int32_t igmpsnoopingEthPortStat(std::string_view name) {
-    int32_t portIndex = 0;
-    const int walkEnd = forEachInstance<BridgePort>([&](const Record<BridgePort>& port) {
-        if (port->X_VORAN_IfName == name) {
-            portIndex = port.iid().idx[0] - 1;
-        }
-    });
-    const std::string text = std::to_string(portIndex) + " " + std::to_string(portNumber(name));
-    return os::writeFile("/proc/tc3162/igmpsnooping_eth_port_stat", text) ? walkEnd : -1;
-}
-
 uint8_t handleWANAutoDetectETH() {
     const int32_t carrier = wan.currWanLinkType;
     if (carrier != kLinkEthernet && carrier != kLinkNone) {
         logs::system(LOG_INFO, "%s: ethernet link up, shut down dsl\n", __func__);
-        run("/usr/bin/wan adsl close");
+        closeDsl();
         wan.currWanLinkType = kLinkEthernet;
         return 0;
     }
     logs::system(LOG_INFO, "%s: physical linkup mode is ethernet\n", __func__);
     if (carrier == kLinkNone) {
-        run("/usr/bin/wan adsl close");
+        closeDsl();
     }
     wan.currWanLinkType = kLinkEthernet;
     return 1;
 }
 
 int32_t handleWANAutoDetectETHDown() {
-    return run("/usr/bin/wan adsl open");
+    return openDsl();
 }
 
 void updateWANEthIfaceObjStatus(const objIndex&, const EthernetInterface&) {}
