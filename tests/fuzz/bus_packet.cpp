@@ -1,8 +1,6 @@
 // A packet of the bus, as its receiver takes it off a socket.
 #include <sys/socket.h>
 
-#include <cstdlib>
-
 #include "client/packet.h"
 #include "target.h"
 
@@ -18,7 +16,7 @@ bool isBroken(const vcfg_msg_t& message, size_t sent) {
 void handleInput(std::string_view bytes) {
     static int ends[2] = {-1, -1};
     if (ends[0] < 0 && socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) != 0) {
-        abort();
+        finding("no socket pair");
     }
     vcfg::bus::Receiver receiver;
     vcfg::bus::MessagePtr message;
@@ -27,6 +25,6 @@ void handleInput(std::string_view bytes) {
     }
     const auto arrival = receiver.receive(ends[1], MSG_DONTWAIT, &message);
     if (arrival == vcfg::bus::Arrival::Message && isBroken(*message, bytes.size())) {
-        abort();
+        finding("a packet has become another message");
     }
 }

@@ -30,7 +30,7 @@ std::vector<std::string> setVariables(std::string_view lines) {
 void checkJson(const std::string& payload) {
     json_object* const parsed = json_tokener_parse(payload.c_str());
     if (parsed == nullptr) {
-        abort();
+        finding("the payload is no JSON: " + payload);
     }
     json_object_put(parsed);
 }

@@ -54,7 +54,7 @@ void handleInput(std::string_view bytes) {
         Staged staged = request(bytes.substr(0, end));
         const bool served = serveWrite(vcmd, staged) || serveModel(vcmd, staged);
         if (!served || (staged.answer == nullptr && staged.jobs.empty())) {
-            abort();  // each of these waits for its answer
+            finding("a request is not answered");
         }
         bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
     }

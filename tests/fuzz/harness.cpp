@@ -3,6 +3,7 @@
 // look like a slow parser; what waits for ever is found by libFuzzer's own -timeout.
 #include <gtest/gtest.h>
 #include <sanitizer/allocator_interface.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
@@ -18,6 +19,7 @@ constexpr int64_t kMostNs = 1'000'000'000;
 constexpr int64_t kMostGrowth = int64_t{64} << 20;
 
 std::string name;
+int report = -1;  // standard error, which libFuzzer takes away from the target
 std::atomic<int64_t> inUse{0};
 std::atomic<int64_t> peak{0};
 
@@ -40,22 +42,22 @@ int64_t processorNs() {
     return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-// libFuzzer keeps the input of a program that aborts.
-void refuse(const char* what, int64_t measured) {
-    fprintf(stderr, "==FINDING: %s: %lld\n", what, static_cast<long long>(measured));
-    abort();
-}
-
 }  // namespace
 
 std::string targetName() {
     return name;
 }
 
+void finding(const std::string& what) {
+    dprintf(report, "==FINDING: %s\n", what.c_str());
+    abort();
+}
+
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size);
 
 extern "C" int LLVMFuzzerInitialize(int*, char*** argv) {
+    report = dup(STDERR_FILENO);
     const std::string_view path = **argv;
     name = path.substr(path.rfind('/') + 1);
     testing::GTEST_FLAG(throw_on_failure) = true;  // a world that cannot be built finds nothing
@@ -69,10 +71,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     peak = before;
     handleInput({reinterpret_cast<const char*>(bytes), size});
     if (const int64_t took = processorNs() - since; took > kMostNs) {
-        refuse("nanoseconds for one input", took);
+        finding("one input took " + std::to_string(took) + " ns");
     }
     if (const int64_t growth = peak.load() - before; growth > kMostGrowth) {
-        refuse("bytes of heap for one input", growth);
+        finding("one input made the heap grow by " + std::to_string(growth) + " bytes");
     }
     return 0;
 }

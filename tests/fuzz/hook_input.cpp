@@ -2,7 +2,6 @@
 #include <json-c/json.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "target.h"
@@ -38,6 +37,6 @@ void handleInput(std::string_view bytes) {
         total += readAll(*before) + (now.agreesWith(*before) ? 1 : 0);
     }
     if (total > size_t{16} * (bytes.size() + INT32_MAX)) {
-        abort();  // never; so that all of it is looked at
+        finding("the values are longer than what they came in");
     }
 }

@@ -2,8 +2,6 @@
 // its complaint. A refused output changes nothing.
 #include <vcfg/codes.h>
 
-#include <cstdlib>
-
 #include "model/describe.h"
 #include "store/store.h"
 #include "target.h"
@@ -36,7 +34,7 @@ void complain(std::string_view text) {
     for (; !text.empty(); text.remove_prefix(std::min(kPiece, text.size()))) {
         complaint.take(text.substr(0, kPiece));
         if (complaint.line().find_first_of(std::string_view("\n\r\0", 3)) != std::string::npos) {
-            abort();
+            finding("a complaint has several lines");
         }
     }
 }
@@ -56,7 +54,7 @@ void handleInput(std::string_view bytes) {
     const store::JsonPtr values = store::parseObject(bytes, &why);
     const int code = values == nullptr ? VCFG_ERR_INVALID : store.write(object.oid, iid, values.get(), &why);
     if (code != VCFG_OK && (store.revision() != revision || why.empty())) {
-        abort();
+        finding("a refused output has changed the model, or nobody says why it is refused");
     }
     complain(bytes);
 }

@@ -1,10 +1,9 @@
 #include "house.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "link/wan_link_table.h"
+#include "target.h"
 
 namespace {
 
@@ -144,8 +143,7 @@ void house::furnish(Gateway& gateway) {
 void house::checkCommands(const Gateway& gateway) {
     for (const std::string& command : gateway.commands()) {
         if (leftItsQuotes(command)) {
-            fprintf(stderr, "==FINDING: an input has become a command: %s\n", command.c_str());
-            abort();
+            finding("an input has become a command: " + command);
         }
     }
 }

@@ -1,5 +1,4 @@
 // What the mail helper is asked to send, and the mail that it becomes.
-#include <cstdlib>
 
 #include "mail/message.h"
 #include "mail/request.h"
@@ -41,6 +40,6 @@ bool isSound(std::string_view mail) {
 void handleInput(std::string_view bytes) {
     mail::Request request;
     if (mail::parse(bytes, request).empty() && !isSound(mail::compose(request, 1'700'000'000, "1.2"))) {
-        abort();
+        finding("the mail is not the one that was asked for");
     }
 }

@@ -1,7 +1,6 @@
 // The payload of each message, through the dispatcher, over a furnished gateway. The program has one name per handler;
 // an input is up to eight messages, and where a handler takes several types the first byte of each chooses its own.
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "house.h"
@@ -46,7 +45,7 @@ const Handler& ownHandler() {
     static const Handler* const own = std::find_if(std::begin(kHandlers), std::end(kHandlers),
                                                    [](const Handler& one) { return one.name == targetName(); });
     if (own == std::end(kHandlers)) {
-        abort();
+        finding("the program has no handler's name");
     }
     return *own;
 }

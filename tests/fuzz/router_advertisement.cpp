@@ -3,8 +3,6 @@
 
 #include <json-c/json.h>
 
-#include <cstdlib>
-
 #include "target.h"
 
 void handleInput(std::string_view bytes) {
@@ -14,7 +12,7 @@ void handleInput(std::string_view bytes) {
     }
     json_object* const payload = json_tokener_parse(advertisementPayload(*read, "eth0").c_str());
     if (payload == nullptr) {
-        abort();
+        finding("the payload is no JSON");
     }
     json_object_put(payload);
 }

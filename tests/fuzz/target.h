@@ -9,3 +9,6 @@ void handleInput(std::string_view bytes);
 
 // What the program is called: a program of several targets tells by it which one it is.
 std::string targetName();
+
+// Ends the program: what must hold does not, and libFuzzer keeps the input.
+[[noreturn]] void finding(const std::string& what);
