@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "store/store.h"
 
@@ -22,15 +23,22 @@ struct Fault {
 
 struct World {
     Store store;
-    std::map<std::pair<Operation, std::string>, Fault> faults;
-    std::vector<std::string> nullRecords;
-    std::map<std::string, std::string> reports;
-    std::map<std::string, int> owners;  // what their apply answers
-    std::vector<std::string> applied;
-    std::vector<std::string> reads;
-    std::vector<std::string> writes;
+    std::map<std::pair<Operation, std::string>, Fault> faults = {};
+    std::vector<std::string> nullRecords = {};
+    std::map<std::string, std::string> reports = {};
+    std::map<std::string, int> owners = {};  // what their apply answers
+    std::vector<std::string> applied = {};
+    std::vector<std::string> reads = {};
+    std::vector<std::string> writes = {};
     unsigned calls = 0;
 };
+
+// What the model is after a reset, when a test has kept one.
+struct Kept {
+    std::string text;
+    uint32_t revision = 0;
+};
+std::optional<Kept> kept;
 
 std::mutex mutex;
 // Never destroyed: a thread that nobody waits for may have looked at it last.
@@ -197,7 +205,26 @@ namespace inproc {
 
 void reset() {
     const std::lock_guard lock(mutex);
-    world = World();
+    if (!kept) {
+        world = World();
+        return;
+    }
+    Store store = std::move(world.store);
+    if (store.revision() != kept->revision) {
+        store.fromText(kept->text, vcfg::store::What::All, vcfg::store::Unknown::Refuse, nullptr, nullptr);
+        kept->revision = store.revision();
+    }
+    world = World{std::move(store)};
+}
+
+void keep() {
+    const std::lock_guard lock(mutex);
+    kept = Kept{world.store.toText(vcfg::store::What::All), world.store.revision()};
+}
+
+bool isKept() {
+    const std::lock_guard lock(mutex);
+    return kept.has_value();
 }
 
 std::string set(const std::string& path, const std::string& value) {

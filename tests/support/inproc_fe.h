@@ -11,6 +11,9 @@ namespace inproc {
 
 // An empty model; forgets all faults, messages, log lines and counts.
 void reset();
+// From now on a reset brings back the model as it is now, at once when nothing has changed meanwhile.
+void keep();
+bool isKept();
 
 // The model by path. `set` makes the instances that are missing on the way. Empty result for a path that does not
 // exist.
