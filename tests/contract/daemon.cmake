@@ -28,7 +28,8 @@ target_compile_definitions(daemon_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_wi
 target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
   $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 add_dependencies(daemon_tests tarn_with_faults vcmd)
-gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240)
+# One at a time: the daemon's socket for its timer has one address on the whole machine.
+gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240 RESOURCE_LOCK daemon)
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
 set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 120
