@@ -47,6 +47,8 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         services.start_vcmd(state)
         if config is not None:
             _check_taken(state, config)
+        if not is_given:
+            model.report_served(state)
         model.apply_bridges(state)
         net.report_ports(state)
         services.start_linesim(state)

@@ -43,6 +43,32 @@ CONFIGURED = (
 )
 
 
+# What is served in a gateway from its start, and how its status says that.
+SERVED = (
+    ("IP.Interface.[X_VORAN_WAN==false]", "Up"),
+    ("IP.Interface.*.IPv4Address.[AddressingType==Static]", "Enabled"),
+    ("IP.Interface.*.IPv6Address.[Origin==Static]", "Enabled"),
+    ("Bridging.Bridge.*", "Enabled"),
+    ("Bridging.Bridge.*.Port.[ManagementPort==true]", "Up"),
+    ("DHCPv4.Client.*", "Enabled"),
+    ("DHCPv6.Client.*", "Enabled"),
+    ("DHCPv4.Server.Pool.*", "Enabled"),
+    ("DNS.Client", "Enabled"),
+    ("RouterAdvertisement.InterfaceSetting.*", "Enabled"),
+    ("Routing.Router.*", "Enabled"),
+    ("Routing.Router.*.IPv4Forwarding.[Origin==Static]", "Enabled"),
+    ("WiFi.AccessPoint.*", "Enabled"),
+)
+
+
+def report_served(state):
+    """The owners' first report after a power cycle, which the configuration alone has outlived."""
+    told = [f"{path.removesuffix('Enable')}Status={status}" for form, status in SERVED
+            for path, enabled in get(state, f"{form}.Enable").items() if enabled == "true"]
+    if told:
+        inside.must(state, "vcfgctl", "set", "--no-apply", *told)
+
+
 def apply_bridges(state):
     """Makes the configured bridges of the kernel's ports."""
     _apply(state, re.compile(r"Bridging\.Bridge\.\d+"), "Bridging.Bridge.{i}", lambda record: True)

@@ -111,6 +111,14 @@ def test_lease_is_made_anew_after_a_power_cycle(booted):
     booted.wait("IP.Interface.1.Status=Up")
 
 
+def test_lan_is_served_after_a_power_cycle(booted):
+    booted.down()
+    booted.up()
+    assert booted.value("IP.Interface.2.Status") == "Up"
+    assert booted.value("IP.Interface.2.IPv4Address.1.Status") == "Enabled"
+    assert "192.168.1.1/24" in booted.inside("ip", "-4", "addr", "show", "br0")
+
+
 def test_boot_with_a_configuration_of_ones_own(booted, tmp_path):
     (tmp_path / "model.json").write_text('{"version": 1, "objects": {"DeviceInfo": {"ProvisioningCode": "mine"}}}')
     booted.down()

@@ -17,12 +17,18 @@ store::Found find(const store::View& view, const Wanted& wanted, const objIndex&
     return wanted.step == Step::Get ? view.get(wanted.oid, iid) : view.next(wanted.oid, wanted.parent, iid);
 }
 
+// A vcmd that begins has no model at first, but an endpoint already: it answers when it has one.
+int takeModel(ModelLease& lease) {
+    const int code = lease.take();
+    return code == VCFG_ERR_NO_PEER && request(wire::kPing, RDM_OID_NONE, {}, {}).code == VCFG_OK ? lease.take() : code;
+}
+
 // Has the owner put what it knows into the model. What vcmd cannot do while it is away is no failure of a read.
 int refresh(const Wanted& wanted, const objIndex& iid) {
     objIndex found{};
     {
         ModelLease lease;
-        const int code = lease.take();
+        const int code = takeModel(lease);
         if (code != VCFG_OK || !lease.view().isRefreshed(wanted.oid)) {
             return code;
         }
@@ -61,7 +67,7 @@ int readModel(const Wanted& wanted, objIndex* iid, void** record) {
     int code = wanted.refreshed ? refresh(wanted, *iid) : static_cast<int>(VCFG_OK);
     ModelLease lease;
     if (code == VCFG_OK) {
-        code = lease.take();
+        code = takeModel(lease);
     }
     if (code == VCFG_ERR_NO_PEER) {
         CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid,
