@@ -23,24 +23,18 @@ int takeModel(ModelLease& lease) {
     return code == VCFG_ERR_NO_PEER && request(wire::kPing, RDM_OID_NONE, {}, {}).code == VCFG_OK ? lease.take() : code;
 }
 
-// Has the owner put what it knows into the model. What vcmd cannot do while it is away is no failure of a read.
-int refresh(const Wanted& wanted, const objIndex& iid) {
-    objIndex found{};
-    {
-        ModelLease lease;
-        const int code = takeModel(lease);
-        if (code != VCFG_OK || !lease.view().isRefreshed(wanted.oid)) {
-            return code;
-        }
-        const store::Found at = find(lease.view(), wanted, iid);
-        if (at.code != VCFG_OK) {
-            return at.code;
-        }
-        found = store::iidOf(at.key, at.object->depth);
+// Has the owner put what it knows into the model, which is then looked at anew. What vcmd cannot do while it is away is
+// no failure of a read.
+int refresh(ModelLease& lease, const Wanted& wanted, const objIndex& iid) {
+    const store::Found found = find(lease.view(), wanted, iid);
+    if (found.code != VCFG_OK) {
+        return found.code;
     }
-    const Answer answer = request(wire::kRefresh, wanted.oid, found, {});
+    const objIndex at = store::iidOf(found.key, found.object->depth);
+    lease.giveBack();
+    const Answer answer = request(wire::kRefresh, wanted.oid, at, {});
     if (answer.code == VCFG_OK || answer.code == VCFG_ERR_NOT_FOUND || answer.code == VCFG_ERR_NO_PEER) {
-        return VCFG_OK;
+        return takeModel(lease);
     }
     CLIENT_LOG(VLOG_WARNING, "refresh of object %u: %s (%d)", wanted.oid, answer.body.c_str(), answer.code);
     return answer.code;
@@ -64,10 +58,10 @@ int handOut(const store::Found& found, objIndex* iid, void** record) {
 
 int readModel(const Wanted& wanted, objIndex* iid, void** record) {
     *record = nullptr;
-    int code = wanted.refreshed ? refresh(wanted, *iid) : static_cast<int>(VCFG_OK);
     ModelLease lease;
-    if (code == VCFG_OK) {
-        code = takeModel(lease);
+    int code = takeModel(lease);
+    if (code == VCFG_OK && wanted.refreshed && lease.view().isRefreshed(wanted.oid)) {
+        code = refresh(lease, wanted, *iid);
     }
     if (code == VCFG_ERR_NO_PEER) {
         CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid,

@@ -135,11 +135,17 @@ int ModelLease::tryTaking() {
     return VCFG_OK;
 }
 
-ModelLease::~ModelLease() {
-    if (snapshot_ != nullptr) {
-        snapshot_->rest();
-        const std::lock_guard lock(process().mutex);
-        pool_->resting.push_back(std::move(snapshot_));
+// Without memory to keep it for the next read it ends here.
+void ModelLease::giveBack() {
+    auto rested = std::exchange(snapshot_, nullptr);
+    if (rested == nullptr) {
+        return;
+    }
+    rested->rest();
+    const std::lock_guard lock(process().mutex);
+    try {
+        pool_->resting.push_back(std::move(rested));
+    } catch (const std::bad_alloc&) {
     }
 }
 

@@ -14,12 +14,13 @@ struct ModelPool;
 class ModelLease {
   public:
     ModelLease() = default;
-    ~ModelLease();
+    ~ModelLease() { giveBack(); }
     ModelLease(const ModelLease&) = delete;
     ModelLease& operator=(const ModelLease&) = delete;
 
     // A vcfg_code: VCFG_ERR_NO_PEER when there is no model. Throws store::Failure.
     int take();
+    void giveBack();
     store::View view() const { return snapshot_->view(); }
 
   private:
