@@ -35,9 +35,6 @@ def add(state, name, port, mac=None, address=None, **announced):
         raise GatewayError(f"{name} is there already" if name in known else
                            f"{name} is no name for a host: 12 small letters, digits and '-'")
     hardware = mac or _hardware(name)
-    for other, record in known.items():
-        if record["mac"] == hardware:
-            raise GatewayError(f"{hardware} is the hardware address of {other}")
     options = _client_options(name, **announced)
     far = _far(state, port)
     inside.must(state, HOST, "attach", name, far, hardware, room="lan")

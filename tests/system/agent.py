@@ -13,7 +13,7 @@ class Agent(RoomProcess):
 
     def __init__(self, gateway):
         self.state = gateway.state
-        super().__init__(self.state, "gateway", ["vcfgctl", "serve", str(AGENT), "--json"])
+        super().__init__(self.state, "gateway", ["vcfgctl", "serve", str(AGENT), "--take-over", "--json"])
 
     def __enter__(self):
         eventually(lambda: inside.run(self.state, "test", "-S", f"/run/vcfg/eid-{AGENT}").returncode == 0)

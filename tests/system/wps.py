@@ -23,7 +23,7 @@ class WebServer:
     """Endpoint 15, listening."""
 
     def __init__(self, state):
-        words = inside.entering(state, "gateway", ["vcfgctl", "serve", str(WEB_SERVER), "--json"])
+        words = inside.entering(state, "gateway", ["vcfgctl", "serve", str(WEB_SERVER), "--take-over", "--json"])
         self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True)
         eventually(lambda: inside.run(state, "test", "-S", "/run/vcfg/eid-15").returncode == 0)
 
