@@ -66,7 +66,7 @@ logged() { tail -n +$((MARK + 1)) $LOG | grep -q -F -- "$1"; }
 settle() { vcfgctl send --to 2 --type 0x11E --payload : --reply >/dev/null; }
 
 # asked COMMAND INSTANCE: asks for something about a connection, and succeeds with the answer.
-asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067 statCode=0'; }
+asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067([A-Z_]*) statCode=0'; }
 
 # asks COMMAND INSTANCE: the same in the background; then still_asks, answered.
 asks() {
@@ -91,11 +91,10 @@ spawn() {
 start_gateway() {
     mkdir -p -m 0700 /run/vcfg
     mkdir -p /run/gateway /run/hw/link /run/tarn /data
-    [ -e "/data/vcfg_config.json" ] || cp "/usr/share/board/models/$1.json" /data/vcfg_config.json
     spawn logd /usr/lib/gateway/gw-logd /run/vcfg/vlog /dev/log /run/gateway/output $LOG
     until_true 10 [ -S /run/gateway/output ] || return
     mark
-    spawn vcmd vcmd
+    spawn vcmd vcmd --defaults "/usr/share/board/models/$1.json"
     until_true 10 [ -S /run/vcfg/eid-1 ] || return
     vcfgctl set Bridging.Bridge.1.Enable=true
     spawn linesim gw-linesim serve
