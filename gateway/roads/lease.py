@@ -35,10 +35,10 @@ def is_bound(road):
     road.until("DHCPv4.Client.1 is bound, and the address is enabled", lambda: (
         road.value(f"{CLIENT}.DHCPStatus") == "Bound" and road.value(f"{ADDRESS}.Status") == "Enabled"))
     address = road.value(f"{CLIENT}.IPAddress")
-    road.check(f"the kernel's {WAN} has the leased address {address}",
-               bool(address) and f"inet {address}/24" in kernel(road, "-4", "addr", "show", WAN))
+    road.until(f"the kernel's {WAN} has the leased address {address}", lambda: (
+        bool(address) and f"inet {address}/24" in kernel(road, "-4", "addr", "show", WAN)))
     road.check("both name servers are in the data model", road.value(f"{CLIENT}.DNSServers") == f"{isp.ROUTER},{isp.SECOND}")
-    road.check("and in the resolver", isp.SECOND in road.inside("cat", "/etc/resolv.conf"))
+    road.until("and in the resolver", lambda: isp.SECOND in road.inside("cat", "/etc/resolv.conf"))
     road.check("the routes are kept with the lease, as the option came",
                (road.value(f"{CLIENT}.ReqOption.1.Value") or "").startswith("7914"))
     road.until("a ping of the provider's router comes back", lambda: pings(road, isp.ROUTER))
