@@ -1,8 +1,9 @@
 """Scenario files: Python files of steps, played on a gateway of their own, one after the other."""
-import importlib.util
+import importlib.machinery
 import pathlib
 import shutil
 import textwrap
+import types
 
 from . import boot
 from .errors import GatewayError
@@ -18,12 +19,12 @@ def loaded(file):
     path = pathlib.Path(file)
     if not path.is_file():
         raise GatewayError(f"there is no scenario {file}")
-    spec = importlib.util.spec_from_file_location(f"scenario_{path.stem}", path)
-    if spec is None:
+    if path.suffix != ".py":
         raise GatewayError(f"{file} is no scenario: a file that ends in .py is")
-    scenario = importlib.util.module_from_spec(spec)
+    scenario = types.ModuleType(f"scenario_{path.stem}")
+    scenario.__file__ = str(path)
     try:
-        spec.loader.exec_module(scenario)
+        importlib.machinery.SourceFileLoader(scenario.__name__, scenario.__file__).exec_module(scenario)
     except Exception as problem:  # whatever somebody's file does wrong is theirs to read
         raise GatewayError(f"{file} is no scenario: {type(problem).__name__}: {problem}") from None
     if not getattr(scenario, "STEPS", None) or not scenario.__doc__:
