@@ -60,7 +60,7 @@ int readModel(const Wanted& wanted, objIndex* iid, void** record) {
     *record = nullptr;
     ModelLease lease;
     int code = takeModel(lease);
-    if (code == VCFG_OK && wanted.refreshed && lease.view().isRefreshed(wanted.oid)) {
+    if (code == VCFG_OK && wanted.refreshed && lease.isRefreshed(wanted.oid)) {
         code = refresh(lease, wanted, *iid);
     }
     if (code == VCFG_ERR_NO_PEER) {

@@ -22,6 +22,7 @@ class ModelLease {
     int take();
     void giveBack();
     store::View view() const { return snapshot_->view(); }
+    bool isRefreshed(uint32_t oid) { return snapshot_->isRefreshed(oid); }
 
   private:
     int tryTaking();

@@ -22,6 +22,16 @@ Snapshot::~Snapshot() {
     mdb_txn_abort(transaction_);
 }
 
+// In the same state the note is still where it was.
+bool Snapshot::isRefreshed(uint32_t oid) {
+    const size_t state = mdb_txn_id(transaction_);
+    if (state_ != state) {
+        refreshed_ = view().note(Note::Refreshed);
+        state_ = state;
+    }
+    return oid < refreshed_.size() && refreshed_[oid] != 0;
+}
+
 void Snapshot::renew() {
     check(mdb_txn_renew(transaction_));
     settle();

@@ -14,6 +14,8 @@ class Snapshot {
     Snapshot& operator=(const Snapshot&) = delete;
 
     View view() const { return {transaction_, cursor_}; }
+    // Whether an object has an owner who refreshes it before it is read.
+    bool isRefreshed(uint32_t oid);
     // Holds no state any more, so that the writer may use its pages again.
     void rest() { mdb_txn_reset(transaction_); }
     // Sees what is committed last now; after rest() only.
@@ -24,6 +26,8 @@ class Snapshot {
 
     MDB_txn* transaction_ = nullptr;
     MDB_cursor* cursor_ = nullptr;
+    size_t state_ = 0;            // in which `refreshed_` was looked up
+    std::string_view refreshed_;
 };
 
 }  // namespace vcfg::store

@@ -75,11 +75,6 @@ std::string_view View::note(Note note) const {
     return {static_cast<const char*>(value.mv_data), value.mv_size};
 }
 
-bool View::isRefreshed(uint32_t oid) const {
-    const std::string_view bits = note(Note::Refreshed);
-    return oid < bits.size() && bits[oid] != 0;
-}
-
 Found View::get(uint32_t oid, const objIndex& iid) const {
     const model::Object* object = model::find(oid);
     if (object == nullptr || iid.level != object->depth) {

@@ -40,8 +40,6 @@ class View {
     Place upTo(const model::Object& object, Key key) const;
     // Empty when there is none.
     std::string_view note(Note note) const;
-    // Whether an object has an owner who refreshes it before it is read.
-    bool isRefreshed(uint32_t oid) const;
 
   private:
     Place place(const model::Object& object, int result, const MDB_val& key, const MDB_val& value) const;
