@@ -26,7 +26,7 @@ class Snapshot {
 
     MDB_txn* transaction_ = nullptr;
     MDB_cursor* cursor_ = nullptr;
-    size_t state_ = 0;            // in which `refreshed_` was looked up
+    size_t state_ = 0;  // in which `refreshed_` was looked up
     std::string_view refreshed_;
 };
 

@@ -18,7 +18,7 @@
 
 #include "kernel_event.h"
 #include "link_watch.h"
-#include "port_speed.h"
+#include "platform/linux/port_speed.h"
 
 namespace {
 
