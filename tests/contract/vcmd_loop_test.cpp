@@ -54,7 +54,8 @@ TEST(VcmdLoop, ReasonOfARefusalIsTheCallersUntilTheNextRequestIsGranted) {
     const objIndex interface = addInstance(RDM_OID_IP_IFACE);
     EXPECT_STREQ(vcfg_refusalText(), "");
     EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, interface, R"({"Status":"Sideways"})"), VCFG_ERR_INVALID);
-    EXPECT_NE(std::string(vcfg_refusalText()).find("Status takes one of Up,Down"), std::string::npos) << vcfg_refusalText();
+    EXPECT_NE(std::string(vcfg_refusalText()).find("Status takes one of Up,Down"), std::string::npos)
+        << vcfg_refusalText();
     EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, interface, R"({"Status":"Up"})"), VCFG_OK);
     EXPECT_STREQ(vcfg_refusalText(), "");
 }

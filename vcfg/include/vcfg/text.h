@@ -24,8 +24,8 @@ inline size_t fittingSize(std::string_view text, size_t limit) {
     return limit; /* no UTF-8 */
 }
 
-/* Puts a text into a field of `limit` characters. Cuts what is too long, between two characters: the model takes no part
-   of one. The rest of the field is cleared, so that equal texts are equal bytes. */
+/* Puts a text into a field of `limit` characters. Cuts what is too long, between two characters: the model takes no
+   part of one. The rest of the field is cleared, so that equal texts are equal bytes. */
 inline void putText(char* bytes, size_t limit, std::string_view text) {
     const size_t length = fittingSize(text, limit);
     std::memmove(bytes, text.data(), length);
