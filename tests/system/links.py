@@ -52,6 +52,7 @@ class Links(Gateway):
         return logs.mark()
 
     def log(self, since=0, *_):
+        assert logs.settle(self.state)
         return logs.lines(self.state, int(since))
 
     def journal(self, since=0):
