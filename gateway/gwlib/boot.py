@@ -7,7 +7,6 @@ import shutil
 import signal
 import subprocess
 import sys
-import time
 
 from . import dual_stack, inside, isp, isp6, lan, logs, model, needs, net, ports, services, times
 from .errors import GatewayError
@@ -133,7 +132,7 @@ def _extended(source, base, changes):
 
 def _check_taken(state, source):
     """A configuration that vcmd does not take ends the boot; what it leaves out is told."""
-    time.sleep(logs.SETTLE_SECONDS)
+    logs.settle(state)
     for line in logs.lines(state, everybody=True):
         if line["daemon"] == "vcmd" and line["level"] <= logs.ERROR:
             raise GatewayError(f"{source} is not taken: {line['text']}")

@@ -16,6 +16,8 @@ def verb_log(state, options):
         return ((options.all or line["daemon"] == "tarn") and logs.level(line) <= least
                 and (not options.channel or line["channel"] in options.channel) and _matches(options, line["text"]))
 
+    if not options.follow and state.world() is not None and not logs.settle(state):
+        print("gw: the log collector does not answer: the last lines may be missing (gw service restart logd)", file=sys.stderr)
     _show(state, options, state.log, wanted, logs.readable_line)
 
 

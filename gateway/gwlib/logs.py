@@ -1,13 +1,17 @@
 """The daemon's log lines and the journal of the commands it ran."""
+import contextlib
 import json
+import socket
 
 from . import times
+from .errors import GatewayError
 from .terminal import harmless, paint
 
 LEVELS = ("emerg", "alert", "crit", "error", "warning", "notice", "info", "debug")
 CHANNELS = ("vlog", "syslog", "stdout")
 ERROR, WARNING, INFO = 3, 4, 6
-SETTLE_SECONDS = 0.05  # what a program has logged is in the file by then
+ASKERS = "/run/gateway/log-askers"  # the collector's socket for those who want to read all that was logged before
+SETTLE_SECONDS = 5  # in which a collector that lives answers them
 COLOURS = {0: "alarm", 1: "alarm", 2: "alarm", 3: "red", 4: "yellow", 7: "dim"}
 mark = times.now  # a point in time for --since
 
@@ -23,6 +27,15 @@ def _read(path, since):
                     yield line
     except FileNotFoundError:
         return
+
+
+def settle(state):
+    """Returns when all that was logged before is in the file; False when nobody says so, as without a collector."""
+    with contextlib.suppress(GatewayError, OSError), socket.socket(socket.AF_UNIX) as asking:
+        asking.settimeout(SETTLE_SECONDS)
+        asking.connect(f"/proc/{state.room('gateway')}/root{ASKERS}")
+        return asking.recv(1) != b""
+    return False
 
 
 def lines(state, since=None, everybody=False):

@@ -78,6 +78,7 @@ class Road:
 
     def said(self, part):
         """Whether the daemon has logged a line with this part since the last title."""
+        logs.settle(self.state)
         return any(part in line["text"] for line in logs.lines(self.state, self._mark))
 
     def ran(self, part):

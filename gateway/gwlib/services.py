@@ -3,7 +3,7 @@ import os
 import pathlib
 import re
 
-from . import inside, model, ports
+from . import inside, logs, model, ports
 from .errors import GatewayError
 from .state import inside_number, parent, processes
 from .waiting import until
@@ -22,8 +22,9 @@ def running(state, name):
 def start_logd(state):
     inside.must(state, "mkdir", "-p", "-m", "0700", "/run/vcfg")
     inside.spawn(state, "logd", "/usr/lib/gateway/gw-logd", "/run/vcfg/vlog", "/dev/log", "/run/gateway/output",
-                 "/var/log/gateway/log.jsonl")
-    _await(state, "the log collector", "/run/gateway/output")
+                 "/var/log/gateway/log.jsonl", logs.ASKERS)
+    if not until(lambda: logs.settle(state), READY_SECONDS):
+        raise GatewayError(f"the log collector did not come up; see {state.log_directory}/logd.txt")
 
 
 def start_vcmd(state):

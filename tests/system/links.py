@@ -6,7 +6,7 @@ import os
 import sys
 import time
 
-from support import REPOSITORY, Gateway, eventually
+from support import DEADLINE, REPOSITORY, Gateway, eventually
 
 sys.path.insert(0, str(REPOSITORY / "gateway"))
 
@@ -52,6 +52,7 @@ class Links(Gateway):
         return logs.mark()
 
     def log(self, since=0, *_):
+        assert logs.settle(self.state)
         return logs.lines(self.state, int(since))
 
     def journal(self, since=0):
@@ -129,14 +130,14 @@ class Links(Gateway):
         self.inside(*words, *(["--payload", payload] if payload is not None else []))
         self.settle()
 
-    def handled(self):
+    def handled(self, seconds=DEADLINE):
         """Returns when the daemon has handled every kernel event and message that came before."""
         self.settle()
         self.markers += 1
         marker = f"x{self.markers}"
         mark = self.mark()
         self.inside("gw-kernel-event", f"{marker}:down")
-        self.logged(f"payload: {marker}:down", mark)
+        self.logged(f"payload: {marker}:down", mark, seconds)
         self.settle()
 
     def restart_daemon(self):

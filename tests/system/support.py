@@ -80,9 +80,9 @@ class Gateway:
     def journal(self, since=0):
         return [json.loads(line) for line in self.must("journal", "--json", "--since", since).splitlines()]
 
-    def logged(self, part, since=0):
+    def logged(self, part, since=0, seconds=DEADLINE):
         """Waits for a line of the daemon's that holds the text."""
-        return eventually(lambda: [line for line in self.log(since) if part in line["text"]])
+        return eventually(lambda: [line for line in self.log(since) if part in line["text"]], seconds)
 
     def send(self, message_type, payload):
         """One message to the daemon; a text gets its terminator, bytes go as they are."""

@@ -1,12 +1,12 @@
 // Collects the three log channels of the gateway's daemons into one file, in the order in which they were written:
 // framework log, system log and standard output each are a datagram socket whose datagrams the kernel stamps.
 //
-//   gw-logd FRAMEWORK-SOCKET SYSTEM-SOCKET OUTPUT-SOCKET FILE
+//   gw-logd FRAMEWORK-SOCKET SYSTEM-SOCKET OUTPUT-SOCKET FILE ASKERS-SOCKET
+//
+// Who connects to the askers' socket is told when all that was logged before is in the file.
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -17,7 +17,9 @@
 #include <map>
 #include <vector>
 
+#include "askers.h"
 #include "lines.h"
+#include "socket_file.h"
 
 namespace {
 
@@ -36,21 +38,12 @@ int64_t clockNs(clockid_t clock) {
 }
 
 int openSocket(const char* path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (strlen(path) >= sizeof address.sun_path) {
-        return -1;
-    }
-    memcpy(address.sun_path, path, strlen(path));
-    unlink(path);
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     constexpr int kOn = 1;
     if (fd < 0 || setsockopt(fd, SOL_SOCKET, SO_TIMESTAMPNS, &kOn, sizeof kOn) < 0 ||
-        setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &kOn, sizeof kOn) < 0 ||
-        bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+        setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &kOn, sizeof kOn) < 0 || !bindAt(fd, path)) {
         return -1;
     }
-    chmod(path, 0666);
     return fd;
 }
 
@@ -153,37 +146,47 @@ void writeSettled(int file, std::vector<LogLine>& waiting, int64_t until) {
     }
 }
 
-void collect(std::array<pollfd, kChannels>& sockets, int file) {
+void collect(std::array<pollfd, kChannels + 1>& sockets, int file, Askers& askers) {
     std::vector<LogLine> waiting;
     while (true) {
-        poll(sockets.data(), sockets.size(), waiting.empty() ? -1 : kSettleMs);
+        poll(sockets.data(), sockets.size(), waiting.empty() && !askers.areThere() ? -1 : kSettleMs);
         const int64_t until = clockNs(CLOCK_REALTIME) - kSettleMs * kNsPerUs * 1000;
         for (int channel = 0; channel < kChannels; ++channel) {
             drain(channel, sockets[static_cast<size_t>(channel)].fd, waiting);
         }
         writeSettled(file, waiting, until);
+        askers.answer(until);
+        askers.take(clockNs(CLOCK_REALTIME));
     }
+}
+
+int cannotOpen(const char* path) {
+    fprintf(stderr, "gw-logd: cannot open %s: %s\n", path, strerror(errno));
+    return 1;
 }
 
 }  // namespace
 
 int main(int count, char** words) {
-    if (count != 5) {
-        fprintf(stderr, "usage: gw-logd FRAMEWORK-SOCKET SYSTEM-SOCKET OUTPUT-SOCKET FILE\n");
+    if (count != 6) {
+        fprintf(stderr, "usage: gw-logd FRAMEWORK-SOCKET SYSTEM-SOCKET OUTPUT-SOCKET FILE ASKERS-SOCKET\n");
         return 2;
     }
-    std::array<pollfd, kChannels> sockets{};
+    std::array<pollfd, kChannels + 1> sockets{};
     for (size_t channel = 0; channel < kChannels; ++channel) {
         sockets[channel] = {openSocket(words[channel + 1]), POLLIN, 0};
         if (sockets[channel].fd < 0) {
-            fprintf(stderr, "gw-logd: cannot open %s: %s\n", words[channel + 1], strerror(errno));
-            return 1;
+            return cannotOpen(words[channel + 1]);
         }
     }
     const int file = open(words[4], O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (file < 0) {
-        fprintf(stderr, "gw-logd: cannot open %s: %s\n", words[4], strerror(errno));
-        return 1;
+        return cannotOpen(words[4]);
     }
-    collect(sockets, file);
+    Askers askers(words[5]);
+    sockets[kChannels] = {askers.socket(), POLLIN, 0};
+    if (askers.socket() < 0) {
+        return cannotOpen(words[5]);
+    }
+    collect(sockets, file, askers);
 }

@@ -91,7 +91,7 @@ spawn() {
 start_gateway() {
     mkdir -p -m 0700 /run/vcfg
     mkdir -p /run/gateway /run/hw/link /run/tarn /data
-    spawn logd /usr/lib/gateway/gw-logd /run/vcfg/vlog /dev/log /run/gateway/output $LOG
+    spawn logd /usr/lib/gateway/gw-logd /run/vcfg/vlog /dev/log /run/gateway/output $LOG /run/gateway/log-askers
     until_true 10 [ -S /run/gateway/output ] || return
     mark
     spawn vcmd vcmd --defaults "/usr/share/board/models/$1.json"
