@@ -13,7 +13,6 @@ namespace vcfgctl {
 namespace {
 
 namespace model = vcfg::model;
-namespace wire = vcfg::wire;
 
 // Why the value would be refused; empty when it is good.
 std::string check(const model::Parameter& parameter, const std::string& value) {
@@ -38,9 +37,11 @@ Write& writeFor(const model::Object& object, const objIndex& iid, const model::P
     return writes.back();
 }
 
-int addValue(const Assignment& assignment, const objIndex& iid, std::vector<Write>& writes) {
+}  // namespace
+
+int addValue(const Assignment& assignment, const objIndex& iid, std::vector<Write>* writes) {
     const model::Parameter& parameter = *assignment.target.parameter;
-    const Write& write = writeFor(*assignment.target.object, iid, parameter, writes);
+    const Write& write = writeFor(*assignment.target.object, iid, parameter, *writes);
     if (json_object_object_get_ex(write.values.get(), parameter.name, nullptr) != 0) {
         return refuse(model::path(*write.object, iid) + "." + parameter.name + ": is given twice");
     }
@@ -49,8 +50,6 @@ int addValue(const Assignment& assignment, const objIndex& iid, std::vector<Writ
         json_object_new_string_len(assignment.value.data(), static_cast<int>(assignment.value.size())));
     return kDone;
 }
-
-}  // namespace
 
 int parseAssignment(const Call& call, const std::string& text, std::vector<Assignment>* assignments) {
     const size_t equals = pathLength(text);
@@ -83,23 +82,13 @@ int toWrites(const std::vector<Assignment>& assignments, std::vector<Write>* wri
             status = refuse(assignment.path + ": there is no such instance, nothing is written");
         }
         for (size_t i = 0; i < iids.size() && status == kDone; ++i) {
-            status = addValue(assignment, iids[i], *writes);
+            status = addValue(assignment, iids[i], writes);
         }
         if (status != kDone) {
             return status;
         }
     }
     return kDone;
-}
-
-int send(const Write& write, uint32_t requestType) {
-    const wire::WriteHeader header{requestType};
-    std::string payload(reinterpret_cast<const char*>(&header), sizeof header);
-    payload.append(json_object_to_json_string_ext(write.values.get(), JSON_C_TO_STRING_PLAIN));
-    payload.push_back('\0');
-    const uint32_t limit = requestType == wire::kWriteAndWait ? kWithoutLimit : kPatience;
-    const vcfg::Answer answer = ask(wire::kWrite, write.object->oid, write.iid, payload, limit);
-    return answer.code == VCFG_OK ? kDone : reportFailure(answer, write.subject);
 }
 
 }  // namespace vcfgctl

@@ -31,7 +31,7 @@ struct Write {
 int parseAssignment(const Call& call, const std::string& text, std::vector<Assignment>* assignments);
 // One write per object, of the instances that are there now. No parameter may be written twice.
 int toWrites(const std::vector<Assignment>& assignments, std::vector<Write>* writes);
-// `requestType` as in wire::WriteHeader.
-int send(const Write& write, uint32_t requestType);
+// Adds one value to the writes, for that instance.
+int addValue(const Assignment& assignment, const objIndex& iid, std::vector<Write>* writes);
 
 }  // namespace vcfgctl

@@ -22,11 +22,17 @@ std::optional<std::string> valueOf(json_object* line, const char* name) {
     return value == nullptr ? std::nullopt : std::optional(textOf(line, name));
 }
 
+std::optional<uint32_t> endpointOf(json_object* line, const char* name) {
+    json_object* value = nullptr;
+    json_object_object_get_ex(line, name, &value);
+    return value == nullptr ? std::nullopt : std::optional(static_cast<uint32_t>(json_object_get_int(value)));
+}
+
 Change toChange(json_object* line) {
     json_object* time = nullptr;
     json_object_object_get_ex(line, "t_mono_us", &time);
-    return {json_object_get_int64(time), textOf(line, "path"), valueOf(line, "old"), valueOf(line, "new"),
-            textOf(line, "by")};
+    return {json_object_get_int64(time), textOf(line, "path"), valueOf(line, "old"),
+            valueOf(line, "new"),        textOf(line, "by"),   endpointOf(line, "refreshedFor")};
 }
 
 }  // namespace

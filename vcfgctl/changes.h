@@ -17,6 +17,7 @@ struct Change {
     std::optional<std::string> before;  // nothing: the instance came with this change
     std::optional<std::string> after;   // nothing: it went
     std::string by;
+    std::optional<uint32_t> refreshedFor;  // the endpoint that has asked; nothing: somebody wrote it
 };
 
 class Changes {

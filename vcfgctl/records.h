@@ -3,15 +3,13 @@
 
 #include <vcfg/fe.h>
 
-#include <cstdlib>
 #include <memory>
+
+#include "client/free.h"
 
 namespace vcfgctl {
 
-struct FreeRecord {
-    void operator()(void* record) const { free(record); }
-};
-using Record = std::unique_ptr<void, FreeRecord>;
+using Record = std::unique_ptr<void, vcfg::Free>;
 
 // A vcfg_code. With `refresh`, the owner brings the record up to date first.
 int readOne(uint32_t oid, objIndex* iid, bool refresh, Record* record);

@@ -5,6 +5,7 @@
 
 #include "ask.h"
 #include "assignment.h"
+#include "change.h"
 #include "instances.h"
 #include "print.h"
 #include "suggest.h"
@@ -25,23 +26,32 @@ int parseValues(const Call& call, const std::string& table, std::vector<Assignme
     return kDone;
 }
 
-// The new instance goes again when it does not take its values.
-int fill(const model::Object& object, const objIndex& iid, std::vector<Assignment>& values) {
-    for (Assignment& value : values) {
-        for (size_t i = 0; i < iid.level; ++i) {
-            value.target.wanted[i] = iid.idx[i];
+// The instance has no number yet, neither in its own values nor in those of what comes with it.
+int toNewWrites(const std::vector<Assignment>& values, const objIndex& parent, std::vector<Write>* writes) {
+    for (const Assignment& value : values) {
+        objIndex iid = parent;
+        iid.level = value.target.object->depth;
+        for (size_t i = parent.level + 1u; i < iid.level; ++i) {
+            iid.idx[i] = value.target.wanted[i];
         }
-        value.target.filters.clear();
+        const int status = addValue(value, iid, writes);
+        if (status != kDone) {
+            return status;
+        }
     }
-    std::vector<Write> writes;
-    int status = toWrites(values, &writes);
-    for (size_t i = 0; i < writes.size() && status == kDone; ++i) {
-        status = send(writes[i], VCFG_FE_WRITE_APPLY);
+    return kDone;
+}
+
+std::vector<vcfg_step_t> toSteps(const model::ResolvedTable& table, const std::vector<Write>& writes) {
+    std::vector<vcfg_step_t> steps = {{VCFG_STEP_ADD, table.object->oid, table.parent, nullptr}};
+    for (const Write& write : writes) {
+        if (write.object == table.object) {
+            steps.front().json = stepFor(write).json;
+        } else {
+            steps.push_back(stepFor(write));
+        }
     }
-    if (status != kDone) {
-        ask(vcfg::wire::kDelete, object.oid, iid);
-    }
-    return status;
+    return steps;
 }
 
 void printPath(const std::string& path, bool json) {
@@ -54,18 +64,20 @@ void printPath(const std::string& path, bool json) {
     printJsonLine(line);
 }
 
-int add(const Call& call, const std::string& path, std::vector<Assignment>& values) {
+int add(const Call& call, uint32_t type, const std::string& path, const std::vector<Assignment>& values) {
     const std::optional<model::ResolvedTable> table = model::resolveTable(path);
     if (!table) {
         return refuse(path + ": takes an instance number, or one filter, in each place");
     }
-    const vcfg::Answer answer = ask(vcfg::wire::kAdd, table->object->oid, table->parent);
-    if (answer.code != VCFG_OK) {
-        return reportFailure(answer, path);
+    std::vector<Write> writes;
+    int status = toNewWrites(values, table->parent, &writes);
+    if (status != kDone) {
+        return status;
     }
-    const int status = fill(*table->object, answer.iid, values);
+    std::vector<vcfg_step_t> steps = toSteps(*table, writes);
+    status = change(steps, type, path);
     if (status == kDone) {
-        printPath(model::path(*table->object, answer.iid), call.json);
+        printPath(model::path(*table->object, steps.front().iid), call.json);
     }
     return status;
 }
@@ -92,14 +104,18 @@ int runAdd(const Call& call) {
                       (isOther ? "is no table; a table's path ends before the instance number" : suggestion(path)));
     }
     std::vector<Assignment> values;
-    int status = parseValues(call, path, &values);
+    uint32_t type = 0;
+    int status = takeRequestType(call, &type);
+    if (status == kDone) {
+        status = parseValues(call, path, &values);
+    }
     if (status == kDone) {
         status = joinBus(call.runDir);
     }
     if (status == kDone) {
         status = pin(&path);
     }
-    return status == kDone ? add(call, path, values) : status;
+    return status == kDone ? add(call, type, path, values) : status;
 }
 
 }  // namespace vcfgctl

@@ -1,9 +1,9 @@
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "ask.h"
+#include "client/free.h"
 #include "describe.h"
 #include "print.h"
 #include "select.h"
@@ -13,10 +13,7 @@
 namespace vcfgctl {
 namespace {
 
-struct FreeBytes {
-    void operator()(void* bytes) const { free(bytes); }
-};
-using ServicePtr = std::unique_ptr<vcfg_schema_service_t, FreeBytes>;
+using ServicePtr = std::unique_ptr<vcfg_schema_service_t, vcfg::Free>;
 
 bool isThere(const std::string& directory) {
     struct stat status {};

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "ask.h"
+#include "change.h"
 #include "verb.h"
 
 namespace vcfgctl {
@@ -31,7 +32,7 @@ bool readFile(const std::string& name, std::string* text) {
     return false;
 }
 
-vcfg::Answer sendModel(const std::string& text) {
+vcfg::Answer sendModel(const std::string& text, uint32_t requestType) {
     vcfg::Answer answer;
     size_t at = 0;
     do {
@@ -39,7 +40,9 @@ vcfg::Answer sendModel(const std::string& text) {
             ask(vcfg::wire::kLoadPart, static_cast<uint32_t>(at), {}, std::string_view(text).substr(at, kPartSize));
         at += kPartSize;
     } while (answer.code == VCFG_OK && at < text.size());
-    return answer.code == VCFG_OK ? ask(vcfg::wire::kLoad, 0, {}) : answer;
+    const vcfg::wire::WriteHeader header{requestType};
+    const std::string_view payload(reinterpret_cast<const char*>(&header), sizeof header);
+    return answer.code == VCFG_OK ? ask(vcfg::wire::kLoad, 0, {}, payload, patienceFor(requestType)) : answer;
 }
 
 }  // namespace
@@ -49,14 +52,19 @@ int runLoad(const Call& call) {
         return wrongUsage(call, "takes one file");
     }
     std::string text;
-    if (!readFile(call.operands.front(), &text)) {
-        return kRefused;
-    }
-    const int status = joinBus(call.runDir);
+    uint32_t type = 0;
+    int status = takeRequestType(call, &type);
     if (status != kDone) {
         return status;
     }
-    const vcfg::Answer answer = sendModel(text);
+    if (!readFile(call.operands.front(), &text)) {
+        return kRefused;
+    }
+    status = joinBus(call.runDir);
+    if (status != kDone) {
+        return status;
+    }
+    const vcfg::Answer answer = sendModel(text, type);
     return answer.code == VCFG_OK ? kDone : reportFailure(answer, call.operands.front());
 }
 

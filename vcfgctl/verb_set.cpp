@@ -5,28 +5,35 @@
 
 #include "ask.h"
 #include "assignment.h"
+#include "change.h"
+#include "client/free.h"
 
 namespace vcfgctl {
 namespace {
 
-struct FreeText {
-    void operator()(char* text) const { free(text); }
-};
+// Far more than fits one request.
+constexpr size_t kMostInput = 1 << 20;
 
 // A line of standard input each; empty ones are skipped.
 int parseLines(const Call& call, std::vector<Assignment>* assignments) {
     char* line = nullptr;
     size_t room = 0;
+    size_t taken = 0;
     ssize_t length;
     int status = kDone;
     while (status == kDone && (length = getline(&line, &room, stdin)) > 0) {
+        taken += static_cast<size_t>(length);
+        if (taken > kMostInput) {
+            status = refuse("standard input has more than 1 MiB; nothing is written");
+            break;
+        }
         std::string text(line, static_cast<size_t>(length));
         if (text.ends_with('\n')) {
             text.pop_back();
         }
         status = text.empty() ? kDone : parseAssignment(call, plainPath(text), assignments);
     }
-    const std::unique_ptr<char, FreeText> owned(line);
+    const std::unique_ptr<char, vcfg::Free> owned(line);
     return status == kDone && ferror(stdin) != 0 ? refuse("standard input cannot be read") : status;
 }
 
@@ -43,28 +50,30 @@ int parse(const Call& call, std::vector<Assignment>* assignments) {
 }  // namespace
 
 int runSet(const Call& call) {
-    const bool noApply = call.option("no-apply") != nullptr;
-    const bool wait = call.option("wait") != nullptr;
     if (call.operands.empty()) {
         return wrongUsage(call, "PATH=VALUE is missing");
     }
-    if (noApply && wait) {
-        return wrongUsage(call, "--no-apply has nothing to --wait for");
-    }
     std::vector<Assignment> assignments;
     std::vector<Write> writes;
-    int status = parse(call, &assignments);
+    uint32_t type = 0;
+    int status = takeRequestType(call, &type);
+    if (status == kDone) {
+        status = parse(call, &assignments);
+    }
     if (status == kDone) {
         status = joinBus(call.runDir);
     }
     if (status == kDone) {
         status = toWrites(assignments, &writes);
     }
-    const uint32_t type = noApply ? VCFG_FE_WRITE_NO_APPLY : wait ? vcfg::wire::kWriteAndWait : VCFG_FE_WRITE_APPLY;
-    for (size_t i = 0; i < writes.size() && status == kDone; ++i) {
-        status = send(writes[i], type);
+    if (status != kDone || writes.empty()) {
+        return status;
     }
-    return status;
+    std::vector<vcfg_step_t> steps;
+    for (const Write& write : writes) {
+        steps.push_back(stepFor(write));
+    }
+    return change(steps, type, writes.size() == 1 ? writes.front().subject : "");
 }
 
 }  // namespace vcfgctl

@@ -111,17 +111,22 @@ uint32_t endpointOf(const std::string& by) {
     return by.starts_with(kEndpoint) ? parseEndpoint(by.substr(kEndpoint.size())).value_or(0) : 0;
 }
 
-std::string authorText(const std::string& by) {
-    const uint32_t eid = endpointOf(by);
-    return eid != 0 ? "eid " + endpointText(eid) : by;
+std::string authorText(const Change& change) {
+    if (change.refreshedFor) {
+        return change.by + ", refreshed for eid " + endpointText(*change.refreshedFor);
+    }
+    const uint32_t eid = endpointOf(change.by);
+    return eid != 0 ? "eid " + endpointText(eid) : change.by;
 }
 
-void addAuthor(json_object* line, const std::string& by) {
-    const uint32_t eid = endpointOf(by);
+void addAuthor(json_object* line, const Change& change) {
+    const uint32_t eid = endpointOf(change.by);
     const std::string name = endpointName(eid);
-    json_object_object_add(line, "by", jsonText(by));
+    json_object_object_add(line, "by", jsonText(change.by));
     json_object_object_add(line, "byEid", eid != 0 ? json_object_new_int64(eid) : nullptr);
     json_object_object_add(line, "byName", name.empty() ? nullptr : jsonText(name));
+    json_object_object_add(line, "refreshedFor",
+                           change.refreshedFor ? json_object_new_int64(*change.refreshedFor) : nullptr);
 }
 
 void printChange(const Call& call, Change change) {
@@ -133,7 +138,7 @@ void printChange(const Call& call, Change change) {
     }
     if (!call.json) {
         printf("%.6f %s %s -> %s (%s)\n", static_cast<double>(change.monotonicUs) / 1e6, change.path.c_str(),
-               quoted(change.before).c_str(), quoted(change.after).c_str(), authorText(change.by).c_str());
+               quoted(change.before).c_str(), quoted(change.after).c_str(), authorText(change).c_str());
         fflush(stdout);
         return;
     }
@@ -142,7 +147,7 @@ void printChange(const Call& call, Change change) {
     json_object_object_add(line, "path", jsonText(change.path));
     json_object_object_add(line, "old", jsonOf(parameter, change.before));
     json_object_object_add(line, "new", jsonOf(parameter, change.after));
-    addAuthor(line, change.by);
+    addAuthor(line, change);
     printJsonLine(line);
 }
 

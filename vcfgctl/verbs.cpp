@@ -8,7 +8,7 @@ namespace {
 
 const option kGetOptions[] = {{"refresh", no_argument, nullptr, 0}, kShowSecrets};
 const option kDumpOptions[] = {kShowSecrets};
-const option kSetOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
+const option kApplyOptions[] = {{"no-apply", no_argument, nullptr, 0}, {"wait", no_argument, nullptr, 0}};
 const option kListOptions[] = {{"next", no_argument, nullptr, 0}};
 const option kWatchOptions[] = {
     {"count", required_argument, nullptr, 0}, {"timeout", required_argument, nullptr, 0}, kShowSecrets};
@@ -49,34 +49,41 @@ const char kGetHelp[] =
 
 const char kSetHelp[] =
     "Writes parameters, read-only ones too: vcfgctl acts as a daemon does.\n"
-    "All values for one object are one write, which takes effect whole or not at all.\n"
-    "Every value is checked before the first write; a parameter that is given twice is refused.\n"
+    "All of them are one change, of however many objects, which takes effect whole or not at all: who reads\n"
+    "the model sees all of it or nothing. A parameter that is given twice is refused. What does not fit one\n"
+    "message (65535 bytes, some thousand values) is refused too.\n"
     "\n"
     "  vcfgctl set IP.Interface.1.Enable=true IP.Interface.1.Status=Up\n"
     "  vcfgctl set 'IP.Interface.[wan].Enable=true'     also '*' and filters, see 'get'\n"
-    "  vcfgctl set - <FILE                              PATH=VALUE lines of standard input\n"
+    "  vcfgctl set - <FILE                              PATH=VALUE lines of standard input (up to 1 MiB)\n"
     "\n"
     "Booleans are true or false (1 or 0), numbers decimal; any text may be empty.\n"
     "\n"
     "  --no-apply  into the data model only; nothing is reconfigured\n"
-    "  --wait      returns when the change is applied; a failed apply is a failure,\n"
+    "  --wait      returns when the change is applied to all objects; a failed apply is a failure,\n"
     "              the values stay written\n";
 
 const char kAddHelp[] =
-    "Adds an instance to a table, with the values given, and prints its path. An instance that does not\n"
-    "take its values does not stay.\n"
+    "Adds an instance to a table, with the values given, and prints its path. It comes with all of them, or\n"
+    "not at all.\n"
     "\n"
     "  vcfgctl add IP.Interface\n"
     "  vcfgctl add IP.Interface.1.IPv4Address IPAddress=192.0.2.7 SubnetMask=255.255.255.0\n"
     "\n"
-    "  --json  {\"path\":...}\n";
+    "  --no-apply  into the data model only; nothing is reconfigured\n"
+    "  --wait      returns when the change is applied; a failed apply is a failure, the instance stays\n"
+    "  --json      {\"path\":...}\n";
 
 const char kDelHelp[] =
-    "Deletes an instance of a table, and what is below it.\n"
+    "Deletes instances of tables, and what is below them: all that are named, or none.\n"
     "\n"
     "  vcfgctl del IP.Interface.1.IPv4Address.2\n"
     "  vcfgctl del 'IP.Interface.1.IPv4Address.*'                  all of them; none is good, too\n"
-    "  vcfgctl del 'IP.Interface.*.IPv4Address.[Enable==false]'    see 'get' for filters\n";
+    "  vcfgctl del 'IP.Interface.*.IPv4Address.[Enable==false]'    see 'get' for filters\n"
+    "  vcfgctl del IP.Interface.2 PPP.Interface.1\n"
+    "\n"
+    "  --no-apply  in the data model only; nothing is reconfigured\n"
+    "  --wait      returns when the change is applied; a failed apply is a failure\n";
 
 const char kDumpHelp[] =
     "Prints the whole model as JSON, state included: every instance, and of its parameters those that\n"
@@ -89,9 +96,13 @@ const char kDumpHelp[] =
 const char kLoadHelp[] =
     "Replaces the whole model by that of a file, in the form that 'vcfgctl dump' prints, or by nothing\n"
     "of it: one wrong value, and the model stays as it was. State in the file is taken as if its owners\n"
-    "had reported it. No hook runs; - is the standard input.\n"
+    "had reported it. What differs from before is one change: 'watch' shows it, and it is applied.\n"
+    "- is the standard input.\n"
     "\n"
-    "  vcfgctl load model.json\n";
+    "  vcfgctl load model.json\n"
+    "\n"
+    "  --no-apply  into the data model only; nothing is reconfigured\n"
+    "  --wait      returns when the change is applied; a failed apply is a failure, the model stays\n";
 
 const char kSaveHelp[] =
     "Returns when the configuration is in vcmd's file, on the disk. Without it that happens within a\n"
@@ -123,14 +134,18 @@ const char kDescribeHelp[] =
     "It works without vcmd too; who serves the object, and its hooks, are unknown then.\n";
 
 const char kWatchHelp[] =
-    "Prints a line per change as it happens: seconds since boot, path, old and new value, and who.\n"
+    "Prints a line per change as it happens: seconds since boot, path, old and new value, and who. What a\n"
+    "refresh hook brought, because somebody asked for it, is told from what somebody wrote:\n"
+    "'(refresh hook, refreshed for eid 2(tarn))', refreshedFor in JSON, which is null for all other changes.\n"
     "Without a path all changes; paths as for get, and an instance's own path for its coming and\n"
     "going, which shows as '- -> \"\"' and '\"\" -> -'.\n"
     "\n"
     "  --count N       ends after N changes; fewer in the time given are a failure\n"
     "  --timeout MS    ends after so many milliseconds (0, the default: without limit)\n"
     "  --show-secrets  passwords, PINs and keys as they are, not as ********\n"
-    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\",\"byEid\",\"byName\"} lines; no value is null\n";
+    "  --json          {\"t_mono_us\",\"path\",\"old\",\"new\",\"by\",\"byEid\",\"byName\",\"refreshedFor\"} lines; no "
+    "value\n"
+    "                  is null\n";
 
 const char kWaitHelp[] =
     "Returns when all conditions hold at the same time, and prints the values that make them hold. It\n"
@@ -192,11 +207,13 @@ const char kCompleteHelp[] =
 
 const Verb kVerbs[] = {
     {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
-    {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kSetOptions, runSet, true},
-    {"add", "[--json] TABLE-PATH [PARAMETER=VALUE...]", "adds an instance to a table", kAddHelp, {}, runAdd, true},
-    {"del", "INSTANCE-PATH", "deletes an instance and what is below it", kDelHelp, {}, runDel, true},
+    {"set", "[--no-apply | --wait] PATH=VALUE... | -", "writes parameters", kSetHelp, kApplyOptions, runSet, true},
+    {"add", "[--no-apply | --wait] [--json] TABLE-PATH [PARAMETER=VALUE...]", "adds an instance to a table", kAddHelp,
+     kApplyOptions, runAdd, true},
+    {"del", "[--no-apply | --wait] INSTANCE-PATH...", "deletes instances and what is below them", kDelHelp,
+     kApplyOptions, runDel, true},
     {"dump", "[--json] [--show-secrets FILE]", "prints the whole model as JSON", kDumpHelp, kDumpOptions, runDump},
-    {"load", "FILE", "replaces the whole model", kLoadHelp, {}, runLoad},
+    {"load", "[--no-apply | --wait] FILE", "replaces the whole model", kLoadHelp, kApplyOptions, runLoad},
     {"save", "", "has the configuration written to the disk now", kSaveHelp, {}, runSave},
     {"list", "[--next] [--json] [PATH]", "prints what objects and parameters there are", kListHelp, kListOptions,
      runList, true},

@@ -59,6 +59,8 @@ COUNTED(writes, vcfgFeObjWrite, (uint32_t oid, const objIndex* iid, const char* 
 COUNTED(writes, vcfgFeObjJsonSetWithAdditions,
         (uint32_t oid, const objIndex* iid, json_object* json, uint32_t additions, uint32_t type, void* feedback),
         (oid, iid, json, additions, type, feedback))
+COUNTED(writes, vcfgFeObjChange, (vcfg_step_t * steps, size_t count, uint32_t type, void* feedback),
+        (steps, count, type, feedback))
 COUNTED(messages, vcfg_msg_serverSend, (vcfg_msg_t * message), (message))
 COUNTED(messages, vcfg_msg_sendAndGetReply, (vcfg_msg_t * message, vcfg_msg_t** reply, uint32_t timeoutMs),
         (message, reply, timeoutMs))

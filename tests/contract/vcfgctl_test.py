@@ -333,7 +333,7 @@ def test_watch_prints_a_line_per_change(bus):
     states = iter(1000 * ["Up", "Down"])
     wait_for(lambda: bus.ok("set", f"IP.Interface.1.Status={next(states)}") == "" and watch.poll() is not None)
     printed = lines(watch.stdout.read())
-    assert [sorted(line) for line in printed] == 2 * [["by", "byEid", "byName", "new", "old", "path", "t_mono_us"]]
+    assert [sorted(line) for line in printed] == 2 * [["by", "byEid", "byName", "new", "old", "path", "refreshedFor", "t_mono_us"]]
     assert {line["path"] for line in printed} == {"IP.Interface.1.Status"}
     assert printed[0]["new"] == printed[1]["old"]
     assert (printed[0]["by"], printed[0]["byEid"], printed[0]["byName"]) == ("eid 250", 250, "vcfgctl")

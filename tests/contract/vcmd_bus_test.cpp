@@ -138,7 +138,7 @@ TEST_F(VcmdOnTheBus, UserSignalsAreIgnored) {
 
 TEST_F(VcmdOnTheBus, AMarkedManageableDeviceIsDeletedWithinTheWrite) {
     const char* const marked = R"({"Alias":"MGAB_DEV_DELETE","SerialNumber":"7"})";
-    for (const uint32_t type : {VCFG_FE_WRITE_APPLY, VCFG_FE_WRITE_NO_APPLY, uint32_t{wire::kWriteAndWait}}) {
+    for (const uint32_t type : {VCFG_FE_WRITE_APPLY, VCFG_FE_WRITE_NO_APPLY, uint32_t{VCFG_FE_WRITE_AND_WAIT}}) {
         addInstance(RDM_OID_MANAGEABLE_DEVICE);
         const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
         EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, marked, type), VCFG_OK);
@@ -169,7 +169,7 @@ TEST_F(VcmdOnTheBus, AMarkInARecordCountsAndOtherTextsDoNot) {
 TEST_F(VcmdOnTheBus, ADeletedDevicesHookSeesItGo) {
     vcmd.hook("apply", "ManagementServer.ManageableDevice.{i}", "echo $1 $2 >>applied");
     const objIndex device = addInstance(RDM_OID_MANAGEABLE_DEVICE);
-    EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, R"({"Alias":"MGAB_DEV_DELETE"})", wire::kWriteAndWait),
+    EXPECT_EQ(writeJson(RDM_OID_MANAGEABLE_DEVICE, device, R"({"Alias":"MGAB_DEV_DELETE"})", VCFG_FE_WRITE_AND_WAIT),
               VCFG_OK);
     EXPECT_EQ(vcmd.file("applied"),
               "add ManagementServer.ManageableDevice.1\ndel ManagementServer.ManageableDevice.1\n");

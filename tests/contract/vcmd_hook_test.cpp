@@ -29,7 +29,7 @@ class VcmdHooks : public ::testing::Test {
         interface = addInstance(RDM_OID_IP_IFACE);
     }
 
-    int enable(bool on, uint32_t requestType = wire::kWriteAndWait) {
+    int enable(bool on, uint32_t requestType = VCFG_FE_WRITE_AND_WAIT) {
         return writeJson(RDM_OID_IP_IFACE, interface, on ? R"({"Enable":true})" : R"({"Enable":false})", requestType);
     }
     std::string eventualFile(const std::string& name) {
@@ -150,7 +150,7 @@ TEST_F(VcmdHooks, ApplyHooksRunOneByOneInTheOrderOfTheWrites) {
               "mkdir running || echo overlap >>order; cat >>order; echo >>order; sleep 0.02; rmdir running");
     std::string expected;
     for (int i = 1; i <= 10; ++i) {
-        const uint32_t type = i < 10 ? VCFG_FE_WRITE_APPLY : wire::kWriteAndWait;
+        const uint32_t type = i < 10 ? VCFG_FE_WRITE_APPLY : VCFG_FE_WRITE_AND_WAIT;
         ASSERT_EQ(writeJson(RDM_OID_IP_IFACE, interface, "{\"LastChange\":" + std::to_string(i) + "}", type), VCFG_OK);
     }
     std::istringstream lines(vcmd.file("order"));
@@ -172,7 +172,7 @@ TEST_F(VcmdHooks, AnApplyHookSeesTheValuesBeforeAndAfter) {
 TEST_F(VcmdHooks, AFailedApplyIsAFailureAndTheValuesStay) {
     vcmd.hook("apply", kInterface, "echo no such device >&2; exit 1");
     const vcfg::Answer answer =
-        ask(wire::kWrite, RDM_OID_IP_IFACE, interface, writeOf(R"({"Enable":true})", wire::kWriteAndWait));
+        ask(wire::kWrite, RDM_OID_IP_IFACE, interface, writeOf(R"({"Enable":true})", VCFG_FE_WRITE_AND_WAIT));
     EXPECT_EQ(answer.code, VCFG_ERR_FAIL);
     EXPECT_NE(answer.body.find("no such device"), std::string::npos) << answer.body;
     EXPECT_EQ(record<IpInterface>(interface).Enable, 1);
@@ -224,7 +224,8 @@ TEST_F(VcmdHooks, HostileValuesReachTheHookOnlyAsJson) {
     vcmd.hook("apply", kInterface, "cat >input; env >environment");
     json_object* values = json_object_new_object();
     json_object_object_add(values, "LowerLayers", json_object_new_string(hostile.c_str()));
-    EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, interface, json_object_to_json_string(values), wire::kWriteAndWait), VCFG_OK);
+    EXPECT_EQ(writeJson(RDM_OID_IP_IFACE, interface, json_object_to_json_string(values), VCFG_FE_WRITE_AND_WAIT),
+              VCFG_OK);
     json_object_put(values);
     EXPECT_EQ(member(vcmd.file("input"), "LowerLayers"), hostile);
     EXPECT_FALSE(std::filesystem::exists(vcmd.path("owned")));

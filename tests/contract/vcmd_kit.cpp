@@ -176,6 +176,16 @@ std::string writeOf(const std::string& json, uint32_t requestType) {
     return std::string(reinterpret_cast<const char*>(&requestType), sizeof requestType) + json + '\0';
 }
 
+vcfg::Answer become(uint32_t requestType) {
+    const vcfg::wire::WriteHeader header{requestType};
+    return ask(vcfg::wire::kLoad, 0, {}, {reinterpret_cast<const char*>(&header), sizeof header});
+}
+
+vcfg::Answer load(const std::string& model, uint32_t requestType) {
+    const vcfg::Answer answer = ask(vcfg::wire::kLoadPart, 0, {}, model);
+    return answer.code == VCFG_OK ? become(requestType) : answer;
+}
+
 int writeJson(uint32_t oid, const objIndex& at, const std::string& json, uint32_t requestType) {
     return ask(vcfg::wire::kWrite, oid, at, writeOf(json, requestType)).code;
 }

@@ -66,6 +66,9 @@ vcfg::Answer ask(uint32_t request, uint32_t oid = 0, const objIndex& iid = {}, c
 // kWrite's payload.
 std::string writeOf(const std::string& json, uint32_t requestType = VCFG_FE_WRITE_APPLY);
 int writeJson(uint32_t oid, const objIndex& iid, const std::string& json, uint32_t requestType = VCFG_FE_WRITE_APPLY);
+// Has the parts that were sent become the model; a whole model in one part.
+vcfg::Answer become(uint32_t requestType = VCFG_FE_WRITE_APPLY);
+vcfg::Answer load(const std::string& model, uint32_t requestType = VCFG_FE_WRITE_APPLY);
 objIndex iid(std::initializer_list<uint8_t> numbers);
 objIndex addInstance(uint32_t oid, const objIndex& parent = {});
 

@@ -85,11 +85,6 @@ bool holdsInterface(const Vcmd& vcmd) {
     return vcmd.savedFile().find("\"IP.Interface.1\"") != std::string::npos;
 }
 
-vcfg::Answer load(const std::string& text) {
-    const vcfg::Answer answer = ask(wire::kLoadPart, 0, {}, text);
-    return answer.code == VCFG_OK ? ask(wire::kLoad) : answer;
-}
-
 }  // namespace
 
 TEST(VcmdPersistence, ConfigurationIsInTheFileWithinASecondOfItsChange) {
@@ -171,12 +166,12 @@ TEST(VcmdPersistence, ModelIsLoadedWholeWithItsStateOrNotAtAll) {
 TEST(VcmdPersistence, PartOfAModelThatDoesNotFollowTheOneBeforeIsRefused) {
     Vcmd vcmd;
     vcmd.start();
-    EXPECT_EQ(ask(wire::kLoad).code, VCFG_ERR_INVALID) << "no part has come";
+    EXPECT_EQ(become().code, VCFG_ERR_INVALID) << "no part has come";
     EXPECT_EQ(ask(wire::kLoadPart, 3, {}, "abc").code, VCFG_ERR_INVALID);
     EXPECT_EQ(ask(wire::kLoadPart, 0, {}, "abc").code, VCFG_OK);
     EXPECT_EQ(ask(wire::kLoadPart, 2, {}, "abc").code, VCFG_ERR_INVALID);
     EXPECT_EQ(ask(wire::kLoadPart, UINT32_MAX, {}, "abc").code, VCFG_ERR_INVALID);
-    EXPECT_EQ(ask(wire::kLoad).code, VCFG_ERR_INVALID) << "\"abc\" is no model";
+    EXPECT_EQ(become().code, VCFG_ERR_INVALID) << "\"abc\" is no model";
     EXPECT_TRUE(vcmd.answers());
 }
 
@@ -408,7 +403,8 @@ class VcmdFullDisk : public ::testing::Test {
 TEST_F(VcmdFullDisk, WriteStandsAndOneLineSaysThatItIsNotSaved) {
     fill();
     vcmd.hook("apply", "IP.Interface.{i}", "echo >applied");
-    EXPECT_EQ(ask(wire::kWrite, RDM_OID_IP_IFACE, interface, writeOf(counting(2), wire::kWriteAndWait)).code, VCFG_OK);
+    EXPECT_EQ(ask(wire::kWrite, RDM_OID_IP_IFACE, interface, writeOf(counting(2), VCFG_FE_WRITE_AND_WAIT)).code,
+              VCFG_OK);
     EXPECT_EQ(record<IpInterface>(interface).MaxMTUSize, 2u);
     EXPECT_TRUE(fs::exists(vcmd.path("applied")));
     EXPECT_TRUE(eventually([&] { return vcmd.logged("the configuration cannot be saved") > 0; }));

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <optional>
 
-#include "store/store.h"
+#include "store/edit.h"
 
 namespace {
 
@@ -179,6 +179,39 @@ int writeParameters(uint32_t oid, const objIndex* iid, json_object* json, uint32
         apply(code, "set", oid, *iid);
     }
     return code;
+}
+
+int makeStep(vcfg::store::Edit& edit, vcfg_step_t& step) {
+    const bool isAdded = step.kind == VCFG_STEP_ADD;
+    if (step.kind == VCFG_STEP_DELETE) {
+        return edit.remove(step.oid, &step.iid, nullptr);
+    }
+    const int code = isAdded ? edit.add(step.oid, &step.iid, nullptr) : static_cast<int>(VCFG_OK);
+    return code == VCFG_OK ? edit.write(step.oid, &step.iid, step.json != nullptr ? step.json : "{}", nullptr) : code;
+}
+
+int makeSteps(std::vector<vcfg_step_t>& steps, std::vector<vcfg::store::Edited>* edited) {
+    return world.store.change(nullptr, [&] {
+        vcfg::store::Edit edit(world.store);
+        for (vcfg_step_t& step : steps) {
+            if (const int code = makeStep(edit, step); code != VCFG_OK) {
+                return code;
+            }
+        }
+        *edited = edit.end();
+        return static_cast<int>(VCFG_OK);
+    });
+}
+
+int applyAll(const std::vector<vcfg::store::Edited>& edited) {
+    using vcfg::store::Fate;
+    int failed = VCFG_OK;
+    for (const vcfg::store::Edited& one : edited) {
+        const char* action = one.fate == Fate::Came ? "add" : one.fate == Fate::Went ? "del" : "set";
+        const int code = apply(VCFG_OK, action, one.object->oid, one.iid);
+        failed = failed == VCFG_OK ? code : failed;
+    }
+    return failed;
 }
 
 // Makes the instances that are missing on the way to `iid`; the reason when that cannot be.
@@ -395,6 +428,23 @@ int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object
     const std::lock_guard lock(mutex);
     const char* text = json_object_to_json_string_ext(json, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
     return writeParameters(oid, iid, json, requestType, text);
+}
+
+int vcfgFeObjChange(vcfg_step_t* steps, size_t count, uint32_t requestType, void*) {
+    const std::lock_guard lock(mutex);
+    ++world.calls;
+    std::vector<vcfg_step_t> made(steps, steps + count);
+    std::vector<vcfg::store::Edited> edited;
+    const int code = makeSteps(made, &edited);
+    if (code != VCFG_OK) {
+        return code;
+    }
+    std::copy(made.begin(), made.end(), steps);
+    for (const vcfg_step_t& step : made) {
+        note(code, "change", step.oid, step.iid, step.json != nullptr ? std::string(" ") + step.json : "");
+    }
+    const int applied = requestType != VCFG_FE_WRITE_NO_APPLY ? applyAll(edited) : static_cast<int>(VCFG_OK);
+    return requestType == VCFG_FE_WRITE_AND_WAIT ? applied : code;
 }
 
 int vcfgFeDebugCfgObjInit(const char* daemon) {

@@ -95,6 +95,11 @@ void EndpointServer::acceptWaiting() {
     }
 }
 
+bool EndpointServer::isOpen(ConnectionId connection) {
+    const std::lock_guard guard(mutex_);
+    return connections_.find(connection) != nullptr;
+}
+
 void EndpointServer::close(ConnectionId connection) {
     const std::lock_guard guard(mutex_);
     connections_.close(connection);

@@ -5,15 +5,13 @@
 #include <vcfg/msg.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
+
+#include "free.h"
 
 namespace vcfg::bus {
 
-struct FreeMessage {
-    void operator()(vcfg_msg_t* message) const { free(message); }
-};
-using MessagePtr = std::unique_ptr<vcfg_msg_t, FreeMessage>;
+using MessagePtr = std::unique_ptr<vcfg_msg_t, Free>;
 
 // Names the connection that a message came by, for as long as the server lives; 0 is none. Never used twice.
 using ConnectionId = uint64_t;
@@ -45,6 +43,7 @@ class Server {
     // Answers by the connection that a requester waits on, named by what its request said: *code as of answer(). False
     // when there is none. When there are several it is `preferred`, else the latest.
     virtual bool answerRequester(const vcfg_msg_t& message, ConnectionId preferred, int* code) = 0;
+    virtual bool isOpen(ConnectionId connection) = 0;
     virtual void close(ConnectionId connection) = 0;
 };
 

@@ -3,15 +3,10 @@
 
 #include <climits>
 #include <cstdint>
-#include <ctime>
+
+#include "store/clock.h"
 
 namespace vcfg {
-
-inline int64_t monotonicUs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
-}
 
 class Deadline {
   public:

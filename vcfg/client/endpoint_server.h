@@ -30,6 +30,7 @@ class EndpointServer final : public Server {
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
     int answer(ConnectionId to, const vcfg_msg_t& message) override;
     bool answerRequester(const vcfg_msg_t& message, ConnectionId preferred, int* code) override;
+    bool isOpen(ConnectionId connection) override;
     void close(ConnectionId connection) override;
 
   private:

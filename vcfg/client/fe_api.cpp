@@ -5,22 +5,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "client_log.h"
+#include "fe_change.h"
 #include "fe_client.h"
 #include "fe_read.h"
 #include "fe_wire.h"
+#include "free.h"
 #include "guarded.h"
 #include "log_level.h"
 #include "model/describe.h"
 
 namespace vcfg {
 namespace {
-
-struct Free {
-    void operator()(void* record) const { free(record); }
-};
 
 size_t recordSize(uint32_t oid) {
     const model::Object* object = model::find(oid);
@@ -73,6 +72,23 @@ int add(uint32_t oid, objIndex* iid) {
         *iid = answer.iid;
     }
     return resultOf("add", oid, answer);
+}
+
+bool isStep(const vcfg_step_t& step) {
+    const bool takesText = step.kind == VCFG_STEP_WRITE || step.kind == VCFG_STEP_ADD;
+    return recordSize(step.oid) != 0 && (takesText || (step.kind == VCFG_STEP_DELETE && step.json == nullptr));
+}
+
+int change(std::span<vcfg_step_t> steps, uint32_t requestType) {
+    for (const vcfg_step_t& step : steps) {
+        if (!isStep(step)) {
+            return VCFG_ERR_INVALID;
+        }
+    }
+    if (steps.empty()) {
+        return VCFG_OK;
+    }
+    return resultOf("change", steps.front().oid, requestChange(steps, requestType));
 }
 
 int loadLogLevel(const char* daemon) {
@@ -150,6 +166,12 @@ int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object
         const bool valid = json != nullptr && additions == 0;
         return valid ? writeJson(oid, iid, json_object_to_json_string_ext(json, JSON_C_TO_STRING_PLAIN), requestType)
                      : VCFG_ERR_INVALID;
+    });
+}
+
+int vcfgFeObjChange(vcfg_step_t* steps, size_t count, uint32_t requestType, void* /*feedback*/) {
+    return guarded([=] {
+        return steps == nullptr && count > 0 ? VCFG_ERR_INVALID : change({steps, count}, requestType);
     });
 }
 

@@ -28,7 +28,7 @@ bus::MessagePtr toMessage(uint32_t type, uint32_t oid, const objIndex& iid, std:
 
 Answer exchange(uint32_t type, uint32_t oid, const objIndex& iid, std::string_view payload, const Deadline& deadline) {
     if (payload.size() > VCFG_MSG_PAYLOAD_MAX) {
-        return {VCFG_ERR_INVALID, {}, "the request does not fit a message"};
+        return {VCFG_ERR_INVALID, {}, "the request does not fit a message of 65535 bytes; nothing is changed"};
     }
     const bus::MessagePtr message = toMessage(type, oid, iid, payload);
     if (message == nullptr) {

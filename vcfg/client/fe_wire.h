@@ -23,12 +23,16 @@ enum Request : uint32_t {
     kWrite = 0x00F0000B,        // payload: WriteHeader, then a NUL-terminated JSON object -> -
     kWatch = 0x00F0000C,        // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
     kPing = 0x00F0000D,         // -                            -> -, when all that came before has been handled
-    kChange = 0x00F0000E,       // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line
+    kChange = 0x00F0000E,       // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line; of a refreshed
+                                // value also {refreshedFor}, the endpoint that asked
     kDebugConfig = 0x00F0000F,  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
     kService = 0x00F00010,      // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
     kSave = 0x00F00011,         // -                            -> -, when the configuration is on the disk
     kLoadPart = 0x00F00012,     // payload: a part of a model's text, oid: the offset where it begins -> -
-    kLoad = 0x00F00013          // -                            -> -, when those parts have become the model
+    kLoad = 0x00F00013,         // payload: WriteHeader         -> -, when those parts have become the model
+    kChangeAll = 0x00F00014     // payload: WriteHeader, then steps -> the instance of each step, one objIndex after the
+                                // other, when all have been made. A step is a StepHeader with a NUL-terminated JSON
+                                // object behind it, or nothing
 };
 
 // Who serves an object. A hook that is not there is an empty text.
@@ -37,9 +41,15 @@ struct ServiceHeader {
 };
 
 struct WriteHeader {
-    uint32_t requestType;  // VCFG_FE_WRITE_APPLY, VCFG_FE_WRITE_NO_APPLY, or kWriteAndWait
+    uint32_t requestType;  // VCFG_FE_WRITE_APPLY, VCFG_FE_WRITE_NO_APPLY, or VCFG_FE_WRITE_AND_WAIT
 };
-inline constexpr uint32_t kWriteAndWait = 0x20000008;  // as VCFG_FE_WRITE_APPLY, answered when the hook has ended
+
+struct StepHeader {
+    uint32_t oid;
+    uint32_t length;  // of the text behind it, with its NUL
+    uint8_t kind;     // vcfg_step_kind
+    objIndex iid;
+};
 
 inline constexpr uint32_t answerTo(uint32_t request) {
     return request | VCFG_MSG_NO_REPLY;

@@ -3,13 +3,13 @@
 #include <pthread.h>
 #include <vcfg/codes.h>
 
-#include <ctime>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 #include "client_log.h"
 #include "run_dir.h"
+#include "store/clock.h"
 
 namespace vcfg {
 
@@ -22,7 +22,7 @@ struct ModelPool {
 
 namespace {
 
-constexpr int64_t kLookMs = 100;
+constexpr int64_t kLookUs = 100000;
 
 // LMDB's environments must not be used, nor closed, in a process that was forked after they were opened: the child
 // begins with another one of these, and keeps the parent's only so that it is not lost.
@@ -49,12 +49,6 @@ Process& process() {
     static std::once_flag once;
     std::call_once(once, begin);
     return *current;
-}
-
-int64_t coarseMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 // While one environment gives way to another there may be none for a moment: the old one serves until then.
@@ -111,13 +105,13 @@ int ModelLease::tryTaking() {
     Process& own = process();
     {
         const std::lock_guard lock(own.mutex);
-        const int64_t now = coarseMs();
+        const int64_t now = coarseUs();
         if (own.pool == nullptr || now >= own.nextLook) {
             const int code = open(own);
             if (code != VCFG_OK) {
                 return code;
             }
-            own.nextLook = now + kLookMs;
+            own.nextLook = now + kLookUs;
         }
         pool_ = own.pool;
         if (!pool_->resting.empty()) {

@@ -54,6 +54,9 @@ std::span<const Object> objects();
 const Object* find(uint32_t oid);
 const Parameter* find(const Object& object, std::string_view parameter);
 
+// Whether the objects of one lie below those of the other.
+bool isBelow(const Object& object, const Object& above);
+
 // "IP.Interface.3.IPv4Address.1": the pattern with its first `iid.level` places filled in.
 std::string path(const Object& object, const objIndex& iid);
 

@@ -48,6 +48,12 @@ bool beginsWith(std::string_view pattern, std::string_view first) {
 
 }  // namespace
 
+bool isBelow(const Object& object, const Object& above) {
+    const std::string_view pattern = object.pattern;
+    const std::string_view start = above.pattern;
+    return pattern.size() > start.size() && pattern.starts_with(start) && pattern[start.size()] == '.';
+}
+
 std::string path(const Object& object, const objIndex& iid) {
     std::string result;
     std::string_view pattern = object.pattern;

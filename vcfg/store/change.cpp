@@ -1,8 +1,7 @@
 // How the store makes a change: in one transaction, that ends before anybody is told.
 #include <unistd.h>
 
-#include <ctime>
-
+#include "clock.h"
 #include "refusal.h"
 #include "store.h"
 
@@ -13,12 +12,6 @@ constexpr size_t kGrowth = 16;
 constexpr int64_t kTidyUs = 1000000;
 constexpr int kTriesWhenFull = 100;
 constexpr useconds_t kPauseUs = 1000;
-
-int64_t coarseUs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
-}
 
 // Readers that died hold the pages of the state that they saw.
 void forgetDeadReaders(MDB_env* environment) {

@@ -13,12 +13,6 @@ using model::Parameter;
 
 constexpr uint8_t kInstanceMax = 255;
 
-bool isBelow(const Object& object, const Object& above) {
-    const std::string_view pattern = object.pattern;
-    const std::string_view start = above.pattern;
-    return pattern.size() > start.size() && pattern.starts_with(start) && pattern[start.size()] == '.';
-}
-
 struct Counter {
     const Object* object = nullptr;
     const Parameter* parameter = nullptr;

@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "edited.h"
 #include "environment.h"
 #include "file_mark.h"
 #include "json.h"
@@ -117,11 +118,15 @@ class Store {
     JsonPtr toJson(What what = What::All) const;
     std::string toText(What what) const;
     // Replaces the whole model by what such a text says, or nothing. `skipped` (may be null) tells what was
-    // skipped. State that is not wanted is looked at like the rest, and begins at its defaults. Tells the watcher
-    // nothing.
+    // skipped. State that is not wanted is looked at like the rest, and begins at its defaults. The watcher is told
+    // what differs.
     int fromText(std::string_view text, What what, Unknown unknown, Skipped* skipped, std::string* why);
     // Nothing but the single objects, with their defaults. Tells the watcher nothing.
     int clear(std::string* why);
+
+    // Within change(): the instances that are not as they were before it. Those that have gone come first, the deepest
+    // before the others.
+    std::vector<Edited> differences() const;
 
     // Which objects have an owner who refreshes them before they are read.
     int setRefreshed(const Refreshed& refreshed);
@@ -152,6 +157,9 @@ class Store {
     void tidyReaders();
 
     int put(const Found& found, const std::byte* staged);
+    bool hasParent(const model::Object& object, Key key) const;
+    void noteDifferences();
+    void noteValues(const model::Object& object, Key key, const std::byte* record, const std::byte* other);
     void noteInstance(const model::Object& object, Key key, bool came);
     void insert(const model::Object& object, Key key);
     void erase(const model::Object& object, Key key);

@@ -193,7 +193,7 @@ int Store::fromText(std::string_view text, What what, Unknown unknown, Skipped* 
         for (size_t each = 0; good && each < entries.size(); ++each) {
             good = loadEntry(entries[each], what, refused);
         }
-        changes_.clear();
+        noteDifferences();
         return static_cast<int>(good ? VCFG_OK : VCFG_ERR_INVALID);
     });
 }

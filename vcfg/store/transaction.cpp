@@ -1,18 +1,10 @@
 #include "transaction.h"
 
-#include <ctime>
 #include <utility>
 
+#include "clock.h"
+
 namespace vcfg::store {
-namespace {
-
-uint64_t monotonicUs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1000000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
-
-}  // namespace
 
 Transaction::Transaction(MDB_env* environment, std::string_view by) {
     check(mdb_txn_begin(environment, nullptr, 0, &transaction_));
@@ -22,7 +14,7 @@ Transaction::Transaction(MDB_env* environment, std::string_view by) {
         check(opened);
     }
     origin_.change = mdb_txn_id(transaction_);
-    origin_.monotonicUs = monotonicUs();
+    origin_.monotonicUs = static_cast<uint64_t>(monotonicUs());
     by.copy(origin_.by, sizeof origin_.by - 1);
 }
 

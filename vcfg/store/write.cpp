@@ -60,6 +60,20 @@ int Store::write(uint32_t oid, const objIndex& iid, json_object* parameters, std
     });
 }
 
+void Store::noteValues(const Object& object, Key key, const std::byte* record, const std::byte* other) {
+    if (!watcher_) {
+        return;
+    }
+    const std::string start = path(object, iidOf(key, object.depth)) + ".";
+    for (const Parameter& parameter : object.parameters) {
+        std::string before = valueText(parameter, record);
+        std::string after = valueText(parameter, other);
+        if (before != after) {
+            changes_.push_back({start + parameter.name, std::move(before), std::move(after)});
+        }
+    }
+}
+
 // What is as it was is not written: its origin stays.
 int Store::put(const Found& found, const std::byte* staged) {
     const Object& object = *found.object;
@@ -67,16 +81,7 @@ int Store::put(const Found& found, const std::byte* staged) {
     if (std::memcmp(record, staged, object.size) == 0) {
         return VCFG_OK;
     }
-    if (watcher_) {
-        const std::string start = path(object, iidOf(found.key, object.depth)) + ".";
-        for (const Parameter& parameter : object.parameters) {
-            std::string before = valueText(parameter, record);
-            std::string after = valueText(parameter, staged);
-            if (before != after) {
-                changes_.push_back({start + parameter.name, std::move(before), std::move(after)});
-            }
-        }
-    }
+    noteValues(object, found.key, record, staged);
     touchesConfiguration_ = touchesConfiguration_ || isOtherConfiguration(object, record, staged);
     held_->changing->put(object, found.key, staged);
     return VCFG_OK;

@@ -77,6 +77,7 @@ void run(Vcmd& vcmd) {
         announce(vcmd.announcer);
         tendHooks(vcmd.hooks);
         more = serveRequests(vcmd);
+        forgetLoading(vcmd);
         tendHooks(vcmd.hooks);
         keep(vcmd.keeper, vcmd.store);
         tellNews(vcmd);

@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "client/fe_wire.h"
-#include "requests.h"
+#include "writes.h"
 
 namespace vcfg::vcmd {
 namespace {
@@ -35,20 +35,32 @@ void takePart(Vcmd& vcmd, Staged& staged) {
 
 void load(Vcmd& vcmd, Staged& staged) {
     const Loading loading = std::exchange(vcmd.loading, {});
+    const std::string_view payload = staged.request.payload();
+    wire::WriteHeader header{};
+    Apply apply = Apply::None;
+    payload.copy(reinterpret_cast<char*>(&header), payload.size() == sizeof header ? sizeof header : 0);
+    if (!toApply(header.requestType, apply)) {
+        return refuse(staged, VCFG_ERR_INVALID, "no such kind of write");
+    }
     if (loading.from != staged.request.from) {
         return refuse(staged, VCFG_ERR_INVALID, "no part has come, or another model came meanwhile");
     }
-    std::string why;
     vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid));
-    const int code = vcmd.store.fromText(loading.text, store::What::All, store::Unknown::Refuse, nullptr, &why);
-    if (code != VCFG_OK) {
-        return refuse(staged, code, why);
-    }
-    vcmd.levelsChanged = true;
-    confirm(staged);
+    changeModel(vcmd, staged, apply, [&](std::vector<store::Edited>* edited, std::string* why) {
+        const int code = vcmd.store.fromText(loading.text, store::What::All, store::Unknown::Refuse, nullptr, why);
+        *edited = code == VCFG_OK ? vcmd.store.differences() : std::vector<store::Edited>();
+        confirm(staged);
+        return code;
+    });
 }
 
 }  // namespace
+
+void forgetLoading(Vcmd& vcmd) {
+    if (vcmd.loading.from != 0 && !vcmd.server->isOpen(vcmd.loading.from)) {
+        vcmd.loading = {};
+    }
+}
 
 bool serveModel(Vcmd& vcmd, Staged& staged) {
     switch (staged.request.message->type) {

@@ -7,7 +7,7 @@ namespace vcfg::vcmd {
 namespace {
 
 // Puts what the hook has printed into the model; a hook that failed changes nothing.
-void takeRefreshed(Vcmd& vcmd, const model::Object& object, const objIndex& iid, const HookRun& run) {
+void takeRefreshed(Vcmd& vcmd, const vcfg_msg_t& request, const HookRun& run) {
     std::string why;
     if (!run.failure.empty()) {
         VCMD_LOG(VLOG_WARNING, "%s", hookFailure(run).c_str());
@@ -18,7 +18,10 @@ void takeRefreshed(Vcmd& vcmd, const model::Object& object, const objIndex& iid,
     }
     const store::JsonPtr values = store::parseObject(run.text, &why);
     vcmd.store.writeAs("refresh hook");
-    const int code = values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(object.oid, iid, values.get(), &why);
+    vcmd.watchers.refreshedFor = request.srcEid;
+    const int code =
+        values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(request.oid, request.objIid, values.get(), &why);
+    vcmd.watchers.refreshedFor.reset();
     if (code != VCFG_OK) {
         VCMD_LOG(VLOG_WARNING, "hook %s get %s: its output is refused: %s", run.call.program.c_str(),
                  run.call.path.c_str(), why.c_str());
@@ -29,19 +32,17 @@ void startRefresh(Vcmd& vcmd, Staged& staged, const model::Object& object, const
     if (hookRoom(vcmd.hooks, HookKind::Refresh) == 0) {
         return refuse(staged, VCFG_ERR_FULL, "too many refreshes are waiting");
     }
-    const objIndex iid = staged.request.message->objIid;
     const store::JsonPtr values = store::recordJson(object, record);
-    HookCall call{std::move(program), "get", model::path(object, iid),
+    HookCall call{std::move(program), "get", model::path(object, staged.request.message->objIid),
                   json_object_to_json_string_ext(values.get(), JSON_C_TO_STRING_PLAIN), true};
     // Shared, as a std::function wants to be copyable.
     auto request = std::make_shared<Staged>();
     request->request = std::move(staged.request);
-    queueHook(vcmd.hooks,
-              {HookKind::Refresh, std::move(call), [&vcmd, request, object = &object, iid](const HookRun& run) {
-                   takeRefreshed(vcmd, *object, iid, run);
-                   confirm(*request);
-                   answerNow(vcmd, *request);
-               }});
+    queueHook(vcmd.hooks, {HookKind::Refresh, std::move(call), [&vcmd, request](const HookRun& run) {
+                               takeRefreshed(vcmd, *request->request.message, run);
+                               confirm(*request);
+                               answerNow(vcmd, *request);
+                           }});
 }
 
 }  // namespace

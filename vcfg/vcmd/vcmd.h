@@ -15,7 +15,7 @@
 
 namespace vcfg::vcmd {
 
-// A model that comes in parts, over one connection.
+// A model that comes in parts, over one connection. Only one comes at a time, and it ends with its connection.
 struct Loading {
     bus::ConnectionId from = 0;
     std::string text;
@@ -43,5 +43,8 @@ void run(Vcmd& vcmd);
 
 // Answers all requests that are ready; true when there may be more of them.
 bool serveRequests(Vcmd& vcmd);
+
+// Drops the parts of a model whose sender has gone.
+void forgetLoading(Vcmd& vcmd);
 
 }  // namespace vcfg::vcmd

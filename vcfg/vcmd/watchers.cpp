@@ -1,8 +1,8 @@
 #include "watchers.h"
 
-#include "client/deadline.h"
 #include "client/fe_wire.h"
 #include "message.h"
+#include "store/clock.h"
 #include "vlog.h"
 
 namespace vcfg::vcmd {
@@ -23,13 +23,16 @@ void addValue(json_object* line, const char* name, const std::optional<std::stri
     }
 }
 
-std::string changeLine(const store::Change& change, const std::string& by) {
+std::string changeLine(const store::Change& change, const std::string& by, std::optional<uint8_t> refreshedFor) {
     const store::JsonPtr line(json_object_new_object());
     json_object_object_add(line.get(), "t_mono_us", json_object_new_int64(monotonicUs()));
     addText(line.get(), "path", change.path);
     addValue(line.get(), "old", change.before);
     addValue(line.get(), "new", change.after);
     addText(line.get(), "by", by);
+    if (refreshedFor) {
+        json_object_object_add(line.get(), "refreshedFor", json_object_new_int(*refreshedFor));
+    }
     return json_object_to_json_string_ext(line.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
@@ -98,7 +101,7 @@ int addWatcher(Watchers& watchers, bus::Server& server, bus::ConnectionId connec
 
 void noteChange(Watchers& watchers, const store::Change& change, const std::string& by) {
     if (!watchers.all.empty()) {
-        watchers.news.push_back({change.path, changeLine(change, by)});
+        watchers.news.push_back({change.path, changeLine(change, by, watchers.refreshedFor)});
     }
 }
 

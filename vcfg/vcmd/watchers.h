@@ -1,6 +1,7 @@
 // Who watches the model, and the lines that they get.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +24,8 @@ struct Watchers {
     };
 
     std::vector<Watcher> all;
-    std::vector<News> news;  // changes that are not told yet
+    std::vector<News> news;               // changes that are not told yet
+    std::optional<uint8_t> refreshedFor;  // who has asked for the values that are being noted
 };
 
 // Takes one more; `patterns` are path patterns, one a line. VCFG_ERR_FULL.

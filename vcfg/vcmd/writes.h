@@ -1,27 +1,30 @@
-// What the requests that change the model have in common.
+// What the requests that change the model have in common: one transaction each, and the apply hooks that follow it.
 #pragma once
 
-#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "requests.h"
+#include "store/edit.h"
 
 namespace vcfg::vcmd {
 
-using Bytes = std::vector<std::byte>;
+enum class Apply { None, Later, Wait };
+// False for what is no request type.
+bool toApply(uint32_t requestType, Apply& apply);
 
-// An instance's record; empty when there is none.
-Bytes stored(const Vcmd& vcmd, const model::Object& object, const objIndex& iid);
+// Each makes the request's changes, and may be run twice; it answers a vcfg_code, with the reason of a refusal.
+using Replacement = std::function<int(std::vector<store::Edited>* edited, std::string* why)>;
+using Operation = std::function<int(store::Edit& edit, std::string* why)>;
+// Makes them whole or not at all, sees to the hooks, and to the answer: a refusal, or what was confirmed meanwhile.
+void changeModel(Vcmd& vcmd, Staged& staged, Apply apply, const Replacement& replacement);
+void changeModel(Vcmd& vcmd, Staged& staged, Apply apply, const Operation& operation);
 
-// What an apply hook reads: the record, and the one before (null for none).
-std::string hookInput(const model::Object& object, const void* record, const void* previous);
-HookJob applyJob(std::string program, const char* action, const std::string& path, std::string input);
-void reportApply(const HookRun& run);
+// The parameters that a text names. Whoever keeps a table may mark an instance in them as one that goes.
+int writeText(store::Edit& edit, uint32_t oid, objIndex* iid, std::string_view text, std::string* why);
 
-void addInstance(Vcmd& vcmd, Staged& staged);
-void deleteInstance(Vcmd& vcmd, Staged& staged);
-// The "del" hooks of an instance and of what is below it, in the order in which they must run.
-std::vector<HookJob> deleteJobs(Vcmd& vcmd, const model::Object& object, const objIndex& iid);
+// Several changes at once.
+void changeSeveral(Vcmd& vcmd, Staged& staged);
 
 }  // namespace vcfg::vcmd
