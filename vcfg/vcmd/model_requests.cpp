@@ -14,19 +14,25 @@ void save(Vcmd& vcmd, Staged& staged) {
     saveNow(vcmd.keeper, vcmd.store, &why) ? confirm(staged) : refuse(staged, VCFG_ERR_FAIL, why);
 }
 
+// Its memory too, which a text keeps that is only cleared.
+void drop(Loading& loading) {
+    const Loading dropped = std::exchange(loading, {});
+}
+
 // A part begins where the one before has ended; the first one, at 0, begins anew.
 void takePart(Vcmd& vcmd, Staged& staged) {
     Loading& loading = vcmd.loading;
     const uint32_t offset = staged.request.message->oid;
     const std::string_view part = staged.request.payload();
     if (offset == 0) {
-        loading = {staged.request.from, {}};
+        drop(loading);
+        loading.from = staged.request.from;
     }
     if (loading.from != staged.request.from || loading.text.size() != offset) {
         return refuse(staged, VCFG_ERR_INVALID, "the part does not follow the one before");
     }
     if (part.size() > kLargestModel - offset) {
-        loading = {};
+        drop(loading);
         return refuse(staged, VCFG_ERR_FULL, "the model is too large");
     }
     loading.text.append(part);
@@ -58,7 +64,7 @@ void load(Vcmd& vcmd, Staged& staged) {
 
 void forgetLoading(Vcmd& vcmd) {
     if (vcmd.loading.from != 0 && !vcmd.server->isOpen(vcmd.loading.from)) {
-        vcmd.loading = {};
+        drop(vcmd.loading);
     }
 }
 
