@@ -16,8 +16,8 @@ namespace {
 
 constexpr char kNextRequest = '\x1e';
 constexpr int kMostRequests = 8;
-constexpr uint32_t kRequests[] = {wire::kSet,    wire::kSetNoApply, wire::kSetAndWait, wire::kAdd,
-                                  wire::kDelete, wire::kWrite,      wire::kLoadPart,   wire::kLoad};
+constexpr uint32_t kRequests[] = {wire::kSet,   wire::kSetNoApply, wire::kSetAndWait, wire::kAdd,      wire::kDelete,
+                                  wire::kWrite, wire::kLoadPart,   wire::kLoad,       wire::kChangeAll};
 
 uint8_t takeByte(std::string_view& bytes) {
     const auto byte = static_cast<uint8_t>(bytes.empty() ? 0 : bytes[0]);
