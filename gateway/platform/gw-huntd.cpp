@@ -21,6 +21,8 @@
 #include <memory>
 #include <string>
 
+#include "client/standard_streams.h"
+
 namespace {
 
 constexpr useconds_t lookUs = 20'000;
@@ -270,6 +272,7 @@ const char* processName(uint8_t eid) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();
     Daemon daemon = parse(argc, argv);
     const char* name = processName(daemon.eid);
     prctl(PR_SET_NAME, name);

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "client/standard_streams.h"
 #include "effect.h"
 #include "kernel_event.h"
 
@@ -97,6 +98,7 @@ std::string fileBytes(const char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();
     const Options options = parse(argc, argv);
     const auto type = static_cast<uint16_t>(options.type.value_or(kernel_event::linkWithText));
     const std::string datagram =

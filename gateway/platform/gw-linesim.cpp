@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "client/standard_streams.h"
 #include "effect.h"
 #include "kernel_event.h"
 #include "line_simulator.h"
@@ -245,6 +246,7 @@ int serve(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();
     if (argc < 2) {
         usage();
     }

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <string>
 
+#include "client/standard_streams.h"
+
 namespace {
 
 constexpr const char* kRealShell = "/bin/dash";
@@ -143,6 +145,7 @@ int runJournaled(const char* command, char** words) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     const char* const command = commandText(count, words);
     if (command == nullptr || !parentIsWatched()) {
         becomeShell(words);

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <string>
 
+#include "client/standard_streams.h"
+
 namespace {
 
 constexpr const char* kOwnFolder = "/usr/lib/gateway/bin";
@@ -36,6 +38,7 @@ void becomeTool(const std::string& name, char** words) {
 }  // namespace
 
 int main(int, char** words) {
+    vcfg::holdStandardStreams();
     const char* const slash = strrchr(words[0], '/');
     const std::string name = slash == nullptr ? words[0] : slash + 1;
     if (!showProcesses()) {

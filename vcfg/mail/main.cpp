@@ -11,6 +11,7 @@
 #include <exception>
 #include <string>
 
+#include "client/standard_streams.h"
 #include "message.h"
 #include "request.h"
 #include "transport.h"
@@ -81,6 +82,7 @@ std::string sendMail() {
 }  // namespace
 
 int main() {
+    vcfg::holdStandardStreams();
     std::string reason;
     try {
         reason = sendMail();

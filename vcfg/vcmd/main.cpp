@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "client/standard_streams.h"
 #include "vcmd.h"
 
 using namespace vcfg::vcmd;
@@ -28,17 +29,6 @@ void makeAbsolute(Options& options) {
     }
     setenv("VCFG_RUN_DIR", options.runDir.c_str(), 1);
     setenv("VCFG_DATA_DIR", options.dataDir.c_str(), 1);
-}
-
-// Descriptors 0 to 2 must be open: a hook's would otherwise take their place.
-void openStandardStreams() {
-    int fd;
-    do {
-        fd = open("/dev/null", O_RDWR);
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd > STDERR_FILENO) {
-        close(fd);
-    }
 }
 
 void detachStreams() {
@@ -78,12 +68,12 @@ Fd detach() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();  // a hook's would otherwise take their place
     Vcmd vcmd;
     int status = EXIT_SUCCESS;
     if (!parseOptions(argc, argv, vcmd.options, status)) {
         return status;
     }
-    openStandardStreams();
     makeAbsolute(vcmd.options);
     // Others tell daemons of theirs by user signals, whose pid files may have come to name this process.
     for (const int ignored : {SIGPIPE, SIGUSR1, SIGUSR2}) {

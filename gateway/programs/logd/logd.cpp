@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "askers.h"
+#include "client/standard_streams.h"
 #include "lines.h"
 #include "socket_file.h"
 
@@ -168,6 +169,7 @@ int cannotOpen(const char* path) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     if (count != 6) {
         fprintf(stderr, "usage: gw-logd FRAMEWORK-SOCKET SYSTEM-SOCKET OUTPUT-SOCKET FILE ASKERS-SOCKET\n");
         return 2;

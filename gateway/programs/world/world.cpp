@@ -24,6 +24,7 @@
 #include <exception>
 #include <optional>
 
+#include "client/standard_streams.h"
 #include "own_mounts.h"
 #include "room.h"
 #include "steps.h"
@@ -209,6 +210,7 @@ int buildWorld(const Plan& plan) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     const std::optional<Plan> plan = readPlan(count, words);
     if (!plan.has_value()) {
         fprintf(stderr, "usage: gw-world STATE --room NAME [--layer DIR]... [--bind HOST INSIDE]...\n");

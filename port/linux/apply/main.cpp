@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 
+#include "client/standard_streams.h"
 #include "hooks.h"
 
 namespace {
@@ -72,6 +73,7 @@ Change changeOf(std::string_view action, const char* path, json_object* record) 
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     const char* const slash = strrchr(words[0], '/');
     const std::string_view name = slash == nullptr ? words[0] : slash + 1;
     if (count != 3) {

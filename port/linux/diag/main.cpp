@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/standard_streams.h"
 #include "diagnostics.h"
 
 namespace {
@@ -26,6 +27,7 @@ constexpr struct {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     for (const auto& [object, diagnose] : kDiagnostics) {
         if (count == 2 && object == words[1]) {
             diagnose();

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 
+#include "client/standard_streams.h"
 #include "delivery.h"
 #include "dhcpv6.h"
 #include "environment.h"
@@ -130,6 +131,7 @@ bool report(const Events& events, bool print) {
 }  // namespace
 
 int main(int count, char** arguments) {
+    vcfg::holdStandardStreams();
     const bool print = count > 1 && strcmp(arguments[1], "--print") == 0;
     const int first = print ? 2 : 1;
     const std::string_view client = count > first ? arguments[first] : "";

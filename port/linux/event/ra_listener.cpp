@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "advertisement.h"
+#include "client/standard_streams.h"
 #include "delivery.h"
 
 namespace {
@@ -108,6 +109,7 @@ bool receive(int fd, const char* device) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     if (count != 2 || if_nametoindex(words[1]) == 0) {
         fprintf(stderr, "usage: port-rad DEVICE\n");
         return 2;

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "client/standard_streams.h"
 #include "kernel_event.h"
 #include "link_watch.h"
 #include "platform/linux/port_speed.h"
@@ -205,6 +206,7 @@ Watch parse(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    vcfg::holdStandardStreams();
     Watch watch = parse(argc, argv);
     const int fd = link_watch::open();
     if (fd < 0) {

@@ -3,11 +3,13 @@
 
 #include <cstdio>
 
+#include "client/standard_streams.h"
 #include "payload.h"
 #include "stored.h"
 #include "time_text.h"
 
 int main() {
+    vcfg::holdStandardStreams();
     const auto time = stored<Time>({});
     if (!time) {
         return 1;

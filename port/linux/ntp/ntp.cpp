@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "client/standard_streams.h"
 #include "delivery.h"
 #include "payload.h"
 #include "stored.h"
@@ -79,6 +80,7 @@ bool synchronise(const char* configuration) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     if (count != 2) {
         fprintf(stderr, "usage: port-ntp CONFIGURATION\n");
         return 2;

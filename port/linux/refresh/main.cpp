@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/standard_streams.h"
 #include "refresh.h"
 
 namespace {
@@ -23,6 +24,7 @@ constexpr Hook kHooks[] = {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     const char* const slash = strrchr(words[0], '/');
     const std::string_view name = slash == nullptr ? words[0] : slash + 1;
     if (count != 3) {

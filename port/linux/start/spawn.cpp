@@ -16,6 +16,8 @@
 #include <cstring>
 #include <string>
 
+#include "client/standard_streams.h"
+
 namespace {
 
 bool isSocket(const char* path) {
@@ -69,6 +71,7 @@ void become(const char* pidFile, const char* outputName, char** command) {
 }  // namespace
 
 int main(int count, char** words) {
+    vcfg::holdStandardStreams();
     if (count < 4) {
         fprintf(stderr, "usage: port-spawn PID-FILE OUTPUT PROGRAM [ARGUMENT]...\n");
         return 2;
