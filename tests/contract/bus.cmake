@@ -22,6 +22,9 @@ if(NOT TARN_SANITIZE)
   add_test(NAME contract_bus_faults.LoopDaemonOfTheDocumentationWorksWithWhatIsInstalled
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/loop_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
   set_tests_properties(contract_bus_faults.LoopDaemonOfTheDocumentationWorksWithWhatIsInstalled PROPERTIES LABELS contract TIMEOUT 60)
+  add_test(NAME contract_bus_faults.ExampleOfSeveralChangesMakesThem
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/change_example.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER})
+  set_tests_properties(contract_bus_faults.ExampleOfSeveralChangesMakesThem PROPERTIES LABELS contract TIMEOUT 60)
   # And that of docs/datamodel.md.
   add_dependencies(contract_bus_faults vcfgctl)
   add_test(NAME contract_bus_faults.ExampleOfTheSchemaListsWhatVcfgctlLists

@@ -26,7 +26,7 @@ typedef struct vcfg_change_t {
     const char* path;     /* "IP.Interface.1.Status", or that of an instance that came or went */
     const char* oldValue; /* as text; NULL: there was none, the instance came */
     const char* newValue; /* NULL: there is none any more, the instance went */
-    const char* by;       /* who: "eid 2" */
+    const char* by;       /* who: "eid 2"; "refresh hook" for what was not written, but asked for */
     int64_t timeUs;       /* when, on CLOCK_MONOTONIC */
 } vcfg_change_t;
 
