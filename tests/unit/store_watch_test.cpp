@@ -53,3 +53,36 @@ TEST_F(StoreWatch, TheNewValueIsThereWhenItIsTold) {
     write(store, "DHCPv4.Client.1", R"({"Alias":"wan"})");
     EXPECT_EQ(seen, "wan");
 }
+
+TEST_F(StoreWatch, LoadingTellsWhatDiffers) {
+    write(store, "DHCPv4.Client.1", R"({"Alias":"old","Enable":true})");
+    add(store, "DHCPv4.Client.1.ReqOption");
+    add(store, "DHCPv4.Client");
+    lines.clear();
+    const char* const model = R"({"version":1,"objects":{"DHCPv4.Client.1":{"Alias":"new","Enable":true},)"
+                              R"("DHCPv4.Client.3":{"Alias":"three"}}})";
+    EXPECT_EQ(store.fromText(model, vcfg::store::What::All, vcfg::store::Unknown::Refuse, nullptr, nullptr), VCFG_OK);
+    EXPECT_EQ(lines, (Lines{"DHCPv4.Client.2:  -> -", "DHCPv4.Client.1.ReqOption.1:  -> -",
+                            "DHCPv4.Client.1.Alias: old -> new", "DHCPv4.Client.1.ReqOptionNumberOfEntries: 1 -> 0",
+                            "DHCPv4.Client.3: - -> ", "DHCPv4.Client.3.Alias:  -> three"}));
+}
+
+TEST_F(StoreWatch, AModelThatIsRefusedIsNotTold) {
+    const char* const model = R"({"version":1,"objects":{"DHCPv4.Client.2":{},"DHCPv4.Client.3":{"Bogus":1}}})";
+    EXPECT_NE(store.fromText(model, vcfg::store::What::All, vcfg::store::Unknown::Refuse, nullptr, nullptr), VCFG_OK);
+    EXPECT_EQ(lines, Lines{});
+}
+
+TEST_F(StoreWatch, AJoinedChangeIsToldWhenAllOfItIsMade) {
+    const auto both = [this](const char* status) {
+        return store.change(nullptr, [this, status] {
+            write(store, "DHCPv4.Client.1", R"({"Alias":"wan"})");
+            EXPECT_EQ(lines, Lines{});
+            return write(store, "DHCPv4.Client.1", status).empty() ? VCFG_OK : VCFG_ERR_INVALID;
+        });
+    };
+    EXPECT_NE(both(R"({"DHCPStatus":"Lost"})"), VCFG_OK);
+    EXPECT_EQ(lines, Lines{});
+    EXPECT_EQ(both(R"({"DHCPStatus":"Bound"})"), VCFG_OK);
+    EXPECT_EQ(lines, (Lines{"DHCPv4.Client.1.Alias:  -> wan", "DHCPv4.Client.1.DHCPStatus:  -> Bound"}));
+}
