@@ -52,7 +52,7 @@ Holder probe(uint8_t eid) {
 // What it has said of itself, and where it has said nothing, what the system says.
 void name(Holder& holder, const Signature& signature) {
     holder.program = signature.program;
-    holder.sinceUs = signature.sinceUs;
+    holder.sinceUs = holder.isThere() ? signature.sinceUs : 0;
     if (holder.process == 0 && holder.state != Holder::State::Alive) {
         holder.process = signature.process;
     }

@@ -56,6 +56,10 @@ uint8_t freshMonitorNumber() {
     return number;
 }
 
+uint32_t lostOf(size_t place) {
+    return roster.load(std::memory_order_relaxed)->lost[place].load();
+}
+
 std::string monitorPath(uint8_t number) {
     return runDirectory() + "/monitor-" + std::to_string(number);
 }

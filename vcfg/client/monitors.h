@@ -51,6 +51,7 @@ bool takePlace(uint8_t number, size_t* place);
 // False when it had none.
 bool leavePlace(uint8_t number);
 uint8_t freshMonitorNumber();
+uint32_t lostOf(size_t place);
 std::string monitorPath(uint8_t number);
 
 }  // namespace vcfg::bus

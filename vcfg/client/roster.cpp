@@ -106,12 +106,16 @@ void attachRoster() {
     errno = error;
 }
 
+bool isRosterThere() {
+    return roster.load(std::memory_order_relaxed) != &nobody;
+}
+
 void signRoster(uint8_t eid, ino_t socket) {
     Roster& all = *roster.load(std::memory_order_relaxed);
     Roster::Entry& entry = all.entries[eid];
     const int64_t now = monotonicUs();
     const std::string program = ownProgram();
-    if (&all == &nobody) {
+    if (!isRosterThere()) {
         return;
     }
     entry.socket.store(0);

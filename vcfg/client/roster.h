@@ -41,6 +41,7 @@ extern std::atomic<Roster*> roster;
 // Called wherever a process comes to the bus or makes a new connection on it: then a file that was made anew meanwhile
 // is found, too.
 void attachRoster();
+bool isRosterThere();
 
 // What a server says of itself, about the socket that it has put into the run directory.
 struct Signature {
