@@ -23,6 +23,7 @@ constexpr int64_t kHoldUs = 5000;
 constexpr int kHoldMs = 5;
 constexpr size_t kMostHeld = 4096;
 constexpr int kIdleMs = 1000;
+constexpr int kLastRounds = 8;
 
 struct Watching {
     std::set<uint8_t> eids;    // all when empty
@@ -79,7 +80,10 @@ class Monitor {
         for (;;) {
             const Onlooker::Woken woken = onlooker_.wait(patienceMs(), &held_);
             tellLost();
-            release();
+            if (woken == Onlooker::Woken::BySignal) {
+                takeRest();
+            }
+            release(woken == Onlooker::Woken::BySignal ? 0 : kHoldUs);
             if (!outputTakes() || woken == Onlooker::Woken::ByClosedOutput) {
                 return outputRefuses();
             }
@@ -109,10 +113,18 @@ class Monitor {
         }
     }
 
-    void release() {
+    // What has come before the end is shown; a bus that is never silent does not put the end off.
+    void takeRest() {
+        for (int each = 0; each < kLastRounds; ++each) {
+            onlooker_.wait(0, &held_);
+        }
+        tellLost();
+    }
+
+    void release(int64_t holdUs) {
         const auto earlier = [](const Copy& left, const Copy& right) { return left.timeUs < right.timeUs; };
         std::stable_sort(held_.begin(), held_.end(), earlier);
-        const int64_t ripe = vcfg::monotonicUs() - kHoldUs;
+        const int64_t ripe = vcfg::monotonicUs() - holdUs;
         const bool hasRoom = held_.size() < kMostHeld;
         auto end = held_.begin();
         while (end != held_.end() && (!hasRoom || end->timeUs <= ripe)) {
