@@ -23,7 +23,7 @@ constexpr int64_t kHoldUs = 5000;
 constexpr int kHoldMs = 5;
 constexpr size_t kMostHeld = 4096;
 constexpr int kIdleMs = 1000;
-constexpr int kLastRounds = 8;
+constexpr int kLastRounds = 64;
 
 struct Watching {
     std::set<uint8_t> eids;    // all when empty
@@ -115,7 +115,9 @@ class Monitor {
 
     // What has come before the end is shown; a bus that is never silent does not put the end off.
     void takeRest() {
-        for (int each = 0; each < kLastRounds; ++each) {
+        size_t before = 0;
+        for (int each = 0; each < kLastRounds && (each < 2 || held_.size() > before); ++each) {
+            before = held_.size();
             onlooker_.wait(0, &held_);
         }
         tellLost();
