@@ -146,6 +146,9 @@ std::vector<std::string> typeNames() {
     for (const Named& one : kTypes) {
         names.emplace_back(one.constant);
     }
+    for (const Named& one : kFrontEnd) {
+        names.emplace_back(one.constant);
+    }
     return names;
 }
 
