@@ -3,10 +3,11 @@ import os
 import re
 import signal
 import socket
+import subprocess
 import time
 
 import pytest
-from vcfgctl_kit import bus, lines, quiet_bus, wait_for  # noqa: F401 (fixtures)
+from vcfgctl_kit import PATIENCE, VCFGCTL, VCMD, bus, lines, quiet_bus, wait_for  # noqa: F401 (fixtures)
 
 
 def endpoint(a_bus, eid):
@@ -138,6 +139,27 @@ def test_holder_of_another_user_without_proc_access_is_named(quiet_bus):  # noqa
     said = quiet_bus.run("serve", "40", user=65534, group=65534, extra_groups=[])
     assert said.returncode == 1
     assert f"endpoint 40(wireless) is served by process {root.pid} (vcfgctl);" in said.stderr
+
+
+def can_hide_processes():
+    return subprocess.run([*WITHOUT_PROCESSES, "true"], capture_output=True, check=False).returncode == 0
+
+
+# As in the virtual gateway, whose /proc has its own files: of the processes, a program sees itself only.
+WITHOUT_PROCESSES = ["unshare", "--mount", "sh", "-c", 'mount --rbind /proc /mnt && mount -t tmpfs none /proc && '
+                     'ln -s /mnt/self /mnt/sys /proc && exec "$0" "$@"']
+
+
+@pytest.mark.skipif(not can_hide_processes(), reason="needs the right to mount")
+def test_where_no_processes_are_shown_a_holder_is_named_and_vcmd_has_a_successor(bus):  # noqa: F811
+    serve = bus.serve("15")
+    hidden = subprocess.run([*WITHOUT_PROCESSES, VCFGCTL, "serve", "15"], env=bus.environment, capture_output=True,
+                            text=True, timeout=PATIENCE, check=False)
+    assert hidden.stderr.startswith(f"vcfgctl: endpoint 15(vhttpd) is served by process {serve.pid} (vcfgctl); ")
+    first = bus.vcmd
+    bus.start(*WITHOUT_PROCESSES, VCMD, "--foreground")
+    assert first.wait(PATIENCE) == 0
+    wait_for(lambda: bus.run("get", "IP.IPv4Enable").returncode == 0)
 
 
 def test_exit_codes(quiet_bus):  # noqa: F811
