@@ -150,7 +150,9 @@ bool takesValue(const Verb* verb, const std::string& word) {
 }
 
 Texts optionValues(const std::string& name) {
-    return name == "--to" || name == "--from" ? endpointNames() : name == "--type" ? typeNames() : Texts{};
+    return name == "--to" || name == "--from" || name == "--endpoint" ? endpointNames()
+           : name == "--type"                                         ? typeNames()
+                                                                      : Texts{};
 }
 
 Texts verbNames() {

@@ -25,6 +25,23 @@ constexpr Named kTypes[] = {
 #include "type_names.inc"
 };
 
+// Of the data-model requests, which have no constants in the API; an answer to one has bit 31 set.
+constexpr Named kFrontEnd[] = {{vcfg::wire::kRefresh, "FE_REFRESH"},
+                               {vcfg::wire::kSet, "FE_SET"},
+                               {vcfg::wire::kSetNoApply, "FE_SET_NO_APPLY"},
+                               {vcfg::wire::kSetAndWait, "FE_SET_AND_WAIT"},
+                               {vcfg::wire::kAdd, "FE_ADD"},
+                               {vcfg::wire::kDelete, "FE_DELETE"},
+                               {vcfg::wire::kWrite, "FE_WRITE"},
+                               {vcfg::wire::kWatch, "FE_WATCH"},
+                               {vcfg::wire::kPing, "FE_PING"},
+                               {vcfg::wire::kChange, "FE_CHANGE"},
+                               {vcfg::wire::kDebugConfig, "FE_DEBUG_CONFIG"},
+                               {vcfg::wire::kService, "FE_SERVICE"},
+                               {vcfg::wire::kSave, "FE_SAVE"},
+                               {vcfg::wire::kLoadPart, "FE_LOAD_PART"},
+                               {vcfg::wire::kLoad, "FE_LOAD"}};
+
 constexpr std::string_view kEndpointPrefix = "VCFG_EID_";
 constexpr std::string_view kTypePrefix = "VCFG_MSG_";
 constexpr const char* kOwnName = "vcfgctl";
@@ -79,7 +96,8 @@ std::string endpointName(uint32_t eid) {
 }
 
 std::string typeName(uint32_t type) {
-    return constantOf(kTypes, type);
+    const std::string name = constantOf(kTypes, type);
+    return name.empty() ? constantOf(kFrontEnd, type & ~VCFG_MSG_NO_REPLY) : name;
 }
 
 std::string endpointText(uint32_t eid) {
@@ -102,7 +120,8 @@ std::optional<uint32_t> parseEndpoint(std::string_view text) {
 }
 
 std::optional<uint32_t> parseType(std::string_view text) {
-    const std::optional<uint32_t> found = find(kTypes, kTypePrefix, text);
+    std::optional<uint32_t> found = find(kTypes, kTypePrefix, text);
+    found = found ? found : find(kFrontEnd, "", text);
     return found ? found : parseShown(text, UINT32_MAX, typeText);
 }
 
@@ -125,6 +144,9 @@ std::string endpointList() {
 std::vector<std::string> typeNames() {
     std::vector<std::string> names;
     for (const Named& one : kTypes) {
+        names.emplace_back(one.constant);
+    }
+    for (const Named& one : kFrontEnd) {
         names.emplace_back(one.constant);
     }
     return names;

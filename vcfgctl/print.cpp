@@ -123,9 +123,7 @@ void printValue(const std::string& path, const model::Parameter& parameter, cons
     printJsonLine(line);
 }
 
-void printMessage(const vcfg_msg_t& message) {
-    const char* payload = vcfg_msg_text(&message);
-    json_object* line = json_object_new_object();
+void addEnvelope(json_object* line, const vcfg_msg_t& message) {
     const auto number = [line](const char* key, int64_t value) {
         json_object_object_add(line, key, json_object_new_int64(value));
     };
@@ -143,9 +141,19 @@ void printMessage(const vcfg_msg_t& message) {
     number("statCode", static_cast<int32_t>(message.statCode));
     json_object_object_add(line, "objIid", jsonText(iidText(message.objIid)));
     number("length", message.length);
-    json_object_object_add(line, "payload", jsonText({payload, strnlen(payload, message.length)}));
-    json_object_object_add(line, "payloadHex", jsonText(hex(payload, message.length)));
+}
+
+void addBytes(json_object* line, const vcfg_msg_t& message, std::optional<size_t> payload) {
+    json_object_object_add(line, "payloadHex", payload ? jsonText(hex(vcfg_msg_text(&message), *payload)) : nullptr);
     json_object_object_add(line, "headerHex", jsonText(headerHex(message)));
+}
+
+void printMessage(const vcfg_msg_t& message) {
+    const char* payload = vcfg_msg_text(&message);
+    json_object* line = json_object_new_object();
+    addEnvelope(line, message);
+    json_object_object_add(line, "payload", jsonText({payload, strnlen(payload, message.length)}));
+    addBytes(line, message, message.length);
     printJsonLine(line);
 }
 

@@ -3,6 +3,7 @@
 
 #include <vcfg/msg.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,9 @@ void printJsonLine(json_object* object);
 
 // "path=value", or {"path":...,"value":...}. `path` is the parameter's.
 void printValue(const std::string& path, const vcfg::model::Parameter& parameter, const std::string& value, bool json);
+// The members of a message's JSON line: all of its envelope, and its bytes, of the payload so many (null for nothing).
+void addEnvelope(json_object* line, const vcfg_msg_t& message);
+void addBytes(json_object* line, const vcfg_msg_t& message, std::optional<size_t> payload);
 // The JSON line of a message.
 void printMessage(const vcfg_msg_t& message);
 

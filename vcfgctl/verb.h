@@ -49,6 +49,8 @@ int runWatch(const Call& call);
 int runWait(const Call& call);
 int runSend(const Call& call);
 int runServe(const Call& call);
+int runEndpoints(const Call& call);
+int runMonitor(const Call& call);
 int runComplete(const Call& call);
 
 // One line on standard error that says why; the result is the exit status.

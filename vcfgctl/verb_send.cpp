@@ -6,7 +6,7 @@
 
 #include "ask.h"
 #include "names.h"
-#include "nearest.h"
+#include "options.h"
 #include "print.h"
 #include "verb.h"
 
@@ -78,30 +78,9 @@ int takePayload(const Call& call, Request& request) {
     return kDone;
 }
 
-bool endpointOption(const Call& call, const char* name, uint8_t* eid) {
+bool givenEndpoint(const Call& call, const char* name, uint8_t* eid) {
     const std::string* const text = call.option(name);
-    const std::optional<uint32_t> found = text != nullptr ? parseEndpoint(*text) : std::optional<uint32_t>(*eid);
-    if (!found) {
-        wrongUsage(call, "--" + std::string(name) + " takes an endpoint, 1 to 255 or by name (" + endpointList() +
-                             "), not \"" + oneLine(*text) + "\"");
-        return false;
-    }
-    *eid = static_cast<uint8_t>(*found);
-    return true;
-}
-
-bool typeOption(const Call& call, uint32_t* type) {
-    const std::string& text = *call.option("type");
-    const std::optional<uint32_t> found = parseType(text);
-    if (!found) {
-        const std::vector<std::string> near =
-            nearest(typeNames(), text.find('_') != text.npos ? "VCFG_MSG_" + text : text);
-        wrongUsage(call, "--type takes a number up to 0xffffffff or a message's name, not \"" + oneLine(text) + "\"" +
-                             (near.empty() ? "" : "; did you mean " + near.front() + "?"));
-        return false;
-    }
-    *type = *found;
-    return true;
+    return text == nullptr || endpointOption(call, name, *text, eid);
 }
 
 int takeOptions(const Call& call, Request& request) {
@@ -113,8 +92,8 @@ int takeOptions(const Call& call, Request& request) {
     }
     request.requestId = static_cast<uint64_t>(getpid());
     request.reply = call.option("reply") != nullptr;
-    if (!endpointOption(call, "to", &request.to) || !typeOption(call, &request.type) ||
-        !endpointOption(call, "from", &request.from) || !numberOption(call, "oid", UINT32_MAX, &request.oid) ||
+    if (!givenEndpoint(call, "to", &request.to) || !typeOption(call, *call.option("type"), &request.type) ||
+        !givenEndpoint(call, "from", &request.from) || !numberOption(call, "oid", UINT32_MAX, &request.oid) ||
         !numberOption(call, "request-id", UINT32_MAX, &request.requestId) ||
         !numberOption(call, "timeout", UINT32_MAX, &request.timeoutMs)) {
         return kWrongUsage;

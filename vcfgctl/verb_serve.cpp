@@ -113,7 +113,7 @@ int runServe(const Call& call) {
         return status;
     }
     const bus::Holder holder = bus::holderOf(service.eid);
-    if (holder.there && call.option("take-over") == nullptr) {
+    if (holder.isThere() && call.option("take-over") == nullptr) {
         return refuse("endpoint " + endpointText(service.eid) + " is served by " + holder.text() +
                       "; with --take-over it is taken from it");
     }

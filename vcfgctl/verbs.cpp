@@ -24,6 +24,12 @@ const option kServeOptions[] = {{"reply", required_argument, nullptr, 0},
                                 {"timeout", required_argument, nullptr, 0},
                                 {"take-over", no_argument, nullptr, 0}};
 
+const option kMonitorOptions[] = {{"endpoint", required_argument, nullptr, 0},
+                                  {"type", required_argument, nullptr, 0},
+                                  {"count", required_argument, nullptr, 0},
+                                  {"timeout", required_argument, nullptr, 0},
+                                  kShowSecrets};
+
 const char kGetHelp[] =
     "Prints parameters, a path=value line each.\n"
     "\n"
@@ -199,6 +205,40 @@ const char kServeHelp[] =
     "\n"
     "The socket eid-NUMBER in the run directory appears when it is ready.\n";
 
+const char kEndpointsHelp[] =
+    "Prints who is on the bus, a line per endpoint: id, name, program, process, how long it has served\n"
+    "(hours, minutes, seconds), and whether it is there:\n"
+    "\n"
+    "  alive    its process serves it\n"
+    "  stopped  its process is stopped, by a signal or a debugger\n"
+    "  busy     its process does not take the connections that wait for it\n"
+    "  left     its process has ended; a child of it still holds the socket\n"
+    "  dead     only its socket is left, and the program and process that had it\n"
+    "  barred   this user may not ask it\n"
+    "\n"
+    "  --json   {\"eid\",\"name\",\"program\",\"process\",\"since_mono_us\",\"since\",\"age_us\",\"alive\",\"state\"}\n"
+    "           lines; what is not known is null, \"since\" is UTC\n"
+    "\n"
+    "It works without vcmd, and nobody on the bus is asked.\n";
+
+const char kMonitorHelp[] =
+    "Prints every message as it passes on the bus, a line each: seconds since boot, what it is, from whom\n"
+    "and to whom (endpoint/program[process]), type, request id, result and time of a reply, object, payload.\n"
+    "\n"
+    "  call     the sender waits for a reply        reply   the answer to the call with that request id\n"
+    "  message  nobody waits for a reply            failed  it was not delivered, or not answered, and why\n"
+    "  lost     so many could not be shown: the bus does not wait for a monitor that is slow or stopped\n"
+    "\n"
+    "  --endpoint ENDPOINT  only what comes from it or goes to it, a name (tarn) or a number; may be repeated\n"
+    "  --type TYPE          only that type and its replies, a name (WAN_IP_RELEASE, FE_WRITE) or a number;\n"
+    "                       may be repeated\n"
+    "  --count N            ends after N messages; fewer in the time given are a failure\n"
+    "  --timeout MS         ends after so many milliseconds (0, the default: without limit)\n"
+    "  --show-secrets       passwords, PINs and keys as they are, not as ********\n"
+    "  --json               JSON lines, see vcfgctl(1)\n"
+    "\n"
+    "At most 4 monitors look at the same time. Of a payload, the first 4096 bytes are shown.\n";
+
 const char kCompleteHelp[] =
     "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
     "what the completion of bash and zsh asks.\n"
@@ -228,6 +268,11 @@ const Verb kVerbs[] = {
      "sends one message", kSendHelp, kSendOptions, runSend},
     {"serve", "ENDPOINT [--reply STATCODE[:TEXT]] [--count N] [--timeout MS] [--take-over]",
      "is an endpoint, and prints what it receives", kServeHelp, kServeOptions, runServe},
+    {"endpoints", "[--json]", "says who is on the bus", kEndpointsHelp, {}, runEndpoints},
+    {"monitor",
+     "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
+     "                       [--show-secrets] [--json]",
+     "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
     {"complete", "-- WORD...", "says how a command line may go on, for shells", kCompleteHelp, {}, runComplete}};
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "bus_world.h"
 #include "client/endpoint.h"
 #include "client/holder.h"
+#include "client/roster.h"
 
 namespace {
 
@@ -149,15 +150,15 @@ TEST_F(BusEndpoints, ClosedStandardStreamsNeverBecomeSockets) {
 }
 
 TEST_F(BusEndpoints, ItCanBeSeenWhichProcessServes) {
-    EXPECT_FALSE(vcfg::bus::holderOf(kServer).there);
+    EXPECT_FALSE(vcfg::bus::holderOf(kServer).isThere());
     Process server(echoServer(kServer, ""));
     const vcfg::bus::Holder holder = vcfg::bus::holderOf(kServer);
-    EXPECT_TRUE(holder.there);
+    EXPECT_TRUE(holder.isThere());
     EXPECT_EQ(server.id(), holder.process);
     EXPECT_EQ(vcfg::bus::ownProgram(), holder.program);
     EXPECT_EQ("hello", payloadOf(ask("hello")));
     server.kill();
-    EXPECT_FALSE(vcfg::bus::holderOf(kServer).there);
+    EXPECT_FALSE(vcfg::bus::holderOf(kServer).isThere());
 }
 
 TEST_F(BusEndpoints, MissingRunDirectoryIsMadeForItsOwnerOnly) {

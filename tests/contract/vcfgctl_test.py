@@ -493,7 +493,8 @@ def test_global_options_stand_before_or_after_the_verb(bus):
 
 def test_help_is_there_for_the_program_and_each_verb(quiet_bus):
     overview = quiet_bus.ok("--help")
-    for verb in ("get", "set", "add", "del", "dump", "list", "describe", "watch", "wait", "send", "serve", "complete"):
+    for verb in ("get", "set", "add", "del", "dump", "list", "describe", "watch", "wait", "send", "serve", "endpoints",
+                 "monitor", "complete"):
         assert f"\n  {verb} " in overview
         assert quiet_bus.ok(verb, "--help").startswith(f"Usage: vcfgctl {verb} ")
     assert quiet_bus.ok("--version").startswith("vcfgctl ")

@@ -10,6 +10,7 @@
 
 #include "client_log.h"
 #include "link.h"
+#include "monitors.h"
 
 namespace vcfg::bus {
 namespace {
@@ -68,7 +69,7 @@ int sendBy(const Link* link, const vcfg_msg_t& message, Patience patience, const
 }
 
 // Sends by the thread's link, which *link is then. A peer that went away since the last call gets one new connection.
-int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
+int transmitUnseen(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
     *link = cachedLink(message.dstEid, way);
     int code = sendBy(*link, message, patience, deadline);
     if (code == VCFG_ERR_NO_PEER) {
@@ -83,6 +84,22 @@ int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadli
         dropLink(message.dstEid, way);
     }
     return code;
+}
+
+int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
+    copySent(way == Way::Request ? Passing::Call : Passing::Message, message);
+    const int code = transmitUnseen(message, way, patience, deadline, link);
+    if (code != VCFG_OK) {
+        copyFailure(message, code);
+    }
+    return code;
+}
+
+void copyUnanswered(const Link& link, uint32_t requestId, int code) {
+    vcfg_msg_t call{};
+    call.dstEid = link.eid;
+    call.requestId = requestId;
+    copyFailure(call, code);
 }
 
 // The next packet on a connection that this side may wait on.
@@ -118,6 +135,7 @@ int receiveAnswer(Link& link, uint32_t requestId, const Deadline& deadline, Mess
 int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
     const int code = receiveAnswer(link, requestId, deadline, reply);
     if (code != VCFG_OK) {
+        copyUnanswered(link, requestId, code);
         reply->reset();
         dropLink(link.eid, Way::Request);
     }
@@ -153,9 +171,14 @@ int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply) {
 }
 
 int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply) {
+    copySent(Passing::Call, message);
     int code = connect(link, deadline);
     code = code == VCFG_OK ? sendBy(&link, message, Patience::Wait, deadline) : code;
-    return code == VCFG_OK ? receiveAnswer(link, message.requestId, deadline, reply) : code;
+    code = code == VCFG_OK ? receiveAnswer(link, message.requestId, deadline, reply) : code;
+    if (code != VCFG_OK) {
+        copyFailure(message, code);
+    }
+    return code;
 }
 
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {

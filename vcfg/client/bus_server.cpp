@@ -8,6 +8,7 @@
 #include "client_log.h"
 #include "descriptor.h"
 #include "endpoint_server.h"
+#include "roster.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
@@ -80,6 +81,7 @@ bool EndpointServer::acceptOne() {
     int socket = -1;
     const bool more = listener_.accept(&socket);
     if (socket >= 0) {
+        attachRoster();
         connections_.makeRoom();
         const Connection& connection = connections_.add(socket);
         if (!watch(socket, connection.id)) {

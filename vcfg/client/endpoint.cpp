@@ -7,6 +7,7 @@
 #include <set>
 
 #include "model_fits.h"
+#include "roster.h"
 #include "run_dir.h"
 
 namespace vcfg {
@@ -54,6 +55,7 @@ int registerEndpoint(uint8_t eid, const char* name) {
     if (code != VCFG_OK) {
         return code;
     }
+    bus::attachRoster();
     if (name != nullptr) {
         const std::lock_guard guard(endpoints().opening);
         endpoints().names[eid].store(&*endpoints().allNames.emplace(name).first, std::memory_order_release);

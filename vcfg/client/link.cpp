@@ -13,6 +13,7 @@
 
 #include "descriptor.h"
 #include "model_fits.h"
+#include "roster.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
@@ -133,6 +134,7 @@ int connect(Link& link, const Deadline& deadline) {
     if (!modelFits() || !toAddress(link.path, &address)) {
         return VCFG_ERR_INVALID;
     }
+    attachRoster();
     // Looked at before connecting: should a new server appear in between, the next look finds the difference.
     if (stat(link.path.c_str(), &status) != 0) {
         return codeOfConnect(errno);

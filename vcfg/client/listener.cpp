@@ -12,6 +12,7 @@
 #include "client_log.h"
 #include "descriptor.h"
 #include "peer.h"
+#include "roster.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
@@ -25,6 +26,26 @@ bool isSame(const struct stat& left, const struct stat& right) {
 }
 
 }  // namespace
+
+int listenForPackets(const std::string& path, int backlog) {
+    gid_t group = 0;
+    const mode_t mode = runDirectoryGroup(&group) ? 0660 : 0600;
+    sockaddr_un address;
+    const int made = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    unlink(path.c_str());
+    if (made >= 0 && toAddress(path, &address) &&
+        bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        chmod(path.c_str(), mode) == 0 && (mode == 0600 || chown(path.c_str(), uid_t(-1), group) == 0) &&
+        listen(made, backlog) == 0) {
+        return made;
+    }
+    const int error = errno;
+    if (made >= 0) {
+        close(made);
+    }
+    errno = error;
+    return -1;
+}
 
 Listener::~Listener() {
     for (const int descriptor : {socket_, inotify_, reserve_}) {
@@ -50,7 +71,7 @@ int Listener::listen(const std::function<bool(int)>& watch, const std::function<
         return VCFG_ERR_INVALID;
     }
     const bool takesOver = access(path.c_str(), F_OK) == 0;
-    const int made = bindAt(fresh);
+    const int made = listenForPackets(fresh, kBacklog);
     if (made < 0 || !publish(made, fresh, watch)) {
         const int error = errno;
         CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot listen at %s: %s", eid_, path.c_str(), strerror(error));
@@ -71,32 +92,15 @@ int Listener::listen(const std::function<bool(int)>& watch, const std::function<
     return VCFG_OK;
 }
 
-// A socket that is reachable under that name for those who may talk; -1 with errno.
-int Listener::bindAt(const std::string& path) {
-    gid_t group = 0;
-    const mode_t mode = runDirectoryGroup(&group) ? 0660 : 0600;
-    sockaddr_un address;
-    const int made = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    unlink(path.c_str());
-    if (made >= 0 && toAddress(path, &address) &&
-        bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        chmod(path.c_str(), mode) == 0 && (mode == 0600 || chown(path.c_str(), uid_t(-1), group) == 0) &&
-        ::listen(made, kBacklog) == 0) {
-        return made;
-    }
-    const int error = errno;
-    if (made >= 0) {
-        close(made);
-    }
-    errno = error;
-    return -1;
-}
-
 bool Listener::publish(int socket, const std::string& fresh, const std::function<bool(int)>& watch) {
     struct stat file {};
+    attachRoster();
     const bool watched = inotify_ < 0 || inotify_add_watch(inotify_, fresh.c_str(), IN_ATTRIB | IN_MOVE_SELF) >= 0;
-    if (!watched || stat(fresh.c_str(), &file) != 0 || !watch(socket) ||
-        rename(fresh.c_str(), socketPath(eid_).c_str()) != 0) {
+    if (!watched || stat(fresh.c_str(), &file) != 0 || !watch(socket)) {
+        return false;
+    }
+    signRoster(eid_, file.st_ino);
+    if (rename(fresh.c_str(), socketPath(eid_).c_str()) != 0) {
         return false;
     }
     file_ = file;
@@ -111,7 +115,7 @@ bool Listener::accept(int* socket) {
         }
         return errno == ECONNABORTED || errno == EINTR;
     }
-    if (peerMayTalk(peer, eid_)) {
+    if (peerMayTalk(peer, "endpoint", eid_)) {
         *socket = peer;
     } else {
         close(peer);
@@ -149,6 +153,7 @@ bool Listener::hasLostItsFile() {
 
 void Listener::remove() {
     if (isCurrent()) {
+        signRoster(eid_, 0);
         unlink(socketPath(eid_).c_str());
     }
 }

@@ -9,6 +9,9 @@
 
 namespace vcfg::bus {
 
+// A socket that takes connections at that path from those who may talk; -1 with errno.
+int listenForPackets(const std::string& path, int backlog);
+
 class Listener {
   public:
     static constexpr int kBacklog = 128;
@@ -38,7 +41,6 @@ class Listener {
     void remove();
 
   private:
-    int bindAt(const std::string& path);
     bool publish(int socket, const std::string& fresh, const std::function<bool(int)>& watch);
     void refuseForWantOfDescriptors();
 

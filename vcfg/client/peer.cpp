@@ -32,7 +32,7 @@ bool isMember(int socket, gid_t first, gid_t wanted) {
 
 }  // namespace
 
-bool peerMayTalk(int socket, uint8_t eid) {
+bool peerMayTalk(int socket, const char* what, unsigned number) {
     ucred peer{};
     socklen_t size = sizeof peer;
     if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
@@ -42,7 +42,7 @@ bool peerMayTalk(int socket, uint8_t eid) {
     if (peer.uid == 0 || peer.uid == geteuid() || (runDirectoryGroup(&group) && isMember(socket, peer.gid, group))) {
         return true;
     }
-    CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses process %d of user %u", eid, peer.pid, peer.uid);
+    CLIENT_LOG(VLOG_ERROR, "%s %u refuses process %d of user %u", what, number, peer.pid, peer.uid);
     return false;
 }
 

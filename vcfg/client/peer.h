@@ -6,6 +6,6 @@
 namespace vcfg::bus {
 
 // Root, the server's own user, and members of the run directory's group when it has one; anybody else is logged.
-bool peerMayTalk(int socket, uint8_t eid);
+bool peerMayTalk(int socket, const char* what, unsigned number);
 
 }  // namespace vcfg::bus

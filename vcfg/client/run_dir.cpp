@@ -67,6 +67,11 @@ int checkRunDirectory() {
     return VCFG_OK;
 }
 
+bool mayUseRunDirectory() {
+    struct stat status {};
+    return stat(runDirectory().c_str(), &status) == 0 && objection(status) == nullptr;
+}
+
 bool runDirectoryGroup(gid_t* group) {
     struct stat status {};
     if (stat(runDirectory().c_str(), &status) != 0 || (status.st_mode & 07777) != 0770) {

@@ -17,6 +17,9 @@ std::string runDirectory();
 // after one log line. VCFG_ERR_FAIL when it cannot be made.
 int checkRunDirectory();
 
+// Whether it is there and not to be refused; nothing is made or logged.
+bool mayUseRunDirectory();
+
 // The group whose members may talk to the endpoints besides root and the server's own user: only a run directory of
 // mode 0770 has one. False when there is none.
 bool runDirectoryGroup(gid_t* group);

@@ -4,7 +4,9 @@
 #include <cerrno>
 
 #include "client_log.h"
+#include "deadline.h"
 #include "endpoint_server.h"
+#include "monitors.h"
 
 namespace vcfg::bus {
 
@@ -26,7 +28,12 @@ bool EndpointServer::answerRequester(const vcfg_msg_t& message, ConnectionId pre
 
 int EndpointServer::sendAnswer(Connection& connection, const vcfg_msg_t& message) {
     connections_.answered(connection, message);
+    const int64_t sentUs = isWatched() ? monotonicUs() : 0;
     const int error = sendPacket(connection.socket, message, MSG_DONTWAIT);
+    // Not one that nobody waits for: it goes on as a message.
+    if (sentUs != 0 && error == 0) {
+        copyToMonitors(Passing::Answer, message, VCFG_OK, sentUs);
+    }
     turns_.endOf(connection.id);
     if (connection.drained && !connection.owesAnswer()) {
         connections_.close(connection.id);
@@ -34,6 +41,7 @@ int EndpointServer::sendAnswer(Connection& connection, const vcfg_msg_t& message
     }
     if (error == EAGAIN) {
         CLIENT_LOG(VLOG_WARNING, "endpoint %u does not read its answers: its connection is closed", message.dstEid);
+        copyFailure(message, VCFG_ERR_FULL);
         shutdown(connection.socket, SHUT_RDWR);  // what it sent before is still received
         return VCFG_ERR_FULL;
     }

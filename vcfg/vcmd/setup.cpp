@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "client/holder.h"
+#include "client/roster.h"
 #include "debug_level.h"
 #include "open_model.h"
 #include "store/persist.h"
@@ -59,7 +60,7 @@ bool mayServe(Vcmd& vcmd) {
         return fail("the data directory " + directory + " cannot be opened: " + strerror(errno));
     }
     const bus::Holder holder = bus::holderOf(VCFG_EID_VCMD);
-    if (!holder.there || vcmd.options.takeOver ||
+    if (!holder.isThere() || vcmd.options.takeOver ||
         (holder.program == bus::ownProgram() && flock(vcmd.dataLock.get(), LOCK_EX | LOCK_NB) != 0)) {
         return true;
     }
