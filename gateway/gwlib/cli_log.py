@@ -3,7 +3,7 @@ import json
 import re
 import sys
 
-from . import logs, times, values
+from . import logs, secrets, times, values
 from .errors import NobodyAnswers
 from .follow import Growth
 from .values import taking
@@ -37,11 +37,16 @@ def _show(state, options, path, wanted, readable):
     """What there is of the file, and with --follow all that comes."""
     since = times.point(state, options.since)
     growth = _opened(state, path)
-    there = (line for line in map(json.loads, growth.new()) if (since is None or line["t_mono_us"] > since) and wanted(line))
-    first = sorted(there, key=lambda line: line["t_mono_us"])
+    hidden = (lambda line: line) if options.show_secrets else secrets.Secrets(state).hidden
+
+    def new(since=None):
+        some = (line for line in map(json.loads, growth.new()) if since is None or line["t_mono_us"] > since)
+        return filter(wanted, map(hidden, some))
+
+    first = sorted(new(since), key=lambda line: line["t_mono_us"])
     _print(state, options, readable, first if options.count is None else first[max(0, len(first) - options.count):])
     while options.follow and growth.wait():
-        _print(state, options, readable, filter(wanted, map(json.loads, growth.new())))
+        _print(state, options, readable, new())
 
 
 def _print(state, options, readable, lines):
@@ -91,6 +96,7 @@ def _add_common(new):
     new.add_argument("--time", choices=times.SHOWN, default="up",
                      help="times shown: seconds since gw up (the default), time of day, or as a mark counts")
     new.add_argument("--json", action="store_true", help="JSON lines")
+    new.add_argument("--show-secrets", action="store_true", help="passwords, PINs and keys as they are, not as ********")
 
 
 def add_verbs(verb):

@@ -33,8 +33,8 @@ class State:
             shutil.rmtree(directory, ignore_errors=True)
         for directory in (self.log_directory, self.isp, self.data):
             directory.mkdir(parents=True, exist_ok=True)
-        self.log.touch()
-        self.journal.touch()
+        self.log.touch(0o600)  # they hold what was said and run, secrets included
+        self.journal.touch(0o600)
 
     @contextlib.contextmanager
     def alone(self):
