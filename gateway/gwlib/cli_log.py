@@ -16,9 +16,7 @@ def verb_log(state, options):
         return ((options.all or line["daemon"] == "tarn") and logs.level(line) <= least
                 and (not options.channel or line["channel"] in options.channel) and _matches(options, line["text"]))
 
-    if not options.follow and state.world() is not None and not logs.settle(state):
-        print("gw: the log collector does not answer: the last lines may be missing (gw service restart logd)", file=sys.stderr)
-    _show(state, options, state.log, wanted, logs.readable_line)
+    _show(state, options, state.log, wanted, logs.readable_line, settle=logs.settle)
 
 
 def verb_journal(state, options):
@@ -33,10 +31,12 @@ def _matches(options, text):
     return options.grep is None or options.grep.search(text) is not None
 
 
-def _show(state, options, path, wanted, readable):
+def _show(state, options, path, wanted, readable, settle=lambda state: True):
     """What there is of the file, and with --follow all that comes."""
     since = times.point(state, options.since)
     growth = _opened(state, path)
+    if not options.follow and state.world() is not None and not settle(state):
+        print("gw: the log collector does not answer: the last lines may be missing (gw service restart logd)", file=sys.stderr)
     hidden = (lambda line: line) if options.show_secrets else secrets.Secrets(state).hidden
 
     def new(since=None):
@@ -66,6 +66,8 @@ def _opened(state, path):
         growth = Growth(path)
     except FileNotFoundError:
         raise NobodyAnswers(state.nobody()) from None
+    except PermissionError:
+        raise state.foreign() from None
     if state.world() is None:
         print(f"gw: {state.nobody()}; these are the lines of the last one", file=sys.stderr)
     return growth
