@@ -1,5 +1,6 @@
 """The command line: one row per verb."""
 import argparse
+import errno
 import os
 import signal
 import sys
@@ -64,7 +65,7 @@ def _add_life(verb):
     new.add_argument("--unplugged", action="append", default=[], metavar="IFNAME", help="boot with this port's cable out")
     verb("down", verb_down, "stop all of it, leaving nothing behind")
     new = verb("wait", verb_wait, "return when the data model says so")
-    new.add_argument("condition", metavar="PATH=VALUE")
+    new.add_argument("condition", metavar="PATH=VALUE", help="or another condition of vcfgctl wait: ==, !=, ~, <, <=, > or >= behind the path")
     new.add_argument("--timeout", type=taking("--timeout", seconds), default=30.0, metavar="S", help="give up after this time (default 30)")
     new = verb("service", verb_service, "start, stop (kill) or restart one of the gateway's services")
     new.add_argument("action", choices=("start", "stop", "restart"))
@@ -115,19 +116,46 @@ def _run(words):
     return options.call(state, options) or DONE
 
 
-def main(words):
+def _open_standard_streams():
+    """None of them that the caller has closed becomes another file: what is written there fails, as it should."""
+    for descriptor in range(3):
+        try:
+            os.fstat(descriptor)
+        except OSError:
+            os.open(os.devnull, os.O_RDONLY)
+    sys.stdout = sys.stdout or os.fdopen(1, "w", closefd=False)
+    sys.stderr = sys.stderr or open(os.devnull, "w", encoding="utf-8")
+
+
+def _finished(words):
+    """Status of the call, with all that it had to say said."""
     try:
         status = _run(words)
-        sys.stdout.flush()
-        return status
+    except SystemExit as done:  # argparse has explained something
+        status = done.code
+    sys.stdout.flush()
+    return status
+
+
+def _forget_output():
+    """What could not be written is not tried again at the end."""
+    os.dup2(os.open(os.devnull, os.O_WRONLY), 1)
+
+
+def main(words):
+    _open_standard_streams()
+    try:
+        return _finished(words)
     except GatewayError as problem:
         print(f"gw: {problem}", file=sys.stderr)
         return problem.code
     except BrokenPipeError:  # whoever read has had enough
-        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        _forget_output()
         return 128 + signal.SIGPIPE
     except OSError as problem:
-        print(f"gw: {problem.strerror or problem}" + (f": {problem.filename}" if problem.filename else ""), file=sys.stderr)
+        _forget_output()
+        what = "standard output is closed" if problem.errno == errno.EBADF else problem.strerror or problem
+        print(f"gw: {what}" + (f": {problem.filename}" if problem.filename else ""), file=sys.stderr)
         return 1
     except KeyboardInterrupt:
         return 130

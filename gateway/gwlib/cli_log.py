@@ -3,7 +3,7 @@ import json
 import re
 import sys
 
-from . import logs, times, values
+from . import logs, secrets, times, values
 from .errors import NobodyAnswers
 from .follow import Growth
 from .values import taking
@@ -16,9 +16,7 @@ def verb_log(state, options):
         return ((options.all or line["daemon"] == "tarn") and logs.level(line) <= least
                 and (not options.channel or line["channel"] in options.channel) and _matches(options, line["text"]))
 
-    if not options.follow and state.world() is not None and not logs.settle(state):
-        print("gw: the log collector does not answer: the last lines may be missing (gw service restart logd)", file=sys.stderr)
-    _show(state, options, state.log, wanted, logs.readable_line)
+    _show(state, options, state.log, wanted, logs.readable_line, settle=logs.settle)
 
 
 def verb_journal(state, options):
@@ -33,15 +31,22 @@ def _matches(options, text):
     return options.grep is None or options.grep.search(text) is not None
 
 
-def _show(state, options, path, wanted, readable):
+def _show(state, options, path, wanted, readable, settle=lambda state: True):
     """What there is of the file, and with --follow all that comes."""
     since = times.point(state, options.since)
     growth = _opened(state, path)
-    there = (line for line in map(json.loads, growth.new()) if (since is None or line["t_mono_us"] > since) and wanted(line))
-    first = sorted(there, key=lambda line: line["t_mono_us"])
+    if not options.follow and state.world() is not None and not settle(state):
+        print("gw: the log collector does not answer: the last lines may be missing (gw service restart logd)", file=sys.stderr)
+    hidden = (lambda line: line) if options.show_secrets else secrets.Secrets(state).hidden
+
+    def new(since=None):
+        some = (line for line in map(json.loads, growth.new()) if since is None or line["t_mono_us"] > since)
+        return filter(wanted, map(hidden, some))
+
+    first = sorted(new(since), key=lambda line: line["t_mono_us"])
     _print(state, options, readable, first if options.count is None else first[max(0, len(first) - options.count):])
     while options.follow and growth.wait():
-        _print(state, options, readable, filter(wanted, map(json.loads, growth.new())))
+        _print(state, options, readable, new())
 
 
 def _print(state, options, readable, lines):
@@ -61,6 +66,8 @@ def _opened(state, path):
         growth = Growth(path)
     except FileNotFoundError:
         raise NobodyAnswers(state.nobody()) from None
+    except PermissionError:
+        raise state.foreign() from None
     if state.world() is None:
         print(f"gw: {state.nobody()}; these are the lines of the last one", file=sys.stderr)
     return growth
@@ -91,6 +98,7 @@ def _add_common(new):
     new.add_argument("--time", choices=times.SHOWN, default="up",
                      help="times shown: seconds since gw up (the default), time of day, or as a mark counts")
     new.add_argument("--json", action="store_true", help="JSON lines")
+    new.add_argument("--show-secrets", action="store_true", help="passwords, PINs and keys as they are, not as ********")
 
 
 def add_verbs(verb):

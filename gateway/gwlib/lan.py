@@ -41,7 +41,7 @@ def add(state, name, port, mac=None, address=None, **announced):
     _remember(state, {**known, name: {"port": port, "mac": hardware, "options": None if address else options}})
     net.plug(state, port, True)
     if address:
-        inside.must(state, "ip", "-n", name, "addr", "add", address, "dev", "eth0", room="lan")
+        inside.must(state, HOST, "exec", name, "ip", "addr", "add", address, "dev", "eth0", room="lan")
     else:
         inside.must(state, HOST, "client", name, *options, room="lan")
 
@@ -73,7 +73,7 @@ def signal(state, name, what):
 def replace_by(state, name, command):
     """Becomes the command on the host."""
     _host(state, name)
-    inside.replace_by(state, ["ip", "netns", "exec", name, *command], room="lan")
+    inside.replace_by(state, [HOST, "exec", name, *command], room="lan")
 
 
 def described(state):
@@ -83,7 +83,7 @@ def described(state):
 
 
 def _addresses(state, name):
-    (device,) = json.loads(inside.must(state, "ip", "-n", name, "-json", "-4", "addr", "show", "dev", "eth0", room="lan"))[:1] or ({},)
+    (device,) = json.loads(inside.must(state, HOST, "exec", name, "ip", "-json", "-4", "addr", "show", "dev", "eth0", room="lan"))[:1] or ({},)
     return [entry["local"] for entry in device.get("addr_info", ())]
 
 

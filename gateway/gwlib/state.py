@@ -33,8 +33,8 @@ class State:
             shutil.rmtree(directory, ignore_errors=True)
         for directory in (self.log_directory, self.isp, self.data):
             directory.mkdir(parents=True, exist_ok=True)
-        self.log.touch()
-        self.journal.touch()
+        self.log.touch(0o600)  # they hold what was said and run, secrets included
+        self.journal.touch(0o600)
 
     @contextlib.contextmanager
     def alone(self):
@@ -43,7 +43,7 @@ class State:
         try:
             file = open(self.directory / "lock", "w", encoding="ascii")
         except PermissionError:
-            raise self._foreign() from None
+            raise self.foreign() from None
         with file:
             fcntl.flock(file, fcntl.LOCK_EX)
             yield
@@ -58,14 +58,14 @@ class State:
     def nobody(self):
         return f"no gateway runs in {self.directory}; gw up starts one"
 
-    def _foreign(self):
+    def foreign(self):
         return GatewayError(f"{self.directory} belongs to {_owner(self.directory)}; ask as that user")
 
     def _number(self, name):
         try:
             return int((self.directory / f"{name}.pid").read_text())
         except PermissionError:
-            raise self._foreign() from None
+            raise self.foreign() from None
         except (OSError, ValueError):
             return None
 

@@ -6,7 +6,7 @@ import signal
 import subprocess
 import threading
 
-from . import inside
+from . import inside, secrets
 
 # What the daemon says of messages whose content it does not log.
 RECEIVED = {
@@ -88,14 +88,14 @@ class View:
     def __init__(self, state, shows):
         self.watch = Watch(state)
         self.sources = [(Tail(state.log), of_log), (Tail(state.journal), of_journal), (self.watch, of_model)]
-        self.shows = shows
+        self.shows, self.secrets = shows, secrets.Secrets(state)
 
     def new(self):
         """(time, kind, text) of what has happened since it was last asked, in order."""
         seen = []
         for source, describe in self.sources:
             for line in source.new():
-                described = self.shows(line, describe)
+                described = self.shows(self.secrets.hidden(line), describe)
                 if described is not None:
                     seen.append((line["t_mono_us"] / 1e6, *described))
         return sorted(seen, key=lambda line: line[0])

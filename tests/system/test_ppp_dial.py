@@ -34,3 +34,15 @@ def test_disconnect_ends_pppd(dialled):
     ask(dialled, PPP_DISCONNECT)
     eventually(lambda: not dialled.processes("pppd"))
     dialled.wait("IP.Interface.1.IPv4Address.1.Status=Disabled")
+
+
+@pytest.mark.parametrize("request_", (f"{LINK}.Reset", "IP.Interface.1.Reset"))
+def test_reset_dials_anew(dialled, request_):
+    ask(dialled, PPP_CONNECT)
+    (before,) = dialled.processes("pppd")
+    dialled.inside("vcfgctl", "set", "--wait", f"{request_}=true")
+    assert dialled.value(request_) == "false"
+    eventually(lambda: [process for process in dialled.processes("pppd") if process != before])
+    dialled.wait(f"{LINK}.ConnectionStatus=Connected")
+    assert dialled.run("ping", "-c1", "-W2", REMOTE).returncode == 0
+    ask(dialled, PPP_DISCONNECT)

@@ -194,3 +194,10 @@ def test_dsl_line_trains_when_it_gets_a_signal(gateway):
     assert gateway.value("DSL.Line.1.X_VORAN_LinkTypeIsATM") == "true"
     gateway.must("dsl", "down")
     gateway.wait("DSL.Line.1.Status=Down")
+
+
+@pytest.mark.parametrize("verb", ("status", "log", "journal", "isp", "mark"))
+@pytest.mark.parametrize(("output", "why"), ((">&-", "standard output is closed"), (">/dev/full", "No space left on device")))
+def test_output_that_takes_nothing_ends_the_call(gateway, verb, output, why):
+    done = subprocess.run(["bash", "-c", f"{sys.executable} {GW} --state {gateway.directory} {verb} {output}"], capture_output=True, text=True, check=False)
+    assert (done.returncode, done.stderr) == (REFUSED, f"gw: {why}\n")

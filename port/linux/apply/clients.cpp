@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "files.h"
+#include "lease_end.h"
 #include "network.h"
 #include "process.h"
 
@@ -75,6 +76,27 @@ bool startOrRenewDhcpv4(const std::string& pidFile, const std::string& device) {
     return processOf(pidFile) != 0 || isStarted("dhcpv4", device) || startClient("dhcpv4", device);
 }
 
+// The next signal must not overtake this one; a client without a lease has nothing to give back.
+void releaseDhcpv4(const std::string& pidFile) {
+    constexpr int kAttempts = 150;
+    if (leaseLeft(pidFile) == 0) {
+        return;
+    }
+    signalProcess(pidFile, SIGUSR2);
+    for (int attempt = 0; attempt < kAttempts && processOf(pidFile) != 0 && leaseLeft(pidFile) != 0; ++attempt) {
+        waitAMoment();
+    }
+}
+
+void endDhcpv4(const std::string& pidFile, const std::string& device) {
+    releaseDhcpv4(pidFile);
+    endProcess(startedPidFile("dhcpv4", device), SIGTERM);
+}
+
+std::string dhcpv4PidFile(const std::string& device) {
+    return "/var/run/udhcpc-" + device + ".pid";
+}
+
 std::string dhcpv6PidFile(const std::string& device) {
     return "/run/dhcpcd/" + device + "-6.pid";
 }
@@ -83,12 +105,17 @@ bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) 
     const std::string wanted = configuration(device, wants);
     if (isStarted("dhcpv6", device) && readFile(configurationFile(device)) == wanted) {
         if (renew) {
-            signalProcess(dhcpv6PidFile(device), SIGUSR1);
+            renewDhcpv6(device);
         }
         return true;
     }
     releaseDhcpv6(device);  // a kept lease would be asked for again as it was
     return writeFile(configurationFile(device), wanted) && startClient("dhcpv6", device);
+}
+
+bool renewDhcpv6(const std::string& device) {
+    const pid_t client = processOf(dhcpv6PidFile(device));
+    return client == 0 ? isStarted("dhcpv6", device) : kill(client, SIGUSR1) == 0;
 }
 
 void releaseDhcpv6(const std::string& device) {

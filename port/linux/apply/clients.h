@@ -11,6 +11,11 @@ bool startClient(const char* kind, const std::string& device);
 
 // Starts the DHCPv4 client, or has the running one renew (or get) its lease.
 bool startOrRenewDhcpv4(const std::string& pidFile, const std::string& device);
+// Has the DHCPv4 client give back what it holds; returns when it has.
+void releaseDhcpv4(const std::string& pidFile);
+// The same, and ends it.
+void endDhcpv4(const std::string& pidFile, const std::string& device);
+std::string dhcpv4PidFile(const std::string& device);
 
 // What the DHCPv6 client asks for.
 struct Dhcpv6Wants {
@@ -21,6 +26,8 @@ struct Dhcpv6Wants {
 std::string dhcpv6PidFile(const std::string& device);
 // Runs the DHCPv6 client with these wishes: one that runs with the same ones stays as it is, and renews when so asked.
 bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew);
+// Has the running DHCPv6 client ask again; false without one.
+bool renewDhcpv6(const std::string& device);
 // Gives back what the DHCPv6 client holds, and ends it.
 void releaseDhcpv6(const std::string& device);
 

@@ -2,6 +2,7 @@
 #include "hooks.h"
 #include "model.h"
 #include "stored.h"
+#include "use.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ bool applyDhcpv6Client(const Change& change) {
         releaseDhcpv6(before);
     }
     if (now.empty()) {
-        return true;
+        return !change.now || !change.now->flag("Renew") || complain(change.path, "does not run: nothing is renewed");
     }
     const std::string pidFile = dhcpv6PidFile(now);
     if (change.now->text("X_VORAN_PidFile") != pidFile && !tellPidFile(change.path, pidFile)) {
@@ -39,5 +40,5 @@ bool applyDhcpv6Client(const Change& change) {
     }
     const Dhcpv6Wants wants{change.now->flag("RequestAddresses"), change.now->flag("RequestPrefixes"),
                             !change.now->text("RequestedOptions").empty()};
-    return runDhcpv6(now, wants, false);
+    return runDhcpv6(now, wants, change.now->flag("Renew"));
 }

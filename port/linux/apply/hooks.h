@@ -31,5 +31,11 @@ void followLeasedRouter(const std::string& interfacePath);
 // IPv6 on the IP interface that lies on a PPP link which has just come up.
 bool startIpv6Over(const std::string& pppPath);
 
+// Brings the routes over the interface back, which went with its last address.
+void applyRoutesOver(const std::string& interfacePath);
+
+// Ends the PPP link's session, and dials anew. False, with the reason on standard error, when it cannot.
+bool resetPpp(const std::string& path);
+
 // Lets the daemon look at the Internet LED again.
 void tellLed();

@@ -1,20 +1,35 @@
+#include "clients.h"
 #include "hooks.h"
 #include "model.h"
 #include "network.h"
 #include "stored.h"
+#include "use.h"
 #include "words.h"
 
 #include <arpa/inet.h>
 
 namespace {
 
-// "2001:db8::7/128" while the address is in use; empty otherwise.
-std::string usedAddress(const std::optional<Values>& values) {
-    if (!values || !values->flag("Enable") || values->text("Status") != "Enabled") {
-        return {};
-    }
-    const std::string address = values->text("IPAddress");
+constexpr const char* kOrigin = "Origin";
+
+// "2001:db8::7/128" of an address that is enabled; empty for another one, and for one that is none.
+std::string enabledAddress(const std::optional<Values>& values) {
+    const std::string address = isEnabled(values) ? values->text("IPAddress") : std::string();
     return isIpv6Address(address) ? address + "/128" : std::string();
+}
+
+// A leased address is on the device already, with its lifetimes.
+bool put(const Change& change, const std::string& address, const std::string& device) {
+    if (isOwn(*change.now, kOrigin)) {
+        return ip({"-6", "addr", "replace", address, "dev", device});
+    }
+    ipQuietly({"-6", "addr", "add", address, "dev", device});
+    return true;
+}
+
+// One that the network gave, and that somebody had disabled meanwhile: who leased it knows how long it lasts.
+bool askForLeaseAgain(const Change& change, const std::string& device) {
+    return renewDhcpv6(device) || refuse(change, "Disabled", "is for the network to give, and nobody asks it");
 }
 
 // The delegated prefix while it is in use; empty otherwise.
@@ -75,23 +90,22 @@ std::vector<std::string> route(const char* verb, std::vector<std::string> words)
 
 bool applyIpv6Address(const Change& change) {
     const std::string device = deviceOf(change.path);
-    if (device.empty()) {
-        return true;
-    }
-    const std::string before = usedAddress(change.before);
-    const std::string now = usedAddress(change.now);
-    if (!before.empty() && before != now) {
+    const bool used = isUsed(change, kOrigin, statusOf<IpInterfaceIpv6Address>(change.path));
+    const std::string before = enabledAddress(change.before);
+    const std::string now = used ? enabledAddress(change.now) : std::string();
+    if (!before.empty() && before != now && !device.empty()) {
         ipQuietly({"-6", "addr", "del", before, "dev", device});
     }
-    if (now.empty() || now == before) {
-        return true;
+    if (used && isOwn(*change.now, kOrigin) && now.empty()) {
+        return refuse(change, "Error_Misconfigured", "is enabled and has no address");
     }
-    // A leased address is on the device already, with its lifetimes.
-    if (change.now->text("Origin") == "DHCPv6") {
-        ipQuietly({"-6", "addr", "add", now, "dev", device});
-        return true;
+    if (used && isOwn(*change.now, kOrigin) && device.empty()) {
+        return refuse(change, "Error", "lies on an interface without a device");
     }
-    return ip({"-6", "addr", "replace", now, "dev", device});
+    if (!used && isSwitchedOn(change)) {
+        return askForLeaseAgain(change, device);
+    }
+    return device.empty() || tellUse(change, kOrigin, used, now.empty() || put(change, now, device));
 }
 
 // The first network of a delegated prefix is the LAN's; nothing of the rest leaves the gateway.

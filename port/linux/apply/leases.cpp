@@ -45,14 +45,6 @@ void followLeasedRouter(const std::string& interfacePath) {
     }
 }
 
-bool applyDhcpv4Client(const Change& change) {
-    const std::optional<Values>& values = change.now ? change.now : change.before;
-    if (values) {
-        followLeasedRouter(values->text("Interface"));
-    }
-    return writeResolver();
-}
-
 bool applyDns(const Change&) {
     return writeResolver();
 }

@@ -37,6 +37,11 @@ std::string deviceOf(const std::string& path) {
     return isDevice(device) ? device : std::string();
 }
 
+bool isUp(const std::string& interfacePath) {
+    const auto interface = stored<IpInterface>(instance(interfaceNumber(interfacePath)));
+    return interface && interface->Enable != 0 && interface->Status == "Up";
+}
+
 std::string leasedRouter(const std::string& interfacePath) {
     const int wanted = interfaceNumber(interfacePath);
     objIndex iid{};
@@ -47,6 +52,21 @@ std::string leasedRouter(const std::string& interfacePath) {
         }
     }
     return {};
+}
+
+std::string givenAddress(const std::string& interfacePath) {
+    const int wanted = interfaceNumber(interfacePath);
+    objIndex iid{};
+    while (const auto client = next<Dhcpv4Client>(iid)) {
+        if (holdsLease(*client) && interfaceNumber(client->Interface.c_str()) == wanted) {
+            return client->IPAddress.c_str();
+        }
+    }
+    const auto interface = stored<IpInterface>(instance(wanted));
+    const objIndex link = instance(interface ? numberIn(interface->LowerLayers.c_str(), "PPP.Interface.") : 0);
+    const auto ppp = stored<PppInterface>(link);
+    const auto layer = stored<PppInterfaceIpcp>(link);
+    return ppp && layer && ppp->ConnectionStatus == "Connected" ? layer->LocalIPAddress.c_str() : "";
 }
 
 std::vector<std::string> nameServers() {

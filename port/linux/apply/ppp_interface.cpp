@@ -2,6 +2,7 @@
 #include "hooks.h"
 #include "process.h"
 #include "stored.h"
+#include "use.h"
 #include "words.h"
 
 #include <sys/stat.h>
@@ -41,7 +42,7 @@ std::string carrier(const std::string& lowerLayers) {
     return isDevice(device) ? device : std::string();
 }
 
-bool writeOptions(const Values& values, const std::string& link, const std::string& device) {
+bool writeOptions(const PppInterface& ppp, const std::string& link, const std::string& device) {
     const std::string path = clientFile("ppp-" + link + ".options");
     unlink(path.c_str());
     FILE* const file = fopen(path.c_str(), "wxe");
@@ -51,42 +52,66 @@ bool writeOptions(const Values& values, const std::string& link, const std::stri
     }
     const bool secret = fchmod(fileno(file), 0600) == 0;
     fprintf(file, "plugin pppoe.so\nnic-%s\nlinkname %s\nifname %s\n", device.c_str(), link.c_str(),
-            values.text("X_VORAN_IfName").c_str());
-    fprintf(file, "user %s\npassword %s\n", quoted(values.text("Username")).c_str(),
-            quoted(values.text("Password")).c_str());
+            ppp.X_VORAN_IfName.c_str());
+    fprintf(file, "user %s\npassword %s\n", quoted(ppp.Username.c_str()).c_str(), quoted(ppp.Password.c_str()).c_str());
     fprintf(file, "nodetach\nnoauth\nnoipdefault\nnodefaultroute\nusepeerdns\nmaxfail 1\n%s",
-            values.flag("IPv6CPEnable") ? "+ipv6\n" : "");
+            ppp.IPv6CPEnable != 0 ? "+ipv6\n" : "");
     return fclose(file) == 0 && secret;
 }
 
-bool dial(const Values& values, const std::string& link) {
-    const std::string device = carrier(values.text("LowerLayers"));
+bool isDriverThere() {
+    return access("/dev/ppp", F_OK) == 0;
+}
+
+bool dial(const PppInterface& ppp, const std::string& link) {
+    const std::string device = carrier(ppp.LowerLayers.c_str());
     if (processOf(pidFile(link)) != 0) {
         return true;
     }
-    if (device.empty() || !isWord(values.text("X_VORAN_IfName"))) {
+    if (device.empty() || !isWord(ppp.X_VORAN_IfName.c_str())) {
         fprintf(stderr, "port-apply: %s has no device to dial over, or none to make\n", link.c_str());
         return false;
     }
-    if (access("/dev/ppp", F_OK) != 0) {
-        fprintf(stderr, "port-apply: this kernel has no PPP, %s is not dialled\n", link.c_str());
+    if (!isDriverThere()) {
+        vlog_log_f(VLOG_WARNING, "ppp_interface", __LINE__, __func__, "this kernel has no PPP, %s is not dialled",
+                   link.c_str());
         return true;
     }
-    return writeOptions(values, link, device) && startClient("ppp", link);
+    return writeOptions(ppp, link, device) && startClient("ppp", link);
+}
+
+Stored<PppInterface> linkAt(const std::string& path) {
+    return stored<PppInterface>(instance(numberIn(path, "PPP.Interface.")));
 }
 
 }  // namespace
 
+bool resetPpp(const std::string& path) {
+    const auto ppp = linkAt(path);
+    const std::string link = ppp ? ppp->X_VORAN_LinkName.c_str() : "";
+    if (!isWord(link) || ppp->Enable == 0) {
+        return complain(path, "is not enabled, or has no link name: there is no session to begin anew");
+    }
+    if (!isDriverThere()) {
+        return complain(path, "cannot be dialled: this kernel has no PPP");
+    }
+    endProcess(pidFile(link), SIGTERM);
+    return run({"vcfgctl", "set", "--no-apply", path + ".ConnectionStatus=Connecting"}) && dial(*ppp, link);
+}
+
 bool applyPppInterface(const Change& change) {
     const std::optional<Values>& values = change.now ? change.now : change.before;
+    if (change.now && change.now->flag("Reset")) {
+        return resetPpp(change.path);
+    }
     const std::string link = values ? values->text("X_VORAN_LinkName") : std::string();
     if (!isWord(link)) {
         return true;
     }
     const std::string before = change.before ? change.before->text("ConnectionStatus") : "";
     const std::string now = change.now ? change.now->text("ConnectionStatus") : "Disconnected";
-    if (now == "Connecting" && values->flag("Enable")) {
-        return dial(*values, link);
+    if (const auto ppp = linkAt(change.path); now == "Connecting" && ppp && ppp->Enable != 0) {
+        return dial(*ppp, link);
     }
     if (now == "Connected" && before != now && values->flag("IPv6CPEnable")) {
         return startIpv6Over(change.path);

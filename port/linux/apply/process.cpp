@@ -12,14 +12,13 @@
 namespace {
 
 constexpr int kEndAttempts = 150;
-constexpr long kPauseNs = 20000000;
-
-void waitAMoment() {
-    const timespec moment{0, kPauseNs};
-    nanosleep(&moment, nullptr);
-}
 
 }  // namespace
+
+void waitAMoment() {
+    constexpr timespec kMoment{0, 20000000};
+    nanosleep(&kMoment, nullptr);
+}
 
 bool run(const std::vector<std::string>& words, bool quiet) {
     std::vector<char*> arguments;

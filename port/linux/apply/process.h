@@ -16,3 +16,5 @@ void signalProcess(const std::string& pidFile, int signal);
 // Signals that process and waits until it has ended, with all that it has started: a helper of it may clean up after
 // it, and must not clean up its successor. What does not end in time is killed.
 void endProcess(const std::string& pidFile, int signal);
+// Between two looks at what another process does.
+void waitAMoment();

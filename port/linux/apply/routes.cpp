@@ -1,15 +1,20 @@
 #include "hooks.h"
 #include "model.h"
 #include "network.h"
+#include "process.h"
+#include "stored.h"
+#include "use.h"
 #include "words.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
 
-// The route in the words of the ip command; empty while it is not in use, or when it leads nowhere.
-Words usedRoute(const std::optional<Values>& values) {
-    if (!values || !values->flag("Enable") || values->text("Status") == "Disabled") {
+constexpr const char* kOrigin = "Origin";
+
+// The route in the words of the ip command; empty for one that is not enabled, or leads nowhere.
+Words enabledRoute(const std::optional<Values>& values) {
+    if (!isEnabled(values)) {
         return {};
     }
     const std::string destination = values->text("DestIPAddress");
@@ -41,10 +46,26 @@ Words with(const char* verb, const Words& route) {
 }  // namespace
 
 bool applyIpv4Forwarding(const Change& change) {
-    const Words before = usedRoute(change.before);
-    const Words now = usedRoute(change.now);
+    const bool used = isUsed(change, kOrigin, statusOf<RoutingIpv4Forwarding>(change.path));
+    const Words before = enabledRoute(change.before);
+    const Words now = used ? enabledRoute(change.now) : Words();
     if (!before.empty() && before != now) {
         ipQuietly(with("del", before));
     }
-    return now.empty() || ip(with("replace", now));
+    if (used && now.empty() && isOwn(*change.now, kOrigin)) {
+        return refuse(change, "Error_Misconfigured", "is enabled and leads nowhere");
+    }
+    return tellUse(change, kOrigin, used, now.empty() || ip(with("replace", now)));
+}
+
+void applyRoutesOver(const std::string& interfacePath) {
+    const int wanted = interfaceNumber(interfacePath);
+    objIndex iid{};
+    while (const auto route = next<RoutingIpv4Forwarding>(iid)) {
+        if (route->Enable != 0 && route->Status == "Enabled" && interfaceNumber(route->Interface.c_str()) == wanted) {
+            run({"vcfgctl", "set",
+                 "Routing.Router." + std::to_string(iid.idx[0]) + ".IPv4Forwarding." + std::to_string(iid.idx[1]) +
+                     ".Enable=true"});
+        }
+    }
 }

@@ -32,3 +32,12 @@ Stored<Object> stored(objIndex iid) {
 int numberIn(const std::string& path, const std::string& table);
 // The instance of a table that has one level.
 objIndex instance(int number);
+// The instance that the numbers of a path name.
+objIndex instanceAt(const std::string& path);
+
+// What the data model says of it now; a hook's record is of when it was written. Empty for one that is gone.
+template <class Object>
+std::string statusOf(const std::string& path) {
+    const auto record = stored<Object>(instanceAt(path));
+    return record ? record->Status.c_str() : "";
+}
