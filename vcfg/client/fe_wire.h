@@ -30,14 +30,20 @@ enum Request : uint32_t {
     kSave = 0x00F00011,         // -                            -> -, when the configuration is on the disk
     kLoadPart = 0x00F00012,     // payload: a part of a model's text, oid: the offset where it begins -> -
     kLoad = 0x00F00013,         // payload: WriteHeader         -> -, when those parts have become the model
-    kChangeAll = 0x00F00014     // payload: WriteHeader, then steps -> the instance of each step, one objIndex after the
+    kChangeAll = 0x00F00014,    // payload: WriteHeader, then steps -> the instance of each step, one objIndex after the
                                 // other, when all have been made. A step is a StepHeader with a NUL-terminated JSON
                                 // object behind it, or nothing
+    kStartUp = 0x00F00015       // -                            -> StartUpHeader
 };
 
 // Who serves an object. A hook that is not there is an empty text.
 struct ServiceHeader {
     int32_t process;
+};
+
+// Whether the process that serves endpoint 2 has completed its start-up.
+struct StartUpHeader {
+    int32_t completed;
 };
 
 struct WriteHeader {
