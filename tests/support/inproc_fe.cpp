@@ -312,6 +312,11 @@ void fail(Operation operation, const std::string& pattern, int times, int code) 
     world.faults[{operation, pattern}] = {times, code};
 }
 
+void failNoMore() {
+    const std::lock_guard lock(mutex);
+    world.faults.clear();
+}
+
 void nullRecord(const std::string& pattern) {
     const std::lock_guard lock(mutex);
     world.nullRecords.push_back(pattern);
@@ -350,6 +355,11 @@ void forgetWrites() {
 std::vector<std::string> reads() {
     const std::lock_guard lock(mutex);
     return world.reads;
+}
+
+void forgetReads() {
+    const std::lock_guard lock(mutex);
+    world.reads.clear();
 }
 
 unsigned calls() {
