@@ -62,7 +62,7 @@ TEST_F(StoreWatch, LoadingTellsWhatDiffers) {
     const char* const model = R"({"version":1,"objects":{"DHCPv4.Client.1":{"Alias":"new","Enable":true},)"
                               R"("DHCPv4.Client.3":{"Alias":"three"}}})";
     EXPECT_EQ(store.fromText(model, vcfg::store::What::All, vcfg::store::Unknown::Refuse, nullptr, nullptr), VCFG_OK);
-    EXPECT_EQ(lines, (Lines{"DHCPv4.Client.2:  -> -", "DHCPv4.Client.1.ReqOption.1:  -> -",
+    EXPECT_EQ(lines, (Lines{"DHCPv4.Client.1.ReqOption.1:  -> -", "DHCPv4.Client.2:  -> -",
                             "DHCPv4.Client.1.Alias: old -> new", "DHCPv4.Client.1.ReqOptionNumberOfEntries: 1 -> 0",
                             "DHCPv4.Client.3: - -> ", "DHCPv4.Client.3.Alias:  -> three"}));
 }
