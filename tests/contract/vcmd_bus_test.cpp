@@ -103,12 +103,50 @@ TEST_F(VcmdOnTheBus, ATakeoverOfTheDaemonsEndpointIsAnAppearance) {
     ASSERT_NE(received(*second), nullptr);
 }
 
-TEST_F(VcmdOnTheBus, TheDaemonsCompletionNoticeIsAnswered) {
+vcfg_msg_t* completionNotice(uint8_t from) {
     auto* notice = static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + 1));
     notice->type = VCFG_MSG_INIT_DATAMODEL_FIN;
-    notice->srcEid = VCFG_EID_TARN;
+    notice->srcEid = from;
     notice->dstEid = VCFG_EID_VCMD;
     notice->requestId = 4711;
+    return notice;
+}
+
+void sayStartUpIsCompleted(uint8_t from) {
+    vcfg_msg_t* reply = nullptr;
+    ASSERT_EQ(vcfg_msg_sendAndGetReply(completionNotice(from), &reply, kPatienceMs), VCFG_OK);
+    free(reply);
+}
+
+bool hasStarted() {
+    const vcfg::Answer answer = ask(wire::kStartUp);
+    wire::StartUpHeader header{-1};
+    EXPECT_EQ(answer.body.size(), sizeof header);
+    memcpy(&header, answer.body.data(), std::min(answer.body.size(), sizeof header));
+    EXPECT_TRUE(header.completed == 0 || header.completed == 1) << header.completed;
+    return header.completed == 1;
+}
+
+TEST_F(VcmdOnTheBus, StartUpIsCompletedWhenTheDaemonSaysSo) {
+    EXPECT_FALSE(hasStarted());
+    const auto daemon = serve(VCFG_EID_TARN);
+    EXPECT_FALSE(hasStarted());
+    sayStartUpIsCompleted(VCFG_EID_TARN_GROUND);
+    EXPECT_FALSE(hasStarted()) << "by another endpoint's notice";
+    sayStartUpIsCompleted(VCFG_EID_TARN);
+    EXPECT_TRUE(hasStarted());
+}
+
+TEST_F(VcmdOnTheBus, ANewDaemonHasItsOwnStartUpToComplete) {
+    const auto first = serve(VCFG_EID_TARN);
+    sayStartUpIsCompleted(VCFG_EID_TARN);
+    ASSERT_TRUE(hasStarted());
+    const auto second = serve(VCFG_EID_TARN);
+    EXPECT_FALSE(hasStarted());
+}
+
+TEST_F(VcmdOnTheBus, TheDaemonsCompletionNoticeIsAnswered) {
+    vcfg_msg_t* const notice = completionNotice(VCFG_EID_TARN);
     vcfg_msg_t* reply = nullptr;
     ASSERT_EQ(vcfg_msg_sendAndGetReply(notice, &reply, kPatienceMs), VCFG_OK);
     EXPECT_EQ(reply->requestId, 4711u);

@@ -28,12 +28,18 @@ enum Request : uint32_t {
     kService = 0x00F00010,      // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
     kSave = 0x00F00011,         // -                            -> -, when the configuration is on the disk
     kLoadPart = 0x00F00012,     // payload: a part of a model's text, oid: the offset where it begins -> -
-    kLoad = 0x00F00013          // -                            -> -, when those parts have become the model
+    kLoad = 0x00F00013,         // -                            -> -, when those parts have become the model
+    kStartUp = 0x00F00014       // -                            -> StartUpHeader
 };
 
 // Who serves an object. A hook that is not there is an empty text.
 struct ServiceHeader {
     int32_t process;
+};
+
+// Whether the process that serves endpoint 2 has completed its start-up.
+struct StartUpHeader {
+    int32_t completed;
 };
 
 struct WriteHeader {

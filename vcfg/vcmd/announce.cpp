@@ -41,6 +41,7 @@ void lookForDaemon(Announcer& announcer) {
         return;
     }
     announcer.announced = now;
+    announcer.completed = false;
     announcer.due = true;
     announcer.tries = 0;
     announcer.nextTry = Deadline::in(0);

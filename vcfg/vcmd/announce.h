@@ -28,6 +28,7 @@ SocketFile socketFile(uint8_t eid);
 struct Announcer {
     Fd watch;  // tells of sockets that come and go in the run directory
     SocketFile announced;
+    bool completed = false;  // the process behind that socket has completed its start-up
     bool due = false;
     unsigned tries = 0;
     Deadline nextTry = Deadline::never();

@@ -28,13 +28,21 @@ void serveWatch(Vcmd& vcmd, Staged& staged) {
 }
 
 // The daemon waits for this answer although the type says that none is expected; it prints the text.
-void confirmStartUp(Staged& staged) {
+void confirmStartUp(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& notice = *staged.request.message;
+    vcmd.announcer.completed = vcmd.announcer.completed || notice.srcEid == VCFG_EID_TARN;
     VCMD_LOG(VLOG_INFO, "endpoint %u has completed its start-up", notice.srcEid);
     staged.answer = newMessage(VCFG_MSG_INIT_DATAMODEL_FIN, notice.srcEid, "OK", true);
     if (staged.answer != nullptr) {
         staged.answer->requestId = notice.requestId;
     }
+}
+
+// A daemon that was started a moment ago is looked for first: its predecessor's completion is not its own.
+void serveStartUp(Vcmd& vcmd, Staged& staged) {
+    lookForDaemon(vcmd.announcer);
+    const wire::StartUpHeader header{vcmd.announcer.completed ? 1 : 0};
+    confirm(staged, {}, std::as_bytes(std::span(&header, 1)));
 }
 
 void serveOther(Vcmd& vcmd, Staged& staged) {
@@ -44,7 +52,9 @@ void serveOther(Vcmd& vcmd, Staged& staged) {
     } else if (message.type == wire::kService) {
         serveService(vcmd, staged);
     } else if (message.type == VCFG_MSG_INIT_DATAMODEL_FIN) {
-        confirmStartUp(staged);
+        confirmStartUp(vcmd, staged);
+    } else if (message.type == wire::kStartUp) {
+        serveStartUp(vcmd, staged);
     } else if (message.type == wire::kPing) {
         lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
         confirm(staged);

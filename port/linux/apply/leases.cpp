@@ -3,6 +3,8 @@
 #include <vcfg/vcfg.h>
 
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 #include "hooks.h"
 #include "model.h"
@@ -11,18 +13,28 @@
 namespace {
 
 constexpr const char* kResolver = "/etc/resolv.conf";
-constexpr const char* kNewResolver = "/etc/.resolv.conf.new";
+constexpr const char* kOwnResolver = "/run/tarn/resolv.conf";
+
+// A machine whose resolver's file is a link to ours keeps the link: it may be all that we are allowed to write.
+std::string resolver() {
+    char target[64];
+    const ssize_t size = readlink(kResolver, target, sizeof target);
+    const bool isOurs = size > 0 && std::string_view(target, static_cast<size_t>(size)) == kOwnResolver;
+    return isOurs ? kOwnResolver : kResolver;
+}
 
 bool writeResolver() {
-    FILE* const file = fopen(kNewResolver, "we");
+    const std::string place = resolver();
+    const std::string next = place + ".new";
+    FILE* const file = fopen(next.c_str(), "we");
     if (file == nullptr) {
-        perror("port-apply: /etc/resolv.conf");
+        perror(("port-apply: " + next).c_str());
         return false;
     }
     for (const std::string& server : nameServers()) {
         fprintf(file, "nameserver %s\n", server.c_str());
     }
-    return fclose(file) == 0 && rename(kNewResolver, kResolver) == 0;
+    return fclose(file) == 0 && rename(next.c_str(), place.c_str()) == 0;
 }
 
 }  // namespace

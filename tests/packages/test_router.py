@@ -1,0 +1,174 @@
+"""The packages on a clean machine: installed, set up, leased, failed over, upgraded and removed, one after the other on one
+machine, as an administrator would go."""
+import json
+import re
+
+import pytest
+from machine import Machine, until
+from neighbours import Host, Provider
+
+FIRST, SECOND = "198.51.100", "203.0.113"
+NOT_OURS = r"/(proc|sys|dev|run|tmp|packages|var/(lib/(apt|dpkg|systemd)|log|cache))(/|$)"
+
+
+@pytest.fixture(scope="module", name="street")
+def a_street(older_packages, packages):
+    """The machine, and who is at its cables."""
+    folder = older_packages.parent / "both"
+    folder.mkdir()
+    (folder / "old").symlink_to(older_packages)
+    (folder / "new").symlink_to(packages)
+    machine = Machine(folder)
+    ends = []
+    try:
+        ends.append(Provider(machine, "wan0", FIRST, "2001:db8:1"))
+        ends.append(Provider(machine, "wan1", SECOND, "2001:db8:2"))
+        ends.append(Host(machine, "lan0"))
+        ends.append(Host(machine, "lan1"))
+        for provider in ends[:2]:
+            provider.serve()
+        yield machine, *ends
+    finally:
+        for end in ends:
+            end.end()
+        machine.end()
+
+
+def files(machine):
+    found = machine.out("find / -xdev -not -type d; find /etc /usr/libexec /usr/share /var/lib -xdev -type d").splitlines()
+    return {name for name in found if not re.match(NOT_OURS, name)}
+
+
+def default_route(machine):
+    first = (machine.out("ip -4 route show default").splitlines() or [""])[0]
+    return first
+
+
+def client(machine, device):
+    return machine.out(f"cat /run/udhcpc-{device}.pid").strip()
+
+
+def test_installing_touches_no_interface(street):
+    machine = street[0]
+    machine.before = files(machine)
+    machine.passwords = machine.out("cat /etc/passwd /etc/group")
+    machine.install("old")
+    assert machine.out("systemctl is-active vcmd tarn").split() == ["inactive", "inactive"]
+    assert "UP" not in machine.out("ip -br link show wan0").split()[1]
+    assert machine.out("tarn-port check").count("missing  /usr/libexec") == 0
+
+
+def test_setup_starts_the_services_and_leases(street):
+    machine = street[0]
+    machine.sh("tarn-port setup --wan wan0 --wan wan1 --lan lan0 --lan lan1 --ipv6")
+    assert machine.out("systemctl is-active vcmd tarn").split() == ["active", "active"]
+    machine.until("IP.Interface.1.IPv4Address.*.Status", "Enabled")
+    addresses = machine.get("IP.Interface.1.IPv4Address.")
+    assert any(value.startswith(FIRST) for value in addresses.values()), addresses
+    assert FIRST in machine.out("ip -4 addr show wan0")
+    machine.until("IP.Interface.3.IPv4Address.*.Status", "Enabled")
+    assert f"via {FIRST}.1 dev wan0" in default_route(machine)
+    assert f"nameserver {FIRST}.53" in machine.out("cat /etc/resolv.conf")
+    assert machine.out("ping -c 1 -W 5 198.51.100.1").count("1 received") == 1
+
+
+def test_run_directory_is_the_groups(street):
+    machine = street[0]
+    assert machine.out("stat -c '%a %U %G' /run/vcfg").strip() == "770 root tarn"
+    machine.sh("adduser --quiet --disabled-password --gecos '' anna; adduser --quiet --disabled-password --gecos '' ben; adduser anna tarn")
+    member = machine.sh("runuser -u anna -- vcfgctl get IP.Interface.1.IPv4Address.")
+    assert FIRST in member.stdout
+    assert machine.sh("runuser -u anna -- vcfgctl set DeviceInfo.HostName=annas").returncode == 0
+    assert machine.sh("runuser -u ben -- vcfgctl get IP.Interface.1.IPv4Address.", check=False).returncode != 0
+
+
+def test_lan_hosts_are_served(street):
+    machine, _, _, one, other = street
+    addresses = {host.lease(machine) for host in (one, other)}
+    assert len(addresses) == 2 and all(address.startswith("192.168.77.") for address in addresses)
+    for host in (one, other):
+        host.run("ping", "-c", "1", "-W", "5", "192.168.77.1")
+
+
+def test_renewal_brings_new_routes(street):
+    machine, first = street[:2]
+    first.serve(f"0.0.0.0/0,{FIRST}.1", f"10.9.0.0/16,{FIRST}.7")
+    machine.sh("vcfgctl send --to tarn --type 0x3ED --iid 1 --reply")
+    until(lambda: f"10.9.0.0/16 via {FIRST}.7 dev wan0" in machine.out("ip -4 route"), lambda: machine.out("ip -4 route"))
+    assert "10.9.0.0" in machine.get("Routing.Router.1.IPv4Forwarding.*.DestIPAddress").values()
+
+
+def test_dual_stack(street):
+    machine = street[0]
+    until(lambda: "2001:db8:1::1" in machine.out("ip -6 addr show wan0 scope global"), lambda: machine.out("ip -6 addr; journalctl -n 50 --no-pager"))
+    until(lambda: any(v.startswith("2001:db8:1") for v in machine.get("IP.Interface.1.IPv6Address.*.IPAddress").values()),
+          lambda: machine.get("IP.Interface.1.IPv6Address."))
+    until(lambda: "dev wan0" in machine.out("ip -6 route show default"), lambda: machine.out("ip -6 route"))
+
+
+def test_cable_pulled_and_plugged(street):
+    machine, first = street[:2]
+    first.pull()
+    machine.until("IP.Interface.1.Status", "LowerLayerDown")
+    until(lambda: f"via {SECOND}.1 dev wan1" in default_route(machine), lambda: machine.out("ip -4 route"))
+    assert machine.out(f"ping -c 1 -W 5 {SECOND}.1").count("1 received") == 1
+    first.plug()
+    machine.until("IP.Interface.1.Status", "Up")
+    until(lambda: f"via {FIRST}.1 dev wan0" in default_route(machine), lambda: machine.out("ip -4 route"))
+
+
+def test_watchdog_restarts_a_silent_daemon_and_the_lease_stays(street):
+    machine = street[0]
+    machine.until("DHCPv4.Client.1.DHCPStatus", "Bound")
+    lease, process = client(machine, "wan0"), machine.out("systemctl show -P MainPID tarn").strip()
+    machine.sh(f"kill -STOP {process}")
+    until(lambda: machine.out("systemctl show -P MainPID tarn").strip() not in (process, "0")
+          and machine.out("systemctl is-active tarn").strip() == "active", lambda: machine.out("systemctl status tarn"), 150)
+    assert "Watchdog timeout" in machine.out("journalctl -u tarn --no-pager")
+    assert client(machine, "wan0") == lease
+    assert FIRST in machine.out("ip -4 addr show wan0")
+    machine.until("IP.Interface.1.IPv4Address.*.Status", "Enabled")
+
+
+def test_killed_configuration_daemon_comes_back_with_the_lease(street):
+    machine = street[0]
+    lease = client(machine, "wan0")
+    machine.sh("systemctl kill -s KILL --kill-whom=main vcmd")
+    until(lambda: machine.sh("vcfgctl save", check=False).returncode == 0, lambda: machine.out("systemctl status vcmd"))
+    assert client(machine, "wan0") == lease
+    machine.until("IP.Interface.1.IPv4Address.*.Status", "Enabled")
+
+
+def test_upgrade_keeps_configuration_and_lease(street):
+    machine = street[0]
+    machine.sh("vcfgctl set --wait DHCPv4.Server.Pool.1.LeaseTime=1234 && vcfgctl save")
+    lease = client(machine, "wan0")
+    machine.install("new")
+    assert machine.out("systemctl is-active vcmd tarn").split() == ["active", "active"]
+    assert machine.out("dpkg-query -W -f '${Version}' tarn-linux") != "0.0.9"
+    assert machine.get("DHCPv4.Server.Pool.1.LeaseTime") == {"DHCPv4.Server.Pool.1.LeaseTime": "1234"}
+    assert machine.get("DeviceInfo.HostName") == {"DeviceInfo.HostName": "annas"}
+    assert client(machine, "wan0") == lease
+    machine.until("IP.Interface.1.IPv4Address.*.Status", "Enabled")
+
+
+def test_sandbox_is_as_the_page_says(street, page):
+    machine = street[0]
+    for unit in ("vcmd.service", "tarn.service", "tarn-client@.service"):
+        name = unit.replace("@", "@x")
+        figure = re.search(r"level for \S+: ([0-9.]+)", machine.out(f"systemd-analyze security --no-pager {name}"))[1]
+        assert f"| `{unit}` | {figure} |" in page, f"{unit}: {figure}"
+
+
+def test_removal_and_purge_leave_nothing(street):
+    machine = street[0]
+    names = "tarn-linux tarn libvcfg1 libvcfg-dev vcfg-tools tarn-virtual-gateway"
+    machine.sh(f"apt-get remove -y -qq {names}")
+    assert machine.out("ip -4 -o addr show scope global").strip() == ""
+    assert machine.out("ls /sys/class/net").split() == ["lan0", "lan1", "lo", "wan0", "wan1"]
+    assert machine.out("systemctl list-units --all --no-legend 'tarn*' 'vcmd*'").strip() == ""
+    kept = json.loads(machine.out("cat /var/lib/tarn/vcfg_config.json"))
+    assert kept["objects"]["DHCPv4.Server.Pool.1"]["LeaseTime"] == 1234
+    machine.sh(f"apt-get purge -y -qq {names} && apt-get autoremove -y -qq --purge; deluser --remove-home anna; deluser --remove-home ben")
+    assert files(machine) - machine.before == set()
+    assert [line for line in machine.out("cat /etc/passwd /etc/group").splitlines() if line not in machine.passwords] == []
