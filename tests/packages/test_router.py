@@ -162,7 +162,7 @@ def test_sandbox_is_as_the_page_says(street, page):
 
 def test_removal_and_purge_leave_nothing(street):
     machine = street[0]
-    names = "tarn-linux tarn libvcfg1 libvcfg-dev vcfg-tools tarn-virtual-gateway"
+    names = "tarn-linux tarn libvcfg1 vcfg-tools"
     machine.sh(f"apt-get remove -y -qq {names}")
     assert machine.out("ip -4 -o addr show scope global").strip() == ""
     assert machine.out("ls /sys/class/net").split() == ["lan0", "lan1", "lo", "wan0", "wan1"]

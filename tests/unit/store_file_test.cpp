@@ -216,6 +216,16 @@ TEST(StoreJson, ValuesMayStandInAnyForm) {
     EXPECT_EQ(value(store, "IP.Interface.1.MaxMTUSize"), "1400");
 }
 
+TEST(StoreJson, CommentsMayStandWhereBlanksMay) {
+    Store store;
+    std::string why;
+    const char* const json = R"(/* "{ */ {/**/ "version"/* 2 */:1/* one */, /* a */ /* b */ "objects": { /* "}] */
+        "IP.Interface.1": {"Alias": "/* kept */" /* { */, "LastChange": 7/**/}} /* / */ } /* the end */)";
+    ASSERT_EQ(store.fromText(json, What::All, Unknown::Refuse, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(value(store, "IP.Interface.1.Alias"), "/* kept */");
+    EXPECT_EQ(value(store, "IP.Interface.1.LastChange"), "7");
+}
+
 TEST(StoreJson, BadValuesOfKnownParametersAreSkippedOneByOne) {
     Store store;
     Skipped skipped;
@@ -230,12 +240,26 @@ TEST(StoreJson, BadValuesOfKnownParametersAreSkippedOneByOne) {
 }
 
 TEST(StoreJson, WhatIsNoModelFileIsRefused) {
-    for (const char* bad : {"", "{", "null", R"({"version":1,"objects":{}}})", R"({"version":1,"objects":{}} x)",
-                            R"({"version":1,"objects":{"IP.Interface.1":{}})", R"({"version":1,"objects":{"a" 1}})",
-                            R"({"version":1,"objects":{"a":1,}})", R"({"version":1,"objects":{"a":1 "b":2}})",
-                            R"({"version":1,"objects":{"a":}})", R"({"version":1,"objects":{"a)", "{}",
-                            R"({"version":2,"objects":{}})", R"({"version":"1","objects":{}})", R"({"version":1})",
-                            R"({"version":1,"objects":[]})", R"({"objects":{}})"}) {
+    for (const char* bad : {"",
+                            "{",
+                            "null",
+                            R"({"version":1,"objects":{}}})",
+                            R"({"version":1,"objects":{}} x)",
+                            R"({"version":1,"objects":{"IP.Interface.1":{}})",
+                            R"({"version":1,"objects":{"a" 1}})",
+                            R"({"version":1,"objects":{"a":1,}})",
+                            R"({"version":1,"objects":{"a":1 "b":2}})",
+                            R"({"version":1,"objects":{"a":}})",
+                            R"({"version":1,"objects":{"a)",
+                            "{}",
+                            R"({"version":2,"objects":{}})",
+                            R"({"version":"1","objects":{}})",
+                            R"({"version":1})",
+                            R"({"version":1,"objects":[]})",
+                            R"({"objects":{}})",
+                            R"({"version":1,"objects":{}} /)",
+                            R"({"version":1/,"objects":{}})",
+                            R"({"version":1,"objects":{ /* })"}) {
         Store store;
         fill(store);
         std::string why;

@@ -1,5 +1,6 @@
 #include "members.h"
 
+#include <algorithm>
 #include <climits>
 #include <new>
 
@@ -8,8 +9,23 @@ namespace {
 
 constexpr std::string_view kBlank = " \t\r\n";
 
+// The length of the comment that `text` begins with; one without an end is all of it. 0 when there is none.
+size_t commentLength(std::string_view text) {
+    if (!text.starts_with("/*")) {
+        return 0;
+    }
+    const size_t end = text.find("*/", 2);
+    return end == text.npos ? text.size() : end + 2;
+}
+
+// A file that somebody is to edit may have comments wherever it may have blanks.
 void skipBlank(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kBlank), text.size()));
+    size_t comment = 0;
+    do {
+        text.remove_prefix(std::min(text.find_first_not_of(kBlank), text.size()));
+        comment = commentLength(text);
+        text.remove_prefix(comment);
+    } while (comment != 0);
 }
 
 // The length of the string that `text` begins with, quotes included; 0 when it has no end.
@@ -25,7 +41,11 @@ size_t stringLength(std::string_view text) {
 // The length of the object or array that `text` begins with; 0 when it has no end.
 size_t nestedLength(std::string_view text) {
     size_t depth = 0;
-    for (size_t at = 0; (at = text.find_first_of("\"{}[]", at)) != text.npos;) {
+    for (size_t at = 0; (at = text.find_first_of("\"{}[]/", at)) != text.npos;) {
+        if (text[at] == '/') {
+            at += std::max(commentLength(text.substr(at)), size_t{1});
+            continue;
+        }
         if (text[at] == '"') {
             const size_t length = stringLength(text.substr(at));
             if (length == 0) {
@@ -92,7 +112,7 @@ std::string_view Members::takeValue() {
     const char first = rest_.empty() ? '\0' : rest_.front();
     const size_t length = first == '"'                   ? stringLength(rest_)
                           : first == '{' || first == '[' ? nestedLength(rest_)
-                                                         : std::min(rest_.find_first_of(",}] \t\r\n"), rest_.size());
+                                                         : std::min(rest_.find_first_of(",}]/ \t\r\n"), rest_.size());
     const std::string_view value = rest_.substr(0, length);
     rest_.remove_prefix(length);
     return value;

@@ -9,7 +9,7 @@ import pytest
 PORT = pathlib.Path(__file__).resolve().parents[1]
 CHECK = PORT / "root/usr/sbin/tarn-port"
 CLIENTS = ("ip", "udhcpc", "dhcpcd", "pppd", "dnsmasq", "chronyd", "ping", "traceroute", "dig", "curl")
-OWN = ("port-event", "port-rad", "port-apply", "port-diag", "port-ntp", "port-spawn")
+OWN = ("port-event", "port-rad", "port-apply", "port-diag", "port-ntp", "port-spawn", "port-attend")
 
 
 def executable(path):
@@ -78,6 +78,15 @@ def test_hook_of_somebody_else_is_told_from_ours(machine):
     result = check(machine)
     assert result.returncode == 1
     assert "foreign  /etc/ppp/ip-up is somebody else's" in result.stdout
+
+
+def test_script_in_the_folder_that_debians_hook_runs_is_ours_too(machine):
+    executable(machine / "root/etc/ppp/ip-up")
+    shutil.copytree(PORT / "root/etc/ppp", machine / "root/etc/ppp/ip-up.d")
+    (machine / "root/etc/ppp/ip-up.d/ip-up").rename(machine / "root/etc/ppp/ip-up.d/0tarn")
+    result = check(machine)
+    assert result.returncode == 0, result.stdout
+    assert "ok       /etc/ppp/ip-up.d/0tarn" in result.stdout
 
 
 def test_changes_nothing_and_runs_nothing(machine):

@@ -1,10 +1,10 @@
 # tarn-port setup: makes a router of this machine, with those interfaces. --print only shows the configuration.
 # tarn-port undo: undoes all of it, the configuration included.
 # tarn-port release, take: hands the interfaces back while the configuration stays, and takes them again. Read by tarn-port.
-# shellcheck source=port/linux/root/usr/libexec/tarn/interfaces.sh
-. /usr/libexec/tarn/interfaces.sh
-# shellcheck source=port/linux/root/usr/libexec/tarn/router.sh
-. /usr/libexec/tarn/router.sh
+# shellcheck source=port/linux/root/usr/share/tarn/interfaces.sh
+. /usr/share/tarn/interfaces.sh
+# shellcheck source=port/linux/root/usr/share/tarn/router.sh
+. /usr/share/tarn/router.sh
 router=/etc/tarn/router.json
 
 refuse() {
