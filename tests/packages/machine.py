@@ -85,7 +85,7 @@ class Machine:
     def install(self, folder):
         """All but the virtual gateway, which a router has no use for."""
         names = " ".join(f"/packages/{folder}/{name}_*.deb" for name in ROUTER)
-        return self.sh(f"apt-get install -y -qq {names}")
+        return self.sh(f"apt-get install -y -qq --no-install-recommends {names} dhcpcd-base dnsmasq-base")
 
     def get(self, path):
         return dict(line.partition("=")[::2] for line in self.out(f"vcfgctl get '{path}'").splitlines())

@@ -12,10 +12,9 @@ NOT_OURS = r"/(proc|sys|dev|run|tmp|packages|var/(lib/(apt|dpkg|systemd)|log|cac
 
 
 @pytest.fixture(scope="module", name="street")
-def a_street(older_packages, packages):
+def a_street(older_packages, packages, tmp_path_factory):
     """The machine, and who is at its cables."""
-    folder = older_packages.parent / "both"
-    folder.mkdir()
+    folder = tmp_path_factory.mktemp("both")
     (folder / "old").symlink_to(older_packages)
     (folder / "new").symlink_to(packages)
     machine = Machine(folder)
