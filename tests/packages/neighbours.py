@@ -44,7 +44,7 @@ class Provider(Neighbour):
         told = [f"--dhcp-option=121,{','.join(routes)}"] if routes else []
         with open(self.log, "a", encoding="utf-8") as log:
             self.server = subprocess.Popen(
-                ["ip", "netns", "exec", self.space, "dnsmasq", "--keep-in-foreground", "--log-facility=-", "--conf-file=/dev/null",
+                ["ip", "netns", "exec", self.space, "dnsmasq", "--keep-in-foreground", "--log-facility=-", "--conf-file=/dev/null", "--pid-file=", "--user=root",
                  "--port=0", "--interface=cable", "--bind-interfaces", "--dhcp-authoritative", "--log-dhcp",
                  f"--dhcp-range={self.net}.100,{self.net}.199,255.255.255.0,600", f"--dhcp-leasefile={self.log}.leases",
                  f"--dhcp-option=3,{self.net}.1", f"--dhcp-option=6,{self.net}.53", "--enable-ra", "--ra-param=cable,10,600",

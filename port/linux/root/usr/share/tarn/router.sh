@@ -12,12 +12,14 @@ wan() {
       "LowerLayers": "Ethernet.Link.$number", "X_VORAN_IfName": "$device", "X_VORAN_WAN": true},
     "DHCPv4.Client.$number": {"Enable": true, "Alias": "wan-$device", "Interface": "IP.Interface.$number",
       "X_VORAN_PidFile": "/var/run/udhcpc-$device.pid"},
+    "DHCPv4.Client.$number.ReqOption.1": {"Enable": true, "Order": 1, "Alias": "opt121", "Tag": 121},
     "InterfaceStack.$((2 * number))": {"HigherLayer": "IP.Interface.$number", "LowerLayer": "Ethernet.Link.$number"},
     "InterfaceStack.$((2 * number + 1))": {"HigherLayer": "Ethernet.Link.$number", "LowerLayer": "Ethernet.Interface.$number"},
 END
     [ "$ipv6" = false ] || cat <<END
     "DHCPv6.Client.$number": {"Enable": true, "Alias": "wan-$device", "Interface": "IP.Interface.$number",
-      "RequestAddresses": true, "RequestPrefixes": true, "RequestedOptions": "23"},
+      "RequestAddresses": true, "RequestPrefixes": true, "RequestedOptions": "23",
+      "X_VORAN_PidFile": "/run/dhcpcd/$device-6.pid"},
 END
 }
 
