@@ -2,6 +2,7 @@
 machine, as an administrator would go."""
 import json
 import re
+import time
 
 import pytest
 from machine import Machine, until
@@ -47,10 +48,20 @@ def client(machine, device):
     return machine.out(f"cat /run/udhcpc-{device}.pid").strip()
 
 
-def test_installing_touches_no_interface(street):
+def test_full_disk_fails_the_installation_and_another_one_repairs_it(street):
     machine = street[0]
     machine.before = files(machine)
     machine.passwords = machine.out("cat /etc/passwd /etc/group")
+    machine.sh("dd if=/dev/zero of=/filler bs=64k 2>/dev/null; truncate -s -512k /filler", check=False)
+    with pytest.raises(AssertionError, match="No space left on device"):
+        machine.install("old")
+    assert machine.out("systemctl is-active vcmd tarn").split() == ["inactive", "inactive"]
+    machine.sh("rm /filler")
+
+
+def test_installing_touches_no_interface(street):
+    machine = street[0]
+    machine.sh("dpkg --configure -a")
     machine.install("old")
     assert machine.out("systemctl is-active vcmd tarn").split() == ["inactive", "inactive"]
     assert "UP" not in machine.out("ip -br link show wan0").split()[1]
@@ -92,7 +103,7 @@ def test_lan_hosts_are_served(street):
 def test_renewal_brings_new_routes(street):
     machine, first = street[:2]
     first.serve(f"0.0.0.0/0,{FIRST}.1", f"10.9.0.0/16,{FIRST}.7")
-    machine.sh("vcfgctl send --to tarn --type 0x3ED --iid 1 --reply")
+    machine.sh("vcfgctl send --to tarn --type 0x3ED --iid 1")
     until(lambda: f"10.9.0.0/16 via {FIRST}.7 dev wan0" in machine.out("ip -4 route"), lambda: machine.out("ip -4 route"))
     assert "10.9.0.0" in machine.get("Routing.Router.1.IPv4Forwarding.*.DestIPAddress").values()
 
@@ -114,6 +125,39 @@ def test_cable_pulled_and_plugged(street):
     first.plug()
     machine.until("IP.Interface.1.Status", "Up")
     until(lambda: f"via {FIRST}.1 dev wan0" in default_route(machine), lambda: machine.out("ip -4 route"))
+
+
+def test_five_hundred_link_events_a_second_end_in_the_true_state(street):
+    machine, _, second = street[:3]
+    started = time.monotonic()
+    flaps = "link set cable down\nlink set cable up\n" * 250
+    second.run("sh", "-c", f"ip -batch - <<E\n{flaps}E")
+    assert time.monotonic() - started < 10
+    machine.until("Ethernet.Interface.3.Status", "Up")
+    second.pull()
+    machine.until("Ethernet.Interface.3.Status", "Down")
+    second.plug()
+    machine.until("IP.Interface.3.Status", "Up")
+    machine.until("IP.Interface.3.IPv4Address.*.Status", "Enabled", 60)
+    assert machine.out("systemctl show -P NRestarts tarn vcmd").split() == ["0", "0"]
+
+
+def test_client_that_nobody_wired_changes_nothing(street):
+    machine = street[0]
+    before = machine.get("IP.Interface.3.IPv4Address.")
+    machine.sh("udhcpc -i wan1 -n -q -t 5 -T 1 -s /bin/true -x 0x3d:0102030405")
+    assert machine.get("IP.Interface.3.IPv4Address.") == before
+    assert before[next(name for name in before if name.endswith("IPAddress"))] in machine.out("ip -4 addr show wan1")
+
+
+def test_second_client_on_an_interface_is_told_from_ours(street):
+    machine = street[0]
+    before, process = machine.get("IP.Interface.3.IPv4Address."), client(machine, "wan1")
+    machine.sh("/usr/libexec/tarn/start-client dhcpv4 wan1")
+    assert machine.out("pgrep -fc 'udhcpc.*-i wan1'").strip() == "1" and client(machine, "wan1") == process
+    machine.sh("env -i PATH=$PATH udhcpc -i wan1 -n -q -t 5 -T 1 -p /run/other.pid -s /usr/share/udhcpc/tarn.script -x 0x3d:0102030405")
+    until(lambda: '/run/other.pid' in machine.out("journalctl -u tarn -n 40 --no-pager"), lambda: machine.out("journalctl -n 40 --no-pager"))
+    assert machine.get("IP.Interface.3.IPv4Address.") == before
 
 
 def test_watchdog_restarts_a_silent_daemon_and_the_lease_stays(street):

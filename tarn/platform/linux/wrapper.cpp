@@ -1,18 +1,30 @@
 #include "platform/wrapper.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "core/os.h"
 
 namespace {
 
-// A machine gives them these names, as the kernel's LED class wants them: colour, then function.
-constexpr const char* kGreen = "green:internet";
-constexpr const char* kRed = "red:internet";
+struct Led {
+    const char* variable;  // of the environment: the name that this machine has given it
+    const char* name;      // otherwise, as the kernel's LED class wants it: colour, then function
+};
+constexpr Led kGreen{"TARN_GREEN_LED", "green:internet"};
+constexpr Led kRed{"TARN_RED_LED", "red:internet"};
+
+// A name leads nowhere else.
+std::string nameOf(const Led& led) {
+    const char* const given = getenv(led.variable);
+    const bool isName = given != nullptr && *given != '\0' && *given != '.' && strchr(given, '/') == nullptr;
+    return isName ? given : led.name;
+}
 
 // Off also ends what else drives the LED. A machine without it shows nothing.
-void setLed(const char* name, bool lit) {
-    const std::string file = std::string("/sys/class/leds/") + name + "/brightness";
+void setLed(const Led& led, bool lit) {
+    const std::string file = "/sys/class/leds/" + nameOf(led) + "/brightness";
     if (os::fileExists(file)) {
         os::writeFile(file, lit ? "255" : "0");
     }

@@ -23,6 +23,22 @@ TEST_F(LinuxLeds, ShowTheStateByTheirNames) {
     EXPECT_EQ(shown(2), "0 255");
 }
 
+TEST_F(LinuxLeds, MayHaveOtherNames) {
+    setenv("TARN_GREEN_LED", "power:green", 1);
+    gw.file("/sys/class/leds/power:green/brightness", "p");
+    EXPECT_EQ(shown(1), "g 0");
+    EXPECT_EQ(gw.fileContent("/sys/class/leds/power:green/brightness"), "255");
+    unsetenv("TARN_GREEN_LED");
+}
+
+TEST_F(LinuxLeds, NameThatLeadsElsewhereIsNone) {
+    for (const char* name : {"", "..", "../../etc", "a/b"}) {
+        setenv("TARN_RED_LED", name, 1);
+        EXPECT_EQ(shown(2), "0 255") << name;
+    }
+    unsetenv("TARN_RED_LED");
+}
+
 TEST_F(LinuxLeds, StayAsTheyAreWithoutControlOrForAnUnknownState) {
     EXPECT_EQ(shown(1, 0), "g r");
     EXPECT_EQ(shown(3), "g r");
