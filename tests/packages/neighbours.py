@@ -2,6 +2,7 @@
 import os
 import pathlib
 import subprocess
+import sys
 
 from machine import run, until
 
@@ -33,7 +34,7 @@ class Provider(Neighbour):
 
     def __init__(self, machine, port, net, six):
         super().__init__(machine, port)
-        self.net, self.six, self.server = net, six, None
+        self.net, self.six, self.server, self.times = net, six, None, 0
         self.log = pathlib.Path(machine.state) / f"{port}.log"
         self.run("ip", "addr", "add", f"{net}.1/24", "dev", "cable")
         self.run("ip", "-6", "addr", "add", f"{six}::1/64", "dev", "cable", "nodad")
@@ -50,6 +51,17 @@ class Provider(Neighbour):
                  f"--dhcp-option=3,{self.net}.1", f"--dhcp-option=6,{self.net}.53", "--enable-ra", "--ra-param=cable,10,600",
                  f"--dhcp-range={self.six}::100,{self.six}::1ff,64,600", f"--dhcp-option=option6:dns-server,[{self.six}::53]", *told],
                 stdout=log, stderr=log)
+        self.times += 1
+        until(lambda: self.log.read_text(encoding="utf-8").count("DHCP, IP range") >= self.times,
+              lambda: self.log.read_text(encoding="utf-8")[-2000:])
+
+    def renumber(self, address, *routes):
+        """Has the next renewal grant this address with these routes."""
+        self.stop()
+        self.server = subprocess.Popen(["ip", "netns", "exec", self.space, sys.executable,
+                                        pathlib.Path(__file__).parent / "renewal_server.py", f"{self.net}.1", address, *routes],
+                                       stdout=subprocess.PIPE, text=True)
+        assert self.server.stdout.readline() == "ready\n"
 
     def stop(self):
         if self.server:

@@ -30,6 +30,7 @@ void serveWatch(Vcmd& vcmd, Staged& staged) {
 // The daemon waits for this answer although the type says that none is expected; it prints the text.
 void confirmStartUp(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& notice = *staged.request.message;
+    lookForDaemon(vcmd.announcer);  // or a socket that is found to be new later would take it for its predecessor's
     vcmd.announcer.completed = vcmd.announcer.completed || notice.srcEid == VCFG_EID_TARN;
     VCMD_LOG(VLOG_INFO, "endpoint %u has completed its start-up", notice.srcEid);
     staged.answer = newMessage(VCFG_MSG_INIT_DATAMODEL_FIN, notice.srcEid, "OK", true);
