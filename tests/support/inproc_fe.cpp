@@ -319,6 +319,11 @@ std::vector<std::string> reads() {
     return world.reads;
 }
 
+void forgetReads() {
+    const std::lock_guard lock(mutex);
+    world.reads.clear();
+}
+
 unsigned calls() {
     const std::lock_guard lock(mutex);
     return world.calls;

@@ -43,6 +43,7 @@ void forgetWrites();
 // One line per read since reset, found or not, in order: "get IP.Interface.1", "next IP.Interface.1" with where the
 // walk stood.
 std::vector<std::string> reads();
+void forgetReads();
 // Number of front-end calls since reset, reads and writes.
 unsigned calls();
 
