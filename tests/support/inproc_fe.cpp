@@ -279,6 +279,11 @@ void fail(Operation operation, const std::string& pattern, int times, int code) 
     world.faults[{operation, pattern}] = {times, code};
 }
 
+void failNoMore() {
+    const std::lock_guard lock(mutex);
+    world.faults.clear();
+}
+
 void nullRecord(const std::string& pattern) {
     const std::lock_guard lock(mutex);
     world.nullRecords.push_back(pattern);

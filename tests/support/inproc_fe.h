@@ -25,6 +25,7 @@ std::vector<std::string> instancesOf(const std::string& tablePath);  // "IP.Inte
 enum class Operation { Get, Next, Set, SetNoApply, SetAndWait, Add, Delete, Write };
 // The next `times` operations of that kind on the object pattern ("IP.Interface.{i}") answer `code` and do nothing.
 void fail(Operation operation, const std::string& pattern, int times = 1, int code = VCFG_ERR_FAIL);
+void failNoMore();
 // The next read of that object succeeds with a null record.
 void nullRecord(const std::string& pattern);
 

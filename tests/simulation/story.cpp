@@ -1,0 +1,156 @@
+#include "story.h"
+
+#include <dirent.h>
+
+#include "connection/pending_request.h"
+#include "core/kernel_monitor.h"
+#include "core/system_log.h"
+#include "core/wan_state.h"
+#include "diag/server_selection_result.h"
+#include "dispatch.h"
+#include "inproc_fe.h"
+#include "invariants.h"
+#include "lan/wps.h"
+#include "link/wan_link_table.h"
+#include "mgmt/ntp.h"
+#include "peers.h"
+#include "startup.h"
+
+namespace sim {
+namespace {
+
+constexpr uint64_t kSecond = 1000;
+
+// A gateway that nothing has happened to.
+void begin(const Story& story) {
+    inproc::reset();
+    newWorld(story.seed);
+    furnish();
+    resetWanState();
+    forgetWanLinks();
+    pending::clear();
+    forgetPingSeries();
+    lanPhyResetDone = false;
+    ntpSyncNoticeSent = false;
+    firstUseDateDone = false;
+    forgetWpsSession();
+    wan.WANPriority = story.wanPriority;
+    wan.EthWANPriority = story.ethWanPriority;
+    if (fibers::count() == 0) {
+        startThreads();
+    }
+    post({VCFG_MSG_INIT_DATAMODEL_FIN, VCFG_EID_VCMD, 0, {}, "", true});
+    runUntil(10 * kSecond);
+}
+
+int openDescriptors() {
+    int count = 0;
+    if (DIR* const directory = opendir("/proc/self/fd"); directory != nullptr) {
+        while (readdir(directory) != nullptr) {
+            ++count;
+        }
+        closedir(directory);
+    }
+    return count;
+}
+
+void notice(uint32_t type) {
+    post({type, VCFG_EID_VCMD, 0, {}, "", true});
+    runUntil(world().nowMs + 120 * kSecond);
+}
+
+// What was broken works again, and hunts are over.
+void heal() {
+    inproc::failNoMore();
+    World& w = world();
+    w.dead.clear();
+    w.failingCommands = w.hangingCommands = w.refusedThreads = 0;
+    w.shortMemory = -1;
+    inproc::set("X_VORAN_VlanAutoHunt.Enable", "false");
+    inproc::set("X_VORAN_VcAutoHunt.Enable", "false");
+}
+
+// Whoever waits for a connection's outcome gets it; one with IPv6 has none without a link.
+void endWaiting() {
+    const auto waiting = pending::peek();
+    if (!waiting || (waiting->idx == kDualStackIp && !world().cable[6])) {
+        return;
+    }
+    post(waiting->idx == kDualStackIp ? dhcp6Letter(false) : releaseLetter(waiting->idx));
+    runUntil(world().nowMs + 10 * kSecond);
+}
+
+void comeToRest() {
+    heal();
+    runUntil(world().nowMs + 300 * kSecond);
+    notice(VCFG_MSG_SYSTEM_LOG_STOP);
+    notice(VCFG_MSG_INIT_WAN_LINK_INFO);
+    notice(VCFG_MSG_WAN_LINK);
+    endWaiting();
+    notice(VCFG_MSG_WAN_INTERNET_LED_UPDATE);
+}
+
+// The threads that last for ever are the next story's, too; others have to end first.
+void end() {
+    world().violation.clear();
+    heal();
+    SystemLogThreadHandle(0);
+    runUntil(world().nowMs + 3600 * kSecond);
+}
+
+Outcome live(const Story& story) {
+    Outcome outcome;
+    for (const Event& event : story.events) {
+        runUntil(world().nowMs + event.waitMs);
+        if (world().violation.empty()) {
+            outcome.events += 1;
+            happen(event);
+            runTurns(event.turns);
+            checkAlways();
+        }
+    }
+    return outcome;
+}
+
+}  // namespace
+
+Story storyOf(uint64_t seed, size_t events) {
+    Chance chance(seed);
+    constexpr int kPriorities[] = {3, 3, 3, 2, 2, 8};
+    Story story{seed, kPriorities[chance.below(std::size(kPriorities))], static_cast<int>(chance.below(2)), {}};
+    const bool withFaults = chance.oneIn(2);
+    while (story.events.size() < events) {
+        story.events.push_back(drawEvent(chance, withFaults));
+    }
+    return story;
+}
+
+Outcome tell(const Story& story) {
+    begin(story);
+    const int descriptors = openDescriptors();
+    Outcome outcome = live(story);
+    if (world().violation.empty()) {
+        comeToRest();
+        checkAtRest();
+        if (openDescriptors() != descriptors) {
+            broken("NoDescriptorIsLeftBehind", std::to_string(openDescriptors() - descriptors) + " more");
+        }
+    }
+    outcome.violation = world().violation;
+    outcome.handled = world().handled;
+    outcome.faulty = world().faulty;
+    outcome.lost = world().endMayBeLost;
+    end();
+    return outcome;
+}
+
+std::string wordsOf(const Story& story) {
+    std::string text = "seed " + std::to_string(story.seed) + ", WANPriority " + std::to_string(story.wanPriority) +
+                       ", EthWANPriority " + std::to_string(story.ethWanPriority) + "\n";
+    for (const Event& event : story.events) {
+        text += "  " + wordsOf(event) + "\n";
+    }
+    return text;
+}
+
+}  // namespace sim
