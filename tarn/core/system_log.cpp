@@ -123,8 +123,8 @@ void restart() {
 void create() {
     system_send_log_thread = startThread();
     if (system_send_log_thread != nullptr) {
+        systemLogThreadRunning = true;  // before anything that can fail: a thread that runs has to be stoppable
         logs::print("[TARN] %s:System log pthread create\n", kHandler);
-        systemLogThreadRunning = true;
     } else {
         logs::print("%s:System log pthread create fail\n", kHandler);
     }
@@ -138,8 +138,8 @@ void SystemLogThreadHandle(uint32_t start) {
         systemLogThreadRunning ? restart() : create();
     } else if (systemLogThreadRunning) {
         stopThread();
-        logs::print("[TARN] %s: Stop System log thread\n", kHandler);
         systemLogThreadRunning = false;
+        logs::print("[TARN] %s: Stop System log thread\n", kHandler);
     }
 }
 

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/event.h"
 #include "core/kernel_monitor.h"
 #include "core/timer_thread.h"
-#include "core/wan_state.h"
 #include "dispatch.h"
 #include "link/kernel_event.h"
-#include "link/wan_link_table.h"
+#include "layers.h"
 #include "peers.h"
 #include "reports.h"
 #include "short_memory.h"
@@ -23,35 +23,13 @@ bool setsLinksUp(uint32_t type) {
            type == VCFG_MSG_INIT_WAN_LINK_INFO;
 }
 
-bool hardwareIsUp(const WanLinkInfo& link) {
-    switch (link.linkType) {
-        case kLinkEthernet:
-            return world().cable[link.iid.idx[0]];
-        case kLinkDslLine:
-            return world().lineUp;
-        case kLinkOptical:
-            return world().fibre;
-        default:
-            return world().stick;
-    }
-}
-
-// What is taken for up and has ended meanwhile is about to be forgotten.
-void linksAreSetUp() {
-    world().settingUp += 1;
-    for (const WanLinkInfo* link = firstWanLink(); link != nullptr; link = link->next.get()) {
-        if (link->linkStatus == 1 && !hardwareIsUp(*link)) {
-            world().endMayBeLost = true;
-        }
-    }
-}
-
 void handleOne(uint8_t eid) {
     const Letter letter = world().inbox[eid].front();
     fibers::errand() = {"message " + std::to_string(letter.type), letter.mayWrite};
     const std::function<void()> afterwards = letter.watch ? letter.watch() : nullptr;
     if (setsLinksUp(letter.type)) {
-        linksAreSetUp();
+        world().settingUp += 1;
+        noteSetUp();
     }
     for (const Ask& ask : world().asks) {
         if (ask.waitsForOutcome && letter.requestId == ask.requestId) {
@@ -90,7 +68,7 @@ void serveKernel() {
     while (true) {
         fibers::waitFor([] { return !world().kernel.empty(); });
         fibers::errand() = errandOf(world().kernel.front());
-        processKernelMonitor(updateLinkStatus);
+        handleEvent("kernel event", [] { processKernelMonitor(updateLinkStatus); });
         checkWrites(fibers::errand());
         world().handled += 1;
     }
@@ -99,7 +77,8 @@ void serveKernel() {
 void serveTimer() {
     while (true) {
         fibers::waitFor([] { return msToTick(world().timer, static_cast<uint32_t>(world().nowMs)) == 0u; });
-        for (const TimerTask& task : tick(world().timer, static_cast<uint32_t>(world().nowMs))) {
+        const std::vector<TimerTask> due = tick(world().timer, static_cast<uint32_t>(world().nowMs));
+        for (const TimerTask& task : due) {
             tmApplyObjSendMsg(task);
         }
         world().handled += 1;
@@ -113,15 +92,6 @@ void startThreads() {
     fibers::start("ground", {}, [] { serveEndpoint(VCFG_EID_TARN_GROUND); });
     fibers::start("kernel monitor", {}, serveKernel);
     fibers::start("timer", {}, serveTimer);
-}
-
-void noteLinkEnds(int linkType, int instance) {
-    for (const WanLinkInfo* link = firstWanLink(); link != nullptr; link = link->next.get()) {
-        const bool same = link->linkType == linkType && (linkType != kLinkEthernet || link->iid.idx[0] == instance);
-        if (same && (link->linkStatus == 0 || world().settingUp > 0)) {
-            world().endMayBeLost = true;
-        }
-    }
 }
 
 Letter letterOf(const Report& report) {

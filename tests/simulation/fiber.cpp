@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "short_memory.h"
 #include "world.h"
 
 namespace sim::fibers {
@@ -49,7 +50,9 @@ void begin() {
     swapcontext(&running->context, &scheduler);
 }
 
+// Memory that is short is short for one thread.
 void giveTurnBack() {
+    const short_memory::Spared spared;
     swapcontext(&running->context, &scheduler);
 }
 
@@ -114,8 +117,10 @@ uint64_t nextWake() {
     return next;
 }
 
-bool onThread() {
-    return running != nullptr;
+void abandonAllBut(size_t first) {
+    while (all.size() > first) {
+        bury(all.back().get());
+    }
 }
 
 void waitFor(std::function<bool()> ready) {

@@ -26,8 +26,10 @@ size_t count();
 // The next moment for which a thread sleeps; UINT64_MAX when none does.
 uint64_t nextWake();
 
+// Of threads that do not come to their end.
+void abandonAllBut(size_t first);
+
 // --- on a thread ---
-bool onThread();
 void waitFor(std::function<bool()> ready);
 void sleepUntil(uint64_t timeMs);
 void perhapsYield();

@@ -1,43 +1,21 @@
 #include "hardware.h"
 
 #include "connection/pending_request.h"
-#include "core/wan_state.h"
 #include "inproc_fe.h"
-#include "link/wan_link_table.h"
+#include "layers.h"
 #include "peers.h"
 
 namespace sim {
 namespace {
 
-bool isUp(const WanLinkInfo& link) {
-    switch (link.linkType) {
-        case kLinkEthernet:
-            return world().cable[link.iid.idx[0]];
-        case kLinkDslLine:
-            return world().lineUp;
-        case kLinkOptical:
-            return world().fibre;
-        default:
-            return world().stick;
-    }
+bool endWasSeen(const Layer& layer) {
+    return world().lostEnds.count(layer.path) == 0;
 }
-
-struct Layer {
-    const char* path;
-    bool (*linkIsUp)(const World& w);
-};
-constexpr Layer kLayers[] = {
-    {"Ethernet.Link.1", [](const World& w) { return w.cable[4]; }},
-    {"Ethernet.Link.2", [](const World& w) { return w.cable[6]; }},
-    {"Ethernet.Link.3", [](const World& w) { return w.fibre; }},
-    {"PTM.Link.1", [](const World& w) { return w.lineUp && !w.lineAtm; }},
-    {"ATM.Link.1", [](const World& w) { return w.lineUp && w.lineAtm; }},
-    {"PPP.Interface.3", [](const World& w) { return w.stick; }},
-};
 
 bool layersFollow(bool up) {
     for (const Layer& layer : kLayers) {
-        if (layer.linkIsUp(world()) == up && (inproc::get(layer.path + std::string(".Status")) == "Up") != up) {
+        const bool told = up || endWasSeen(layer);
+        if (told && layer.linkIsUp(world()) == up && (inproc::get(layer.path + std::string(".Status")) == "Up") != up) {
             return false;
         }
     }
@@ -99,9 +77,12 @@ bool everyMessageIsServed() {
     return world().kernel.empty();
 }
 
+// Of the optical service the daemon knows what it was told, and no more: a report that fails is not repeated, and an end
+// while the link was taken for down already leaves the model as it was.
 bool eachLinkIsTakenForWhatItIs() {
     for (const WanLinkInfo* link = firstWanLink(); link != nullptr; link = link->next.get()) {
-        if ((link->linkStatus == 1) != isUp(*link)) {
+        const bool excused = link->linkType == kLinkOptical && (world().everLost || world().faulty);
+        if (!excused && (link->linkStatus == 1) != isUp(*link)) {
             return false;
         }
     }
@@ -128,7 +109,7 @@ bool eachLayerIsDownWhenItsLinkIs() {
 bool noAddressIsEnabledOnALinkThatIsDown() {
     for (const Connection& connection : kConnections) {
         for (const Layer& layer : kLayers) {
-            if (layer.path == std::string(connection.layer) && !layer.linkIsUp(world()) && hasUsable(connection.ip)) {
+            if (layer.path == std::string(connection.layer) && endWasSeen(layer) && !layer.linkIsUp(world()) && hasUsable(connection.ip)) {
                 return false;
             }
         }

@@ -3,6 +3,7 @@
 #include <span>
 
 #include "inproc_fe.h"
+#include "layers.h"
 #include "peers.h"
 #include "reports.h"
 
@@ -19,7 +20,7 @@ void cable(const Event& event) {
     const size_t port = kPorts[event.choice / 2];
     const bool in = event.choice % 2 == 0;
     if (world().cable[port] && !in) {
-        noteLinkEnds(3, static_cast<int>(port));
+        noteEnd(kLinkEthernet, static_cast<uint8_t>(port));
     }
     world().cable[port] = in;
     hardwareChanged("eth0." + std::to_string(port) + (in ? ":up:1000:F" : ":down:0:H"));
@@ -42,7 +43,7 @@ void line(const Event& event) {
 void stick(const Event& event) {
     const bool in = event.choice == 0;
     if (world().stick && !in) {
-        noteLinkEnds(7);
+        noteEnd(kLinkUsb, 1);
     }
     world().stick = in;
     inproc::set("USB.Interface.1.Status", in ? "Up" : "Down");
@@ -57,19 +58,20 @@ void send(const Event& event, Letter letter) {
     }
 }
 
+// The optical side tells by a message, and it is the daemon that keeps what it has heard.
 void fibre(const Event& event) {
     const bool up = event.choice == 0;
-    if (world().fibre && !up) {
-        noteLinkEnds(5);
-    }
     world().fibre = up;
-    send(event, {VCFG_MSG_OPTICAL_LINK_STATUS,
-                 kOpticalEid,
-                 0,
-                 {},
-                 up ? R"({"serviceStatus":true})" : "{}",
-                 false,
-                 {"Optical.Interface.2"}});
+    Letter letter{VCFG_MSG_OPTICAL_LINK_STATUS, kOpticalEid};
+    letter.payload = up ? R"({"serviceStatus":true})" : "{}";
+    letter.mayWrite = {"Optical.Interface.2"};
+    if (!up) {
+        letter.watch = [] {
+            noteEnd(kLinkOptical, 2);
+            return nullptr;
+        };
+    }
+    send(event, letter);
 }
 
 void notice(const Event& event) {

@@ -2,6 +2,7 @@
 #include <string_view>
 
 #include "inproc_fe.h"
+#include "layers.h"
 #include "world.h"
 
 namespace sim {
@@ -65,6 +66,7 @@ std::string lineText(const char* status) {
 }
 
 void lineComesUp() {
+    noteLineUp();
     world().lineUp = true;
     inproc::set("DSL.Line.1.X_VORAN_LinkTypeIsATM", world().lineAtm ? "true" : "false");
     inproc::set("DSL.Line.1.LinkStatus", "Up");
@@ -104,7 +106,7 @@ void lineChanges() {
         if (w.lineUp) {
             later(50, [] {
                 if (world().lineUp) {
-                    noteLinkEnds(2);
+                    noteEnd(kLinkDslLine, 1);
                     lineGoesDown();
                 }
             });

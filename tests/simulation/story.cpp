@@ -20,6 +20,7 @@ namespace sim {
 namespace {
 
 constexpr uint64_t kSecond = 1000;
+constexpr size_t kOwnThreads = 4;
 
 // A gateway that nothing has happened to.
 void begin(const Story& story) {
@@ -96,6 +97,7 @@ void end() {
     heal();
     SystemLogThreadHandle(0);
     runUntil(world().nowMs + 3600 * kSecond);
+    fibers::abandonAllBut(kOwnThreads);
 }
 
 Outcome live(const Story& story) {
@@ -139,7 +141,7 @@ Outcome tell(const Story& story) {
     outcome.violation = world().violation;
     outcome.handled = world().handled;
     outcome.faulty = world().faulty;
-    outcome.lost = world().endMayBeLost;
+    outcome.lost = world().everLost;
     end();
     return outcome;
 }

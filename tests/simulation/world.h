@@ -96,7 +96,8 @@ struct World {
     int hangingCommands = 0;
     int refusedThreads = 0;
     int shortMemory = -1;
-    bool endMayBeLost = false;  // a link went down that the daemon had forgotten to be up
+    std::set<std::string> lostEnds;  // layers whose link has ended unseen
+    bool everLost = false;
     int settingUp = 0;          // messages under way that set the links up anew
 
     uint64_t handled = 0;  // messages, kernel events and timer ticks
@@ -125,9 +126,6 @@ void clientSignalled(pid_t process, int signal);
 int peerTakes(const vcfg_msg_t& message, uint32_t patienceMs, std::string* text, uint32_t* statCode);
 void answered(const vcfg_msg_t& reply);
 
-// A link of that type in the table of links ends. Who sets the links up anew takes them all for down, and does not see
-// that one has ended which was up before.
-void noteLinkEnds(int linkType, int instance = 1);
 void post(const Letter& letter, uint64_t delayMs = 0, uint8_t endpoint = VCFG_EID_TARN);
 void checkWrites(const Errand& errand);
 
