@@ -77,8 +77,8 @@ bool everyMessageIsServed() {
     return world().kernel.empty();
 }
 
-// Of the optical service the daemon knows what it was told, and no more: a report that fails is not repeated, and an end
-// while the link was taken for down already leaves the model as it was.
+// Of the optical service the daemon knows what it was told, and no more: a report that fails is not repeated, and an
+// end while the link was taken for down already leaves the model as it was.
 bool eachLinkIsTakenForWhatItIs() {
     for (const WanLinkInfo* link = firstWanLink(); link != nullptr; link = link->next.get()) {
         const bool excused = link->linkType == kLinkOptical && (world().everLost || world().faulty);
@@ -109,7 +109,8 @@ bool eachLayerIsDownWhenItsLinkIs() {
 bool noAddressIsEnabledOnALinkThatIsDown() {
     for (const Connection& connection : kConnections) {
         for (const Layer& layer : kLayers) {
-            if (layer.path == std::string(connection.layer) && endWasSeen(layer) && !layer.linkIsUp(world()) && hasUsable(connection.ip)) {
+            if (layer.path == std::string(connection.layer) && endWasSeen(layer) && !layer.linkIsUp(world()) &&
+                hasUsable(connection.ip)) {
                 return false;
             }
         }

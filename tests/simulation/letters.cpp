@@ -270,6 +270,10 @@ bool isFault(const Event& event) {
     return kKinds[event.kind].fault;
 }
 
+bool isKnown(const Event& event) {
+    return event.kind < std::size(kKinds) && event.choice < kKinds[event.kind].words.size();
+}
+
 std::string wordsOf(const Event& event) {
     std::string words = "after " + std::to_string(event.waitMs) + " ms " + kKinds[event.kind].words[event.choice];
     if (event.delayMs != 0) {

@@ -21,5 +21,6 @@ Event drawEvent(Chance& chance, bool withFaults);
 void happen(const Event& event);
 std::string wordsOf(const Event& event);
 bool isFault(const Event& event);
+bool isKnown(const Event& event);
 
 }  // namespace sim

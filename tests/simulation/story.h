@@ -27,6 +27,5 @@ Story storyOf(uint64_t seed, size_t events);
 Outcome tell(const Story& story);
 // The shortest story found that breaks the same rule.
 Story shrink(const Story& story, const std::string& violation);
-std::string wordsOf(const Story& story);
 
 }  // namespace sim

@@ -98,7 +98,7 @@ struct World {
     int shortMemory = -1;
     std::set<std::string> lostEnds;  // layers whose link has ended unseen
     bool everLost = false;
-    int settingUp = 0;          // messages under way that set the links up anew
+    int settingUp = 0;  // messages under way that set the links up anew
 
     uint64_t handled = 0;  // messages, kernel events and timer ticks
 };
