@@ -11,6 +11,7 @@ namespace failover {
 namespace {
 
 constexpr int kEventsOfASequence = 8;
+long allSteps = 0;  // under all settings
 
 // How a state was reached first: by the fewest events.
 struct Way {
@@ -77,8 +78,13 @@ class Exploration {
         daemon_.put(state);
         const State became = daemon_.meet(event, done);
         steps_ += 1;
+        allSteps += 1;
         EXPECT_EQ(became.words(), next.words()) << story(state, event);
         EXPECT_EQ(joined(inTwoParts(done)), joined(inTwoParts(expected))) << story(state, event);
+        if (testing::Test::HasFailure() && !broken_) {
+            broken_ = true;
+            printf("BROKEN after %ld steps\n", allSteps);
+        }
         return next;
     }
 
@@ -102,6 +108,7 @@ class Exploration {
     int withinSequence_ = 0;
     int longest_ = 0;
     long steps_ = 0;
+    bool broken_ = false;
 };
 
 class Failover : public testing::TestWithParam<std::tuple<int, int>> {};
