@@ -31,6 +31,7 @@ Letter dhcp6Letter(bool timeout);
 // A message of the daemon to itself.
 Letter ownLetter(const vcfg_msg_t& message);
 
+std::string pidFile(int client);
 bool reachesServer(int client);
 void startClient(int client);
 void stopClient(int client);

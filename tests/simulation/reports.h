@@ -1,6 +1,8 @@
 // Reports that the daemon takes from the programs around it, with what each of them names.
 #pragma once
 
+#include <vcfg/msg_types.h>
+
 #include "world.h"
 
 namespace sim {

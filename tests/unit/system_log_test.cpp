@@ -3,8 +3,10 @@
 
 #include "core/system_log.h"
 
+#include "core/event.h"
 #include "core/wan_state.h"
 #include "support/kit.h"
+#include "support/short_memory.h"
 
 namespace {
 
@@ -83,6 +85,17 @@ TEST_F(SystemLogThread, StopWhileNoneRunsDoesNothing) {
     gw.forget();
     stop();
     EXPECT_FALSE(gw.loggedContaining("TARN"));
+}
+
+TEST_F(SystemLogThread, StopEndsItAlsoWhenMemoryEndedDuringItsStart) {
+    for (int after = 0; after < 20; ++after) {
+        short_memory::failOneNew(after);
+        handleEvent("start", [] { SystemLogThreadHandle(1); });
+        short_memory::allNewsSucceed();
+        stop();
+        gw.runThreads();
+        EXPECT_TRUE(gw.pauses().empty()) << after;
+    }
 }
 
 TEST_F(SystemLogThread, FailedStartIsToldAndLeavesNoneRunning) {
