@@ -5,8 +5,6 @@
 namespace sim {
 namespace {
 
-constexpr size_t kOwnThreads = 4;
-
 template <class Does>
 void forLayersOf(const WanLinkInfo& link, const Does& does) {
     for (const Layer& layer : kLayers) {

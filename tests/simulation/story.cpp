@@ -21,7 +21,6 @@ namespace sim {
 namespace {
 
 constexpr uint64_t kSecond = 1000;
-constexpr size_t kOwnThreads = 4;
 
 // A gateway that nothing has happened to.
 void clear(uint64_t seed) {

@@ -130,6 +130,8 @@ void post(const Letter& letter, uint64_t delayMs = 0, uint8_t endpoint = VCFG_EI
 void checkWrites(const Errand& errand);
 
 void furnish();
+// Those that last as long as the daemon.
 void startThreads();
+inline constexpr size_t kOwnThreads = 4;
 
 }  // namespace sim
