@@ -1,8 +1,9 @@
 # The daemon's own process on a real bus. Included by tests/CMakeLists.txt.
+set(daemon_coverage $<$<BOOL:${TARN_COVERAGE}>:${CMAKE_CURRENT_LIST_DIR}/daemon_coverage.cpp>)
 function(daemon_with_faults name platform)
-  add_executable(${name} ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp $<TARGET_OBJECTS:tarn_platform_${platform}>)
+  add_executable(${name} ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${daemon_coverage} ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp $<TARGET_OBJECTS:tarn_platform_${platform}>)
   target_compile_definitions(${name} PRIVATE TARN_VERSION="${PROJECT_VERSION}")
-  target_link_libraries(${name} PRIVATE house tarn_dispatch tarn_os vcfg)
+  target_link_libraries(${name} PRIVATE house $<$<BOOL:${TARN_COVERAGE}>:small> tarn_dispatch tarn_os vcfg)
   foreach(call socket bind system popen pclose sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)
     target_link_options(${name} PRIVATE -Wl,--wrap=${call})
   endforeach()
@@ -10,9 +11,9 @@ endfunction()
 daemon_with_faults(tarn_with_faults econet)
 
 # The daemon on a plain machine, which is this one: in a network namespace with cables of its own.
-add_executable(tarn_on_linux ${PROJECT_SOURCE_DIR}/tarn/main.cpp $<TARGET_OBJECTS:tarn_platform_linux>)
+add_executable(tarn_on_linux ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${daemon_coverage} $<TARGET_OBJECTS:tarn_platform_linux>)
 target_compile_definitions(tarn_on_linux PRIVATE TARN_VERSION="${PROJECT_VERSION}")
-target_link_libraries(tarn_on_linux PRIVATE house tarn_dispatch tarn_os vcfg)
+target_link_libraries(tarn_on_linux PRIVATE house $<$<BOOL:${TARN_COVERAGE}>:small> tarn_dispatch tarn_os vcfg)
 file(GLOB linux_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/linux_*_test.cpp)
 add_executable(linux_tests ${linux_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
 target_compile_definitions(linux_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_on_linux>"
@@ -30,6 +31,18 @@ target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
 add_dependencies(daemon_tests tarn_with_faults vcmd)
 # One at a time: the daemon's socket for its timer has one address on the whole machine.
 gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240 RESOURCE_LOCK daemon)
+
+# Some thousand events at each test run, and a million with script/soak.
+add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+target_include_directories(soak_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR})
+target_compile_definitions(soak_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
+  SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
+target_link_libraries(soak_tests PRIVATE house vcfg_client vcfg_model PkgConfig::JSONC GTest::gtest_main)
+add_dependencies(soak_tests tarn_with_faults vcmd)
+# What sanitizers hold back looks like growth.
+if(NOT TARN_SANITIZE)
+  gtest_discover_tests(soak_tests PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
+endif()
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
 set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 120

@@ -55,7 +55,7 @@ Daemon::~Daemon() {
     close(kernel_);
     if (pid_ > 0) {
         EXPECT_TRUE(runs()) << "the daemon has ended";
-        kill(pid_, SIGKILL);
+        kill(pid_, SIGTERM);
         waitpid(pid_, nullptr, 0);
     }
 }

@@ -1,0 +1,258 @@
+// Many mixed events over the real bus to a real daemon with its vcmd: what it holds stays the same, and who asked is
+// answered once. The number of events is in TARN_SOAK_EVENTS.
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <thread>
+
+#include "daemon_world.h"
+
+namespace {
+
+constexpr int kSenders = 3;
+constexpr unsigned kParts = 10;
+constexpr int kPatienceMs = 60000;
+constexpr char kNextMessage = '\x1e';
+// What the daemon opens once, when an event first needs it.
+constexpr size_t kConnections = 4;
+constexpr size_t kGrowthKiB = 1024;
+
+struct Event {
+    uint32_t type;
+    std::string payload;
+    uint8_t eid = VCFG_EID_TARN;
+    bool asks = false;  // for an answer
+};
+
+struct Seeds {
+    const char* folder;
+    std::vector<uint32_t> types;  // chosen by the first byte of each message when there are several
+};
+
+const Seeds kSeeds[] = {
+    {"payload_dhcpc", {VCFG_MSG_DHCPC_OPTION, VCFG_MSG_DHCPC_BOUND, VCFG_MSG_DHCPC_RENEWED}},
+    {"payload_dhcp6c", {VCFG_MSG_DHCP6C}},
+    {"payload_ra_info", {VCFG_MSG_RA_INFO}},
+    {"payload_pppd", {VCFG_MSG_PPPD}},
+    {"payload_dhcpd_option", {VCFG_MSG_DHCPD_OPTION}},
+    {"payload_mgmt_nat", {VCFG_MSG_MGMT_NAT_DETECT, VCFG_MSG_MGMT_NAT_CLEAR}},
+    {"payload_ntp_sync", {VCFG_MSG_NTP_SYNC_SUCCESS}},
+    {"payload_nslookup", {VCFG_MSG_NSLOOKUP_MSG}},
+    {"payload_loopback", {VCFG_MSG_ATM_OAM_F5_COMPLETE, VCFG_MSG_ATM_OAM_F4_COMPLETE}},
+    {"payload_download", {VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT}},
+    {"payload_upload", {VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT}},
+    {"payload_servers", {VCFG_MSG_PINGSVRS_RST}},
+    {"payload_ping", {VCFG_MSG_PING_MSG}},
+    {"payload_traceroute", {VCFG_MSG_TRACERT_MSG}},
+    {"payload_mail", {VCFG_MSG_MAIL_SEND_EVENT, VCFG_MSG_WAN_CONNECTION_READY, VCFG_MSG_WAN_CONNECTION_LOST}},
+    {"payload_optical", {VCFG_MSG_OPTICAL_LINK_STATUS}},
+};
+
+std::string contentOf(const std::filesystem::path& path) {
+    std::ifstream input(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(input), {}};
+}
+
+void addMessages(const Seeds& seeds, const std::string& bytes, std::vector<Event>& events) {
+    for (size_t begin = 0; begin <= bytes.size();) {
+        const size_t end = std::min(bytes.find(kNextMessage, begin), bytes.size());
+        std::string payload = bytes.substr(begin, end - begin);
+        size_t type = 0;
+        if (seeds.types.size() > 1 && !payload.empty()) {
+            type = static_cast<uint8_t>(payload[0]) % seeds.types.size();
+            payload.erase(0, 1);
+        }
+        events.push_back({seeds.types[type], payload});
+        begin = end + 1;
+    }
+}
+
+// What the fuzz targets begin with, hostile and ordinary, and questions to both endpoints.
+std::vector<Event> mixedEvents() {
+    std::vector<Event> events;
+    for (const Seeds& seeds : kSeeds) {
+        for (const auto& file : std::filesystem::directory_iterator(std::filesystem::path(SEEDS) / seeds.folder)) {
+            addMessages(seeds, contentOf(file.path()), events);
+        }
+    }
+    for (size_t ordinary = events.size(), n = 0; n < ordinary / 4; ++n) {
+        events.push_back({VCFG_MSG_FAKEROOT_SYS_COMMAND, "sum", VCFG_EID_TARN, true});
+        events.push_back({VCFG_MSG_FAKEROOT_SYS_COMMAND, "sum", VCFG_EID_TARN_GROUND, true});
+        events.push_back({VCFG_MSG_FAKEROOT_SHELL_COMMAND, std::string("true\0", 5), VCFG_EID_TARN, true});
+    }
+    return events;
+}
+
+// A connection to one endpoint that speaks the bus by itself, so that an answer too many is seen.
+class Line {
+  public:
+    Line(const Vcmd& bus, uint8_t eid) : eid_(eid), socket_(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        bus.path("run/eid-" + std::to_string(eid)).string().copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0) << strerror(errno);
+    }
+    ~Line() { close(socket_); }
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+
+    bool put(const Event& event) {
+        vcfg_msg_t envelope{};
+        envelope.type = event.type;
+        envelope.srcEid = 200;
+        envelope.dstEid = event.eid;
+        envelope.length = static_cast<uint16_t>(event.payload.size());
+        envelope.requestId = event.asks ? ++asked_ : 0;
+        std::string packet(reinterpret_cast<const char*>(&envelope), sizeof envelope);
+        packet += event.payload;
+        return send(socket_, packet.data(), packet.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(packet.size());
+    }
+
+    // The next answer must be that to the last question.
+    bool isAnswered() {
+        pollfd ready{socket_, POLLIN, 0};
+        char packet[1024];
+        vcfg_msg_t envelope{};
+        if (poll(&ready, 1, kPatienceMs) != 1 ||
+            recv(socket_, packet, sizeof packet, 0) < static_cast<ssize_t>(sizeof envelope)) {
+            return false;
+        }
+        memcpy(&envelope, packet, sizeof envelope);
+        answers_ += 1;
+        return envelope.requestId == asked_;
+    }
+
+    uint8_t eid() const { return eid_; }
+    uint32_t asked() const { return asked_; }
+    uint32_t answers() const { return answers_; }
+
+  private:
+    uint8_t eid_;
+    int socket_;
+    uint32_t asked_ = 0;
+    uint32_t answers_ = 0;
+};
+
+struct Held {
+    size_t privateKiB = 0;
+    size_t descriptors = 0;
+    size_t threads = 0;
+};
+
+Held heldBy(pid_t process) {
+    const std::string files = "/proc/" + std::to_string(process);
+    Held held;
+    std::ifstream memory(files + "/smaps_rollup");
+    for (std::string line; std::getline(memory, line);) {
+        if (line.rfind("Private_Clean:", 0) == 0 || line.rfind("Private_Dirty:", 0) == 0) {
+            held.privateKiB += std::stoul(line.substr(14));
+        }
+    }
+    for (const auto& [folder, count] : {std::pair{"/fd", &held.descriptors}, std::pair{"/task", &held.threads}}) {
+        *count = static_cast<size_t>(
+            std::distance(std::filesystem::directory_iterator(files + folder), std::filesystem::directory_iterator{}));
+    }
+    return held;
+}
+
+class Soak : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::filesystem::copy_file(MODEL, bus.path("model.json"));
+        bus.start({"--defaults", bus.path("model.json").string()});
+    }
+
+    // Each on its own connections, with kernel events from the first of them.
+    void sendSome(const Daemon& daemon, unsigned seed, size_t count) {
+        Line main(bus, VCFG_EID_TARN);
+        Line ground(bus, VCFG_EID_TARN_GROUND);
+        std::mt19937 chance(seed);
+        for (size_t n = 0; n < count; ++n) {
+            if (seed % kSenders == 0 && n % 100 == 0) {
+                daemon.kernelSays(n % 200 == 0 ? "eth0:up:1000:F" : "eth0:down:0:H");
+            }
+            const Event& event = events[chance() % events.size()];
+            Line& line = event.eid == VCFG_EID_TARN ? main : ground;
+            ASSERT_TRUE(line.put(event)) << strerror(errno);
+            ASSERT_TRUE(!event.asks || line.isAnswered()) << "type " << event.type << ", event " << n;
+        }
+        for (Line* line : {&main, &ground}) {
+            // An answer too many would come before this one's.
+            ASSERT_TRUE(line->put({VCFG_MSG_FAKEROOT_SYS_COMMAND, "", line->eid(), true}));
+            ASSERT_TRUE(line->isAnswered());
+            EXPECT_EQ(line->answers(), line->asked());
+            questions += line->asked();
+        }
+    }
+
+    void sendAll(const Daemon& daemon, unsigned round, size_t count) {
+        std::vector<std::thread> senders;
+        for (unsigned sender = 0; sender < kSenders; ++sender) {
+            senders.emplace_back([&, sender] { sendSome(daemon, round * kSenders + sender, count / kSenders); });
+        }
+        for (std::thread& sender : senders) {
+            sender.join();
+        }
+    }
+
+    // When the connection updates that are under way have ended, and the senders' connections are seen to be closed.
+    Held heldAtRest(const Daemon& daemon, size_t threads, size_t descriptors) {
+        Held held;
+        EXPECT_TRUE(eventually(
+            [&] {
+                held = heldBy(daemon.pid());
+                return held.threads <= threads && held.descriptors <= descriptors;
+            },
+            std::chrono::seconds(60)))
+            << held.threads << " threads and " << held.descriptors << " descriptors are left";
+        return held;
+    }
+
+    Vcmd bus;
+    const std::vector<Event> events = mixedEvents();
+    std::atomic<size_t> questions{0};
+};
+
+void print(size_t sent, const char* who, const Held& held) {
+    printf("%zu events: %s has %zu KiB of its own memory, %zu descriptors, %zu threads\n", sent, who, held.privateKiB,
+           held.descriptors, held.threads);
+}
+
+// The first half fills the model, and the memory that the threads of connection updates share.
+TEST_F(Soak, WhatIsHeldStaysTheSameAndWhoAskedIsAnsweredOnce) {
+    const char* const wanted = getenv("TARN_SOAK_EVENTS");
+    const size_t part = (wanted != nullptr ? std::stoul(wanted) : 20000) / kParts;
+    const Daemon daemon(bus);
+    ASSERT_TRUE(daemon.says("Run updateWanLinkStatus(NULL, true)"));
+    ASSERT_TRUE(eventually([] { return askDaemon(VCFG_EID_TARN_GROUND) == VCFG_OK; }));
+    const Held atStart = heldBy(daemon.pid());
+    Held daemonThen;
+    Held vcmdThen;
+    for (unsigned round = 1; round <= kParts; ++round) {
+        ASSERT_NO_FATAL_FAILURE(sendAll(daemon, round, part));
+        const Held daemonNow = heldAtRest(daemon, atStart.threads, atStart.descriptors + kConnections);
+        const Held vcmdNow = heldBy(bus.pid());
+        print(part * round, "tarn", daemonNow);
+        print(part * round, "vcmd", vcmdNow);
+        if (round == kParts / 2) {
+            daemonThen = daemonNow;
+            vcmdThen = vcmdNow;
+        }
+    }
+    printf("%zu questions, each answered once\n", questions.load());
+    for (const auto& [pid, then] : {std::pair{daemon.pid(), daemonThen}, std::pair{bus.pid(), vcmdThen}}) {
+        const Held now = heldBy(pid);
+        EXPECT_LE(now.privateKiB, then.privateKiB + kGrowthKiB);
+        EXPECT_LE(now.descriptors, then.descriptors + kConnections);
+        EXPECT_EQ(now.threads, then.threads);
+    }
+}
+
+}  // namespace
