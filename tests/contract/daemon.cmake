@@ -46,4 +46,4 @@ endif()
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
 set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 120
-  ENVIRONMENT "TARN=$<TARGET_FILE:tarn>;VCFGCTL=$<TARGET_FILE:vcfgctl>;PYTHONDONTWRITEBYTECODE=1")
+  ENVIRONMENT "TARN=$<TARGET_FILE:tarn>;VCFGCTL=$<TARGET_FILE:vcfgctl>;VCMD=$<TARGET_FILE:vcmd>;PYTHONDONTWRITEBYTECODE=1")

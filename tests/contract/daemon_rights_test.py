@@ -4,6 +4,7 @@ import os
 import pathlib
 import select
 import socket
+import stat
 import subprocess
 import time
 
@@ -11,6 +12,8 @@ import pytest
 
 TARN = os.environ["TARN"]
 VCFGCTL = os.environ["VCFGCTL"]
+VCMD = os.environ["VCMD"]
+TIMER = "/tmp/tarn_internal"
 PATIENCE = 20
 DONE, REFUSED, NOBODY_ANSWERS = 0, 1, 3
 STRANGER, GROUP = 65534, 4242
@@ -121,6 +124,34 @@ def test_other_group_is_refused(daemon):
     bus = daemon(0o770, GROUP)
     assert bus.leave_a_trace(SHELL, user=STRANGER, group=STRANGER).returncode != DONE
     assert not bus.ran()
+
+
+def test_stranger_does_not_reach_the_timer(daemon):
+    daemon(0o700)
+    eventually(lambda: pathlib.Path(TIMER).exists())
+    assert stat.S_IMODE(os.stat(TIMER).st_mode) == 0o600
+    connects = f"import socket; socket.socket(socket.AF_UNIX).connect({TIMER!r})"
+    tried = subprocess.run(["/usr/bin/python3", "-c", connects], user=STRANGER, group=STRANGER, extra_groups=[], cwd="/",
+                           capture_output=True, text=True, timeout=PATIENCE, check=False)
+    assert "PermissionError" in tried.stderr
+
+
+def test_stranger_reads_neither_the_model_nor_what_is_kept(daemon):
+    bus = daemon(0o755)
+    data = bus.run_directory.parent / "data"
+    data.mkdir(0o755)
+    vcmd = subprocess.Popen([VCMD, "--foreground"], env=dict(bus.environment, VCFG_DATA_DIR=str(data)), stdin=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL)
+    try:
+        eventually(lambda: subprocess.run([VCFGCTL, "save"], env=bus.environment, capture_output=True, check=False).returncode == DONE)
+        kept = [bus.run_directory / "model.mdb", bus.run_directory / "model.mdb-lock", data / "vcfg_config.json"]
+        for file in kept:
+            tried = subprocess.run(["cat", file], user=STRANGER, group=STRANGER, extra_groups=[], cwd="/", capture_output=True,
+                                   text=True, timeout=PATIENCE, check=False)
+            assert "Permission denied" in tried.stderr, file
+    finally:
+        vcmd.kill()
+        vcmd.wait()
 
 
 def test_daemon_is_refused_a_bus_that_everybody_may_write():
