@@ -24,7 +24,7 @@ gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract T
 
 file(GLOB daemon_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/daemon_*_test.cpp)
 add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
-target_compile_definitions(daemon_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>"
+target_compile_definitions(daemon_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" TARN_VERSION="${PROJECT_VERSION}"
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
   $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)

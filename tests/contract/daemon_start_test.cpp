@@ -1,6 +1,9 @@
 // The daemon's start, and what it does without the parts of it that failed.
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <utility>
 
 #include "daemon_world.h"
 
@@ -15,6 +18,31 @@ class DaemonStart : public testing::Test {
     }
     Vcmd bus;
 };
+
+// What the program says to the words, and its exit status.
+std::pair<std::string, int> saidTo(const std::string& words) {
+    FILE* const program = popen((TARN_PATH " " + words + " 2>&1").c_str(), "re");
+    std::string said;
+    for (int character = fgetc(program); character != EOF; character = fgetc(program)) {
+        said += static_cast<char>(character);
+    }
+    const int status = pclose(program);
+    return {said, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+}
+
+TEST(DaemonWords, HelpAndVersionAreToldAndNothingIsStarted) {
+    EXPECT_EQ(saidTo("--help").second, 0);
+    EXPECT_NE(saidTo("--help").first.find("usage: tarn"), std::string::npos);
+    EXPECT_EQ(saidTo("--version"), (std::pair<std::string, int>{"tarn " TARN_VERSION "\n", 0}));
+}
+
+TEST(DaemonWords, WhatItDoesNotKnowIsRefusedWithTheUsage) {
+    for (const char* const words : {"--no-such-option", "word", "--foreground word"}) {
+        const auto [said, status] = saidTo(words);
+        EXPECT_EQ(status, 2) << words;
+        EXPECT_NE(said.find("usage: tarn"), std::string::npos) << words;
+    }
+}
 
 TEST_F(DaemonStart, ServesBothEndpoints) {
     const Daemon daemon(bus);

@@ -49,6 +49,17 @@ TEST(Reply, WithoutMemoryIsLoggedWithItsSizeAndNotSent) {
     EXPECT_NO_REPLY(gw);
 }
 
+TEST(Reply, ThatNoPacketCanCarryIsLoggedAndNotSent) {
+    Gateway gw;
+    const std::string longest(VCFG_MSG_PAYLOAD_MAX - 1, 'x');
+    const auto size = static_cast<uint32_t>(longest.size());
+    EXPECT_EQ(tarnReqMsgReply(15, 77, VCFG_MSG_WAN_REPLY, size, nullptr, longest.c_str(), 0), VCFG_OK);
+    EXPECT_TRUE(errors(gw).empty());
+    EXPECT_EQ(tarnReqMsgReply(15, 77, VCFG_MSG_WAN_REPLY, size + 1, nullptr, (longest + 'x').c_str(), 0),
+              VCFG_ERR_INVALID);
+    EXPECT_EQ(errors(gw), std::vector<std::string>{"a reply cannot carry 65535 bytes"});
+}
+
 TEST(CompletionNotice, WithoutMemoryIsLoggedWithItsSizeAndNotSent) {
     Gateway gw;
     withoutMemoryForMessages([] {
