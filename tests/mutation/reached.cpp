@@ -17,10 +17,11 @@ class Reached : public testing::EmptyTestEventListener {
         : marks_(static_cast<unsigned char*>(mmap(nullptr, kMost, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0))),
           list_(list) {}
 
+    // A test that fails unchanged says nothing of a change.
     void OnTestEnd(const testing::TestInfo& test) override {
         fprintf(list_, "%s.%s", test.test_suite_name(), test.name());
         for (size_t number = 0; number < kMost; ++number) {
-            if (marks_[number] != 0) {
+            if (marks_[number] != 0 && test.result()->Passed()) {
                 fprintf(list_, " %zu", number);
             }
         }
