@@ -3,7 +3,7 @@ link=PPP.Interface.1
 address=IP.Interface.1.IPv4Address.1
 kernel_has() { ip addr show ppp0 | grep -q "$1"; }
 has_session() { [ -n "$(value $link.PPPoE.X_VORAN_SessionID)" ]; }
-no_pppd() { ! pidof pppd; }
+link_is_gone() { not pidof pppd && not_there ppp0; }
 
 power_cycle ppp
 check "start-up completes with the PPP configuration" start_gateway ppp
@@ -19,7 +19,7 @@ await "the kernel's ppp0 has the address" kernel_has 'inet 198.51.100.20'
 check "a ping over ppp0 comes back" ping -c1 -W2 -I ppp0 198.51.100.1
 check "somebody asks to disconnect, and is answered" asked 1002 1
 check "the link is disconnected" is $link.ConnectionStatus Disconnected
-await "pppd and ppp0 are gone" not_there ppp0
+await "pppd and ppp0 are gone" link_is_gone
 await "the address is disabled" is $address.Status Disabled
 
 vcfgctl set $link.IPv6CPEnable=true
@@ -32,4 +32,4 @@ check "the link is connected" is $link.ConnectionStatus Connected
 await "the prefix is delegated over the link" is IP.Interface.1.IPv6Prefix.1.Prefix $DELEGATED/56
 await "a ping over the link's IPv6 comes back" ping -6 -c1 -W2 -I ppp0 fe80::1
 check "somebody asks to disconnect, and is answered when the IPv6 layer is down" asked 1002 1
-await "pppd and ppp0 are gone" not_there ppp0
+await "pppd and ppp0 are gone" link_is_gone
