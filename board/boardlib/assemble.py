@@ -20,6 +20,7 @@ BUILT = ("bin", "lib", "port/linux/root", "gateway/root")
 SMALL_PROGRAMS = ("/bin/busybox", "/bin/dash", "/bin/ip", "/usr/bin/flock")
 SMALL_MODULES = ("veth", "bridge", "tun")
 LEFT_OUT = ("vcfg-mail", "gw-huntd", "gw-world", "gw-wirelessd", "port-diag", "port-ntp")
+TESTS = "*_tests"  # what script/foreign builds beside the programs
 MERGED = ("bin", "sbin", "lib")
 
 
@@ -39,7 +40,7 @@ def _state():
     digest = hashlib.sha256((PACKAGES / ".packages").read_bytes())
     for tree in (SOURCE, *(CROSS / part for part in BUILT), REPOSITORY / "gateway"):
         for path in sorted(tree.rglob("*")):
-            if path.is_file() and path.suffix != ".pyc":
+            if path.is_file() and path.suffix != ".pyc" and not path.match(TESTS):
                 digest.update(f"{path} {path.stat().st_size} {path.stat().st_mtime_ns}\n".encode())
     return digest.hexdigest()
 
@@ -79,13 +80,13 @@ def _built(root, left_out):
     _lay(SOURCE.parent / "gateway/root/proc", root / "usr/share/board/proc")
     for folder in ("bin", "lib"):
         _lay(CROSS / folder, root / "usr/lib/tarn" / folder)
-    for path in [path for path in root.rglob("*") if path.name in left_out or path.name.endswith("_tests")]:
+    for path in [path for path in root.rglob("*") if path.name in left_out]:
         path.unlink()
     _strip(root)
 
 
 def _lay(tree, target):
-    shutil.copytree(tree, target, symlinks=True, dirs_exist_ok=True)
+    shutil.copytree(tree, target, symlinks=True, dirs_exist_ok=True, ignore=shutil.ignore_patterns(TESTS))
 
 
 def _strip(root):

@@ -9,6 +9,7 @@ from . import machine
 LINE = re.compile(r"\s*(\d+\.\d\d)  (\w*) +(.*)")
 # What the emulator and the kernel say when there is too little memory for the board to start.
 LIMITS = ("memory too small for initial ram disk", "System is deadlocked on memory")
+BOOTS = 5
 QUIET_SECONDS = 400  # longer than any wait of a road's
 
 
@@ -22,6 +23,7 @@ class Outcome:
         self.figures = {}
         self.ended = False
         self.limit = None
+        self.clock_is_wrong = False
 
     def take(self, kind, text):
         if kind in ("ok", "FAIL"):
@@ -31,13 +33,23 @@ class Outcome:
         if kind == "figure":
             name, _, value = text.partition(": ")
             self.figures[name] = value
+        if kind == "clock":
+            self.clock_is_wrong = True
         if kind == "end":
             self.ended = True
 
 
 def travel(name, hardware, roads, show, may_meet_limit=False):
     """Boots a board that travels the roads and powers off; shows each of its lines, and says what came of it. One that
-    may meet the limit of its memory says which."""
+    may meet the limit of its memory says which. One that this machine was too busy to start with a right clock starts again."""
+    for _ in range(BOOTS):
+        outcome = _boot(name, hardware, roads, show, may_meet_limit)
+        if not outcome.clock_is_wrong:
+            break
+    return outcome
+
+
+def _boot(name, hardware, roads, show, may_meet_limit):
     outcome = Outcome(name)
     words = [*machine.command(hardware, f"board.roads={','.join(roads)}"), "-serial", "stdio", "-monitor", "none"]
     process = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -56,6 +68,8 @@ def travel(name, hardware, roads, show, may_meet_limit=False):
     elif not outcome.ended and outcome.limit and may_meet_limit:
         outcome.take("ok", f"it says which limit it met: {outcome.limit}")
         outcome.take("figure", f"{name} board, limit met: {outcome.limit}")
+    elif outcome.clock_is_wrong:
+        outcome.failures.append(f"{name}: this machine is too busy to start a board with a right clock")
     elif not outcome.ended:
         outcome.failures.append(f"{name}: the board ended before its roads did (QEMU's status {process.returncode})")
     return outcome

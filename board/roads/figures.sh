@@ -1,4 +1,4 @@
-title "Figures: sizes, memory, CPU time"
+title "Figures: sizes, memory after boot, CPU time"
 . /usr/lib/board/figures.sh
 daemon=$(pidof tarn)
 start=$(cpu_us "$daemon")
@@ -20,24 +20,16 @@ before=$(cpu_us "$daemon")
 check "20 leases, each with another address" /usr/lib/tarn/bin/board-flood 20 0x800000D8 "$(lease 21)" "$(lease 22)"
 settle
 after=$(cpu_us "$daemon")
-await "the last one is in the data model" 15 is IP.Interface.1.IPv4Address.1.IPAddress 203.0.113.22
+await "the last one is in the data model" is IP.Interface.1.IPv4Address.1.IPAddress 203.0.113.22
 figure "tarn, CPU time of one lease event" "$(((after - before) / 20)) us"
 
 before=$(cpu_us "$daemon")
 for round in 1 2 3 4 5; do
     cable eth0.1 out
-    until_true 15 is Ethernet.Interface.1.Status Down || say FAIL "LAN port down, round $round"
+    until_true is Ethernet.Interface.1.Status Down || say FAIL "LAN port down, round $round"
     cable eth0.1 in
-    until_true 15 is Ethernet.Interface.1.Status Up || say FAIL "LAN port up, round $round"
+    until_true is Ethernet.Interface.1.Status Up || say FAIL "LAN port up, round $round"
 done
 settle
 after=$(cpu_us "$daemon")
 figure "tarn, CPU time of one link event" "$(((after - before) / 10)) us"
-
-vcfgctl set --no-apply X_VORAN_DebugLog.1.Level=3
-check "10,000 renewals are handled" /usr/lib/tarn/bin/board-flood 10000 0x800000F5 "$(lease 22)"
-settle
-memory_of tarn "after 10,000 events"
-memory_of vcmd "after 10,000 events"
-check "tarn's private memory is less than 2 MiB" within 2048 "$(of_memory "$daemon" Private)"
-check "the daemon is the one that it was" [ "$(pidof tarn)" = "$daemon" ]

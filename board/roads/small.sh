@@ -19,7 +19,7 @@ rm -f /tmp/hog
 echo 0 >/.proc/self/oom_score_adj
 say "" "$(dmesg | grep -c 'Killed process') processes were ended by the kernel"
 if [ "$(pidof tarn)" = "$daemon" ] && pidof vcmd >/dev/null; then
-    await "the daemon serves on" 120 settle
+    await "the daemon serves on" settle
 else
     figure "small board, limit met when memory ran out" "the kernel ended a daemon; started anew, it serves"
     stop_gateway

@@ -71,6 +71,6 @@ end_server() {
     [ -s "/run/isp/$1.pid" ] || return 0
     server=$(cat "/run/isp/$1.pid")
     kill "$server" 2>/dev/null
-    until_true 5 not kill -0 "$server"
+    until_true not kill -0 "$server"
     rm -f "/run/isp/$1.pid"
 }

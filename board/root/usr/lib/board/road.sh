@@ -3,6 +3,7 @@
 # console begins with the seconds since the kernel started and what it is: "ok", "FAIL", "figure", "limit" count for
 # the summary, the others are for people.
 LOG=/var/log/gateway/log.jsonl
+PATIENCE=180  # seconds: more than anything takes, on a board whose host has other things to do, too
 
 now() {
     read -r up _ </proc/uptime
@@ -30,10 +31,9 @@ check() {
     fi
 }
 
-# until_true SECONDS COMMAND...
+# until_true COMMAND...
 until_true() {
-    end=$(($(seconds) + $1))
-    shift
+    end=$(($(seconds) + PATIENCE))
     until "$@" >/tmp/said 2>&1; do
         [ "$(seconds)" -lt $end ] || return 1
         usleep 50000
@@ -45,12 +45,11 @@ seconds() {
     echo "${up%%.*}"
 }
 
-# await TEXT SECONDS COMMAND...: the command succeeds within that time.
+# await TEXT COMMAND...: the command succeeds some time.
 await() {
     what=$1
-    limit=$2
-    shift 2
-    check "$what" until_true "$limit" "$@"
+    shift
+    check "$what" until_true "$@"
 }
 
 not() { ! "$@"; }
@@ -63,10 +62,10 @@ mark() { MARK=$(wc -l <$LOG); }
 logged() { tail -n +$((MARK + 1)) $LOG | grep -q -F -- "$1"; }
 
 # Returns when the daemon has handled what it was sent before.
-settle() { vcfgctl send --to 2 --type 0x11E --payload : --reply >/dev/null; }
+settle() { vcfgctl send --to 2 --type 0x11E --payload : --reply --timeout ${PATIENCE}000 >/dev/null; }
 
 # asked COMMAND INSTANCE: asks for something about a connection, and succeeds with the answer.
-asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout 60000 | grep -q '^type=0x80000067([A-Z_]*) statCode=0'; }
+asked() { vcfgctl send --to 2 --type "$1" --iid "$2" --reply --timeout ${PATIENCE}000 | grep -q '^type=0x80000067([A-Z_]*) statCode=0'; }
 
 # asks COMMAND INSTANCE: the same in the background; then still_asks, answered.
 asks() {
@@ -92,20 +91,20 @@ start_gateway() {
     mkdir -p -m 0700 /run/vcfg
     mkdir -p /run/gateway /run/hw/link /run/tarn /data
     spawn logd /usr/lib/gateway/gw-logd /run/vcfg/vlog /dev/log /run/gateway/output $LOG /run/gateway/log-askers
-    until_true 10 [ -S /run/gateway/output ] || return
+    until_true [ -S /run/gateway/output ] || return
     mark
     spawn vcmd vcmd --defaults "/usr/share/board/models/$1.json"
-    until_true 10 [ -S /run/vcfg/eid-1 ] || return
+    until_true [ -S /run/vcfg/eid-1 ] || return
     vcfgctl set Bridging.Bridge.1.Enable=true
     spawn linesim gw-linesim serve
-    until_true 10 gw-linesim state || return
+    until_true gw-linesim state || return
     spawn linkd /usr/libexec/tarn/port-linkd --link-folder /run/hw/link eth0.5 eth0.1 eth0.2 eth0.3 eth0.4 'atm[0-9]' 'ptm[0-9]'
     spawn tarn env LD_PRELOAD=/usr/lib/gateway/libkmonitor.so tarn
-    until_true 30 logged 'System: System init finished' || return
-    until_true 30 logged 'sendInitFin() : ' || return
+    until_true logged 'System: System init finished' || return
+    until_true logged 'sendInitFin() : ' || return
     # Start-up switches the WAN port off and on; whoever asks for a lease meanwhile is not heard.
-    until_true 30 logged 'Ethernet Wan eth0.5 link up' || return
-    until_true 30 is Ethernet.Link.1.Status Up
+    until_true logged 'Ethernet Wan eth0.5 link up' || return
+    until_true is Ethernet.Link.1.Status Up
 }
 
 # Ends all of it, as a loss of power would.
