@@ -24,7 +24,8 @@ def command(hardware, *words):
     """QEMU's words. The board has a serial console and no way to a network of this machine's; with gdb, the emulator's
     stub for the kernel and the board's second serial line are sockets here."""
     image = hardware.kernel or kernel.image(PACKAGES)
-    line = " ".join(("console=ttyS0", "loglevel=3", "panic=-1", "nokaslr", *words))
+    # A root that is a tmpfs gets half the memory at most, which is too little on a small board.
+    line = " ".join(("console=ttyS0", "loglevel=3", "panic=-1", "nokaslr", "rootfstype=ramfs", *words))
     tree = ["-dtb", str(hardware.device_tree)] if hardware.device_tree else []
     return ["qemu-system-mipsel", "-M", "malta", "-m", str(hardware.memory), "-vga", "none", "-nic", "none", "-no-reboot",
             "-display", "none", "-kernel", str(image), "-initrd", str(hardware.initrd), "-append", line, *tree,
