@@ -106,7 +106,7 @@ void Daemon::keepInModel(const std::string& path, const std::string& value) {
 }
 
 void Daemon::put(const State& state) {
-    for (int link = 0; link < kLinks; ++link) {
+    for (size_t link = 0; link < kLinks; ++link) {
         const bool isLine = link == kLine;
         keepInModel(kStatus[link], state.up[link] ? "Up" : (isLine ? "NoSignal" : "Down"));
         entryOf(static_cast<Link>(link)).linkStatus = state.acted[link] ? 1 : 0;
@@ -157,7 +157,7 @@ State Daemon::meet(Event event, Deeds& deeds) {
 
 State Daemon::state() const {
     State now;
-    for (int link = 0; link < kLinks; ++link) {
+    for (size_t link = 0; link < kLinks; ++link) {
         now.up[link] = isUp(kStatus[link]);
         now.acted[link] = entryOf(static_cast<Link>(link)).linkStatus == 1;
     }

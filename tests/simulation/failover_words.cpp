@@ -17,7 +17,7 @@ std::string Setting::words() const {
 std::string State::words() const {
     constexpr const char* kLinkNames[] = {"copper", "SFP", "line", "stick"};
     std::string text;
-    for (int link = 0; link < kLinks; ++link) {
+    for (size_t link = 0; link < kLinks; ++link) {
         text += kLinkNames[link] + std::string(up[link] ? " up" : " down") + (acted[link] ? " (up), " : " (down), ");
     }
     return text + (mode == Mode::Atm ? "ATM" : "PTM") + ", carrier " + std::to_string(static_cast<int>(carrier)) +
