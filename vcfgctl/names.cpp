@@ -40,7 +40,9 @@ constexpr Named kFrontEnd[] = {{vcfg::wire::kRefresh, "FE_REFRESH"},
                                {vcfg::wire::kService, "FE_SERVICE"},
                                {vcfg::wire::kSave, "FE_SAVE"},
                                {vcfg::wire::kLoadPart, "FE_LOAD_PART"},
-                               {vcfg::wire::kLoad, "FE_LOAD"}};
+                               {vcfg::wire::kLoad, "FE_LOAD"},
+                               {vcfg::wire::kChangeAll, "FE_CHANGE_ALL"},
+                               {vcfg::wire::kStartUp, "FE_START_UP"}};
 
 constexpr std::string_view kEndpointPrefix = "VCFG_EID_";
 constexpr std::string_view kTypePrefix = "VCFG_MSG_";

@@ -1,9 +1,11 @@
 #include "payload.h"
 
+#include <vcfg/fe.h>
+
 #include <algorithm>
 #include <cstring>
 
-#include "client/fe_wire.h"
+#include "client/fe_step.h"
 #include "mask.h"
 #include "model/describe.h"
 #include "print.h"
@@ -73,6 +75,35 @@ Shown writeText(const Copy& copy, bool showSecrets) {
                : masked(firstText(bytes.substr(sizeof(wire::WriteHeader))), showSecrets);
 }
 
+std::string stepText(const wire::Step& step) {
+    const model::Object* object = model::find(step.header.oid);
+    const objIndex& iid = step.header.iid;
+    const bool isKnown = object != nullptr && iid.level <= sizeof iid.idx;
+    const char* verb = step.header.kind == VCFG_STEP_ADD      ? "add "
+                       : step.header.kind == VCFG_STEP_DELETE ? "delete "
+                                                              : "";
+    const std::string path = isKnown ? model::path(*object, iid) : "object " + std::to_string(step.header.oid);
+    return verb + path + (step.text.empty() ? "" : " " + std::string(step.text));
+}
+
+// One after the other, as far as they were copied.
+Shown stepsText(const Copy& copy, bool showSecrets) {
+    std::string_view bytes = heldBytes(copy);
+    bytes.remove_prefix(std::min(bytes.size(), sizeof(wire::WriteHeader)));
+    std::string text;
+    wire::Step step{};
+    for (std::string_view left = bytes; wire::takeStep(left, &step); bytes = left) {
+        text += (text.empty() ? "" : "; ") + stepText(step);
+    }
+    Shown shown = masked(text, showSecrets);
+    if (!bytes.empty() || copy.held < copy.message->length) {
+        shown.text +=
+            " (" + std::to_string(copy.held - bytes.size()) + " of " + std::to_string(copy.message->length) + " bytes)";
+        shown.isWhole = showSecrets;
+    }
+    return shown;
+}
+
 // The hooks that serve an object, behind the header.
 Shown serviceText(const Copy& copy) {
     std::string_view bytes = heldBytes(copy);
@@ -89,9 +120,14 @@ Shown requestText(const Copy& copy, bool showSecrets) {
         case wire::kSetAndWait:
             return recordText(copy, showSecrets);
         case wire::kWrite:
+        case wire::kLoad:
             return writeText(copy, showSecrets);
+        case wire::kChangeAll:
+            return stepsText(copy, showSecrets);
         case wire::kLoadPart:
             return unseen(copy, showSecrets);
+        case wire::answerTo(wire::kChangeAll):
+            return copy.message->statCode == 0 ? unseen(copy, true) : masked(firstText(heldBytes(copy)), showSecrets);
         case wire::answerTo(wire::kService):
             return copy.message->statCode == 0 ? serviceText(copy) : masked(firstText(heldBytes(copy)), showSecrets);
         default:

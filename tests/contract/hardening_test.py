@@ -73,7 +73,7 @@ def test_functions_begin_with_a_landing_pad(file):
     contents = file.read_bytes()
     entries = [line.split() for line in readelf(file, "--syms").splitlines()]
     functions = [(int(entry[1], 16), entry[6]) for entry in entries
-                 if len(entry) == 8 and entry[3:5] == ["FUNC", "GLOBAL"] and entry[6].isdigit() and entry[7] not in NOT_OURS]
+                 if len(entry) == 8 and entry[3:6] == ["FUNC", "GLOBAL", "DEFAULT"] and entry[6].isdigit() and entry[7] not in NOT_OURS]
     sections = {number: (int(address, 16), int(offset, 16)) for number, address, offset
                 in re.findall(r"\[ *(\d+)\] +\S+ +PROGBITS +(\w+) (\w+)", readelf(file, "-S"))}
     assert functions

@@ -1,10 +1,13 @@
 """What passes on the bus, as vcfgctl monitor shows it."""
 import json
 import os
+import pathlib
 import re
 import select
 import signal
 import socket
+import subprocess
+import threading
 import time
 
 import pytest
@@ -108,19 +111,33 @@ def test_filters_by_endpoint_and_by_type_take_names_and_numbers(quiet_bus):  # n
 
 def test_writes_to_the_model_are_readable_and_hide_secrets(bus):  # noqa: F811
     bus.ok("add", "IP.Interface")
-    looking = monitor(bus, "--type", "FE_WRITE")
-    as_json = monitor(bus, "--json", "--type", "FE_WRITE")
-    insisting = monitor(bus, "--show-secrets", "--type", "FE_WRITE")
-    bus.ok("set", "IP.Interface.1.Alias=wan")
+    looking = monitor(bus, "--type", "FE_CHANGE_ALL")
+    as_json = monitor(bus, "--json", "--type", "FE_CHANGE_ALL")
+    insisting = monitor(bus, "--show-secrets", "--type", "FE_CHANGE_ALL")
+    bus.ok("set", "IP.Interface.1.Alias=wan", "DeviceInfo.ProvisioningCode=x")
     bus.ok("set", "ManagementServer.Password=open sesame", "ManagementServer.Username=me")
+    bus.ok("add", "IP.Interface", "Alias=lan")
+    bus.ok("del", "IP.Interface.1")
     text, told, whole = end(looking), end(as_json), end(insisting)
-    assert '0x00f0000b(FE_WRITE)' in text and 'IP.Interface.1 "{"Alias":"wan"}"' in text
-    assert 'ManagementServer "{"Password":"********","Username":"me"}"' in text
+    assert '0x00f00014(FE_CHANGE_ALL)' in text
+    assert '"IP.Interface.1 {"Alias":"wan"}; DeviceInfo {"ProvisioningCode":"x"}"' in text
+    assert '"ManagementServer {"Password":"********","Username":"me"}"' in text
+    assert '"add IP.Interface.{i} {"Alias":"lan"}"' in text and '"delete IP.Interface.1"' in text
     assert "sesame" not in text + told and b"sesame".hex() not in told
     assert "open sesame" in whole
     requests = [line for line in lines(told) if line["kind"] == "call"]
-    assert [line["path"] for line in requests] == ["IP.Interface.1", "ManagementServer"]
-    assert requests[0]["payloadHex"] is not None and requests[1]["payloadHex"] is None
+    assert [line["payloadHex"] is None for line in requests] == [False, True, False, False]
+
+
+def test_every_request_to_the_data_model_has_a_name(quiet_bus):  # noqa: F811
+    source = (pathlib.Path(__file__).parents[2] / "vcfg" / "client" / "fe_wire.h").read_text()
+    types = re.findall(r"k\w+ = (0x00F0\w+)", source)
+    assert len(types) > 15
+    quiet_bus.serve("15")
+    looking = monitor(quiet_bus, "--json", "--count", str(len(types)))
+    for kind in types:
+        quiet_bus.ok("send", "--to", "15", "--type", kind)
+    assert [line["typeName"] for line in lines(seen(looking)) if line["typeName"] is None] == []
 
 
 def test_secret_in_news_in_a_model_and_in_a_message_is_hidden(bus):  # noqa: F811
@@ -169,19 +186,21 @@ def test_four_look_at_once_and_a_fifth_is_refused_until_one_ends(quiet_bus):  # 
     seen(monitor(quiet_bus, "--timeout", "50"))
 
 
-def test_stopped_monitor_delays_nobody_and_says_what_it_lost(bus):  # noqa: F811
-    looking = monitor(bus, "--json")
+def test_stopped_monitor_delays_nobody_and_says_what_it_lost(quiet_bus):  # noqa: F811
+    server = quiet_bus.serve("2")
+    reader = threading.Thread(target=server.stdout.read)
+    reader.start()
+    looking = monitor(quiet_bus, "--json")
     looking.send_signal(signal.SIGSTOP)
-    assignments = "".join(f"X_VORAN_MailEvent.{n}.Subject=x\n" for n in range(1, 201))
-    for _ in range(200):
-        bus.ok("add", "X_VORAN_MailEvent")
-    for _ in range(20):
-        assert bus.run("set", "-", input=assignments).returncode == 0
+    flood = pathlib.Path(VCFGCTL).with_name("board-flood")
+    subprocess.run([flood, "8000", "0x80000009", "x"], env=quiet_bus.environment, check=True, timeout=PATIENCE)
+    server.terminate()
+    reader.join()
     looking.send_signal(signal.SIGCONT)
     told = lines(end(looking))
     lost = sum(line["count"] for line in told if line["kind"] == "lost")
     shown = sum(line["kind"] != "lost" for line in told)
-    assert (lost > 0, shown > 0, shown + lost) == (True, True, 2 * 4200)
+    assert (lost > 0, shown > 0, shown + lost) == (True, True, 8000)
 
 
 def test_killed_monitor_is_cleared_away(quiet_bus):  # noqa: F811

@@ -142,8 +142,10 @@ void copyToMonitors(Passing passing, const vcfg_msg_t& message, int code, int64_
     errno = error;
 }
 
+// With its first message comes to the bus who has not registered before.
 void copySent(Passing passing, const vcfg_msg_t& message) {
-    if (isWatched()) {
+    static const bool isThere = (attachRoster(), true);
+    if (isThere && isWatched()) {
         copyToMonitors(passing, message, VCFG_OK, monotonicUs());
     }
 }

@@ -26,7 +26,7 @@ struct Attached {
 };
 
 Attached& attached() {
-    static Attached& only = *new Attached;
+    static Attached only;
     return only;
 }
 

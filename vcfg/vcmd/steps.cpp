@@ -1,44 +1,18 @@
 // Several changes as one: all or none.
 #include <vcfg/fe.h>
 
-#include <cstring>
-
-#include "client/fe_wire.h"
+#include "client/fe_step.h"
 #include "writes.h"
 
 namespace vcfg::vcmd {
 namespace {
 
-struct Step {
-    wire::StepHeader header;
-    std::string_view text;
-};
-
-template <class Header>
-bool takeHeader(std::string_view& bytes, Header* header) {
-    if (bytes.size() < sizeof *header) {
-        return false;
-    }
-    memcpy(header, bytes.data(), sizeof *header);
-    bytes.remove_prefix(sizeof *header);
-    return true;
-}
-
-// False when the bytes are no step.
-bool takeStep(std::string_view& bytes, Step* step) {
-    if (!takeHeader(bytes, &step->header) || step->header.length > bytes.size()) {
-        return false;
-    }
-    const std::string_view text = bytes.substr(0, step->header.length);
-    bytes.remove_prefix(text.size());
-    step->text = text.substr(0, text.find('\0'));
-    return text.empty() || step->text.size() == text.size() - 1;
-}
+using wire::Step;
 
 bool takeSteps(std::string_view bytes, std::vector<Step>* steps) {
     while (!bytes.empty()) {
         Step step{};
-        if (!takeStep(bytes, &step)) {
+        if (!wire::takeStep(bytes, &step)) {
             return false;
         }
         steps->push_back(step);
@@ -76,7 +50,7 @@ void changeSeveral(Vcmd& vcmd, Staged& staged) {
     wire::WriteHeader header{};
     Apply apply = Apply::None;
     std::vector<Step> steps;
-    if (!takeHeader(bytes, &header) || !toApply(header.requestType, apply)) {
+    if (!wire::takeHeader(bytes, &header) || !toApply(header.requestType, apply)) {
         return refuse(staged, VCFG_ERR_INVALID, "no such kind of write");
     }
     if (!takeSteps(bytes, &steps)) {
