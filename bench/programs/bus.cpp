@@ -31,8 +31,10 @@ constexpr uint32_t kOneWay = VCFG_MSG_NO_REPLY | 1;
     }
 }
 
+// Its payload is any bytes, as it is with the other peers.
 vcfg_msg_t* newMessage(uint32_t type, size_t payload) {
-    auto* const message = static_cast<vcfg_msg_t*>(calloc(1, VCFG_MSG_HEADER_SIZE + payload));
+    auto* const message = static_cast<vcfg_msg_t*>(malloc(VCFG_MSG_HEADER_SIZE + payload));
+    *message = {};
     message->type = type;
     message->srcEid = 101;
     message->dstEid = kServer;
