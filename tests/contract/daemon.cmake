@@ -34,7 +34,7 @@ gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract
 
 # Some thousand events at each test run, and a million with script/soak.
 add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
-target_include_directories(soak_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR})
+target_include_directories(soak_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support)
 target_compile_definitions(soak_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
   SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
 target_link_libraries(soak_tests PRIVATE house vcfg_client vcfg_model PkgConfig::JSONC GTest::gtest_main)

@@ -6,16 +6,12 @@
 #include "core/kernel_monitor.h"
 #include "core/system_log.h"
 #include "core/wan_state.h"
-#include "diag/server_selection_result.h"
+#include "daemon_state.h"
 #include "dispatch.h"
 #include "inproc_fe.h"
 #include "invariants.h"
-#include "lan/wps.h"
-#include "link/wan_link_table.h"
 #include "memory.h"
-#include "mgmt/ntp.h"
 #include "peers.h"
-#include "startup.h"
 
 namespace sim {
 namespace {
@@ -27,14 +23,7 @@ void clear(uint64_t seed) {
     inproc::reset();
     newWorld(seed);
     furnish();
-    resetWanState();
-    forgetWanLinks();
-    pending::clear();
-    forgetPingSeries();
-    lanPhyResetDone = false;
-    ntpSyncNoticeSent = false;
-    firstUseDateDone = false;
-    forgetWpsSession();
+    forgetDaemonState();
 }
 
 void begin(const Story& story) {

@@ -13,13 +13,13 @@
 #include <thread>
 
 #include "daemon_world.h"
+#include "payload_seeds.h"
 
 namespace {
 
 constexpr int kSenders = 3;
 constexpr unsigned kParts = 10;
 constexpr int kPatienceMs = 60000;
-constexpr char kNextMessage = '\x1e';
 // What the daemon opens once, when an event first needs it.
 constexpr size_t kConnections = 4;
 constexpr size_t kGrowthKiB = 1024;
@@ -31,54 +31,32 @@ struct Event {
     bool asks = false;  // for an answer
 };
 
-struct Seeds {
-    const char* folder;
-    std::vector<uint32_t> types;  // chosen by the first byte of each message when there are several
-};
-
-const Seeds kSeeds[] = {
-    {"payload_dhcpc", {VCFG_MSG_DHCPC_OPTION, VCFG_MSG_DHCPC_BOUND, VCFG_MSG_DHCPC_RENEWED}},
-    {"payload_dhcp6c", {VCFG_MSG_DHCP6C}},
-    {"payload_ra_info", {VCFG_MSG_RA_INFO}},
-    {"payload_pppd", {VCFG_MSG_PPPD}},
-    {"payload_dhcpd_option", {VCFG_MSG_DHCPD_OPTION}},
-    {"payload_mgmt_nat", {VCFG_MSG_MGMT_NAT_DETECT, VCFG_MSG_MGMT_NAT_CLEAR}},
-    {"payload_ntp_sync", {VCFG_MSG_NTP_SYNC_SUCCESS}},
-    {"payload_nslookup", {VCFG_MSG_NSLOOKUP_MSG}},
-    {"payload_loopback", {VCFG_MSG_ATM_OAM_F5_COMPLETE, VCFG_MSG_ATM_OAM_F4_COMPLETE}},
-    {"payload_download", {VCFG_MSG_DOWNLOAD_DIAG_COMPLETE_EVENT}},
-    {"payload_upload", {VCFG_MSG_UPLOAD_DIAG_COMPLETE_EVENT}},
-    {"payload_servers", {VCFG_MSG_PINGSVRS_RST}},
-    {"payload_ping", {VCFG_MSG_PING_MSG}},
-    {"payload_traceroute", {VCFG_MSG_TRACERT_MSG}},
-    {"payload_mail", {VCFG_MSG_MAIL_SEND_EVENT, VCFG_MSG_WAN_CONNECTION_READY, VCFG_MSG_WAN_CONNECTION_LOST}},
-    {"payload_optical", {VCFG_MSG_OPTICAL_LINK_STATUS}},
-};
-
 std::string contentOf(const std::filesystem::path& path) {
     std::ifstream input(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(input), {}};
 }
 
-void addMessages(const Seeds& seeds, const std::string& bytes, std::vector<Event>& events) {
-    for (size_t begin = 0; begin <= bytes.size();) {
-        const size_t end = std::min(bytes.find(kNextMessage, begin), bytes.size());
-        std::string payload = bytes.substr(begin, end - begin);
-        size_t type = 0;
-        if (seeds.types.size() > 1 && !payload.empty()) {
-            type = static_cast<uint8_t>(payload[0]) % seeds.types.size();
-            payload.erase(0, 1);
-        }
-        events.push_back({seeds.types[type], payload});
-        begin = end + 1;
-    }
+// A session of WPS lasts on behind its messages, and what runs its payload would run the hostile ones.
+bool isMixedIn(const PayloadSeeds& seeds) {
+    return seeds.name != "payload_wps" && !seeds.runsItsPayload;
+}
+
+void addMessages(const PayloadSeeds& seeds, const std::string& file, std::vector<Event>& events) {
+    std::string_view bytes = file;
+    do {
+        const SeedMessage message = takeMessage(seeds, bytes);
+        events.push_back({message.type, std::string(message.payload)});
+    } while (!bytes.empty());
 }
 
 // What the fuzz targets begin with, hostile and ordinary, and questions to both endpoints.
 std::vector<Event> mixedEvents() {
     std::vector<Event> events;
-    for (const Seeds& seeds : kSeeds) {
-        for (const auto& file : std::filesystem::directory_iterator(std::filesystem::path(SEEDS) / seeds.folder)) {
+    for (const PayloadSeeds& seeds : kPayloadSeeds) {
+        if (!isMixedIn(seeds)) {
+            continue;
+        }
+        for (const auto& file : std::filesystem::directory_iterator(std::filesystem::path(SEEDS) / seeds.name)) {
             addMessages(seeds, contentOf(file.path()), events);
         }
     }

@@ -6,18 +6,12 @@
 #include <cerrno>
 #include <cstring>
 
-#include "connection/pending_request.h"
 #include "core/kernel_monitor.h"
 #include "core/path.h"
 #include "core/system_log.h"
-#include "core/wan_state.h"
-#include "diag/server_selection_result.h"
+#include "daemon_state.h"
 #include "dispatch.h"
-#include "lan/wps.h"
 #include "link/kernel_event.h"
-#include "link/wan_link_table.h"
-#include "mgmt/ntp.h"
-#include "startup.h"
 #include "world.h"
 
 namespace kit {
@@ -79,14 +73,7 @@ void deliver(uint32_t type, const char* bytes, size_t length, Sender from, objIn
 
 Gateway::Gateway() {
     inproc::reset();
-    resetWanState();
-    forgetWanLinks();
-    pending::clear();
-    forgetPingSeries();
-    lanPhyResetDone = false;
-    ntpSyncNoticeSent = false;
-    firstUseDateDone = false;
-    forgetWpsSession();
+    forgetDaemonState();
     const std::lock_guard lock(world().guard);
     world().inbox.clear();
     world().answers.clear();
