@@ -64,10 +64,10 @@ bool isDriverThere() {
 }
 
 bool dial(const PppInterface& ppp, const std::string& link) {
-    const std::string device = carrier(ppp.LowerLayers.c_str());
     if (processOf(pidFile(link)) != 0) {
         return true;
     }
+    const std::string device = carrier(ppp.LowerLayers.c_str());
     if (device.empty() || !isWord(ppp.X_VORAN_IfName.c_str())) {
         fprintf(stderr, "port-apply: %s has no device to dial over, or none to make\n", link.c_str());
         return false;
@@ -111,6 +111,10 @@ bool applyPppInterface(const Change& change) {
     const std::string before = change.before ? change.before->text("ConnectionStatus") : "";
     const std::string now = change.now ? change.now->text("ConnectionStatus") : "Disconnected";
     if (const auto ppp = linkAt(change.path); now == "Connecting" && ppp && ppp->Enable != 0) {
+        // A session that has just gone has told so before its pppd ended, which would dial for nobody.
+        if (const pid_t former = processOf(pidFile(link)); former != 0 && before == "Disconnected") {
+            awaitEnd(former);
+        }
         return dial(*ppp, link);
     }
     if (now == "Connected" && before != now && values->flag("IPv6CPEnable")) {

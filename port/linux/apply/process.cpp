@@ -57,15 +57,19 @@ void signalProcess(const std::string& pidFile, int signal) {
     }
 }
 
+void awaitEnd(pid_t process) {
+    for (int attempt = 0; attempt < kEndAttempts && (kill(process, 0) == 0 || kill(-process, 0) == 0); ++attempt) {
+        waitAMoment();
+    }
+}
+
 void endProcess(const std::string& pidFile, int signal) {
     const pid_t process = processOf(pidFile);
     if (process == 0) {
         return;
     }
     kill(process, signal);
-    for (int attempt = 0; attempt < kEndAttempts && (kill(process, 0) == 0 || kill(-process, 0) == 0); ++attempt) {
-        waitAMoment();
-    }
+    awaitEnd(process);
     kill(process, SIGKILL);
     kill(-process, SIGKILL);
 }

@@ -13,6 +13,8 @@ bool run(const std::vector<std::string>& words, bool quiet = false);
 pid_t processOf(const std::string& pidFile);
 // Signals that process, if there is one.
 void signalProcess(const std::string& pidFile, int signal);
+// Waits some seconds for the end of a process and all that it has started.
+void awaitEnd(pid_t process);
 // Signals that process and waits until it has ended, with all that it has started: a helper of it may clean up after
 // it, and must not clean up its successor. What does not end in time is killed.
 void endProcess(const std::string& pidFile, int signal);
