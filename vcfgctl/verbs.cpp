@@ -67,7 +67,7 @@ const char kSetHelp[] =
     "\n"
     "  --no-apply  into the data model only; nothing is reconfigured\n"
     "  --wait      returns when the change is applied to all objects; a failed apply is a failure,\n"
-    "              the values stay written\n";
+    "              the values stay written. So does a request (Reset, Renew) without it\n";
 
 const char kAddHelp[] =
     "Adds an instance to a table, with the values given, and prints its path. It comes with all of them, or\n"
