@@ -36,7 +36,7 @@ int joinBus(const std::string& runDir, uint8_t eid) {
     }
     const int code = vcfg_msg_eidInit(eid, "vcfgctl");
     if (code == VCFG_ERR_RIGHTS) {
-        return refuse("the run directory " + runDir + " belongs to somebody else");
+        return refuse("the run directory " + runDir + " belongs to somebody else, or others may write it");
     }
     return code == VCFG_OK ? kDone : refuse("cannot use the run directory " + runDir);
 }

@@ -190,7 +190,7 @@ const char kSendHelp[] =
     "reply is no failure of the sending.\n"
     "\n"
     "  vcfgctl send --to tarn --type WAN_IP_RELEASE --iid 1 --reply\n"
-    "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show' --reply\n";
+    "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show'\n";
 
 const char kServeHelp[] =
     "Is that endpoint (a name or a number): prints a JSON line per message, and answers those that wait for an "

@@ -47,14 +47,14 @@ def test_call_and_its_reply_are_a_line_each_and_linked(quiet_bus):  # noqa: F811
     serve = quiet_bus.serve("15", "--reply", "7:well\ndone")
     looking = monitor(quiet_bus, "--count", "2")
     sender = quiet_bus.start(VCFGCTL, "send", "--to", "15", "--type", "WAN_IP_RELEASE", "--request-id", "77",
-                             "--payload", "a\tb", "--reply")
+                             "--iid", "1.2", "--payload", "a\tb", "--reply")
     sender.wait(PATIENCE)
     call, reply = seen(looking).splitlines()
     asker, answerer = f"250(vcfgctl)/vcfgctl[{sender.pid}]", f"15(vhttpd)/vcfgctl[{serve.pid}]"
     assert re.fullmatch(rf'\d+\.\d{{6}} call    {re.escape(asker)} -> {re.escape(answerer)} '
-                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 "a\\x09b"', call)
+                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 iid 1\.2 "a\\x09b"', call)
     assert re.fullmatch(rf'\d+\.\d{{6}} reply   {re.escape(answerer)} -> {re.escape(asker)} '
-                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 code 7 after \d+\.\d{3} ms "well\\ndone"', reply)
+                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 code 7 after \d+\.\d{3} ms iid 1\.2 "well\\ndone"', reply)
 
 
 def test_json_has_the_message_with_both_processes_and_the_time_it_took(quiet_bus):  # noqa: F811
