@@ -275,6 +275,7 @@ def test_who_may_use_the_bus_may_look_and_nobody_else(quiet_bus):  # noqa: F811
     assert "for members" in seen(member)
     stranger = quiet_bus.run("monitor", "--timeout", "50", user=1234, group=1234, extra_groups=[])
     assert stranger.returncode != 0 and stranger.stdout == "" and stranger.stderr.count("\n") == 1
+    assert "is closed to this user" in stranger.stderr
 
 
 def test_exit_codes(quiet_bus):  # noqa: F811
