@@ -1,6 +1,7 @@
 #include "ask.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 
@@ -34,9 +35,13 @@ int joinBus(const std::string& runDir, uint8_t eid) {
     if (stat(runDir.c_str(), &status) != 0) {
         return nobodyAnswers("there is no bus in " + runDir + ": " + strerror(errno) + "; is vcmd running?");
     }
+    if (S_ISDIR(status.st_mode) && access(runDir.c_str(), X_OK) != 0) {
+        return refuse("the run directory " + runDir +
+                      " is closed to this user; root and its owner may use it, its group in mode 0770");
+    }
     const int code = vcfg_msg_eidInit(eid, "vcfgctl");
     if (code == VCFG_ERR_RIGHTS) {
-        return refuse("the run directory " + runDir + " belongs to somebody else");
+        return refuse("the run directory " + runDir + " belongs to somebody else, or others may write it");
     }
     return code == VCFG_OK ? kDone : refuse("cannot use the run directory " + runDir);
 }

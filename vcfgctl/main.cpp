@@ -52,7 +52,7 @@ void printHelp() {
 }
 
 void printHelp(const Verb& verb) {
-    printf("Usage: vcfgctl %s %s\n\n%s", verb.name, verb.synopsis, verb.help);
+    printf("Usage: vcfgctl %s%s%s\n\n%s", verb.name, *verb.synopsis != '\0' ? " " : "", verb.synopsis, verb.help);
 }
 
 int wrong(const std::string& why) {

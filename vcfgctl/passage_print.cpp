@@ -51,14 +51,21 @@ std::string resultText(const Passage& passage) {
     return passage.kind == Kind::Failure ? result + ": " + vcfg_codeText(code) : result;
 }
 
+// What a message is about: "IP.Interface.1", or "iid 1" where its type alone says of which object.
+std::string subject(const vcfg_msg_t& message) {
+    const std::string path = pathOf(message);
+    const bool hasNumbersOnly = message.oid == 0 && message.objIid.level > 0;
+    const std::string numbers = iidText(message.objIid);
+    return hasNumbersOnly ? " iid " + numbers.substr(numbers.find(':') + 1) : path.empty() ? "" : " " + path;
+}
+
 void printText(const Passage& passage, bool showSecrets) {
     const vcfg_msg_t& message = *passage.copy.message;
     const bool isRequest = passage.kind == Kind::Message || passage.kind == Kind::Call;
-    const std::string path = pathOf(message);
     std::string line = partyText(passage.from) + " -> " + partyText(passage.to) + " " + typeText(message.type);
     line += message.requestId != 0 ? " #" + std::to_string(message.requestId) : "";
     line += isRequest ? "" : resultText(passage);
-    line += path.empty() ? "" : " " + path;
+    line += subject(message);
     if (passage.copy.held > 0) {
         line += " \"" + oneLine(shownPayload(passage.copy, showSecrets).text) + "\"";
     }

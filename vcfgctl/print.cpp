@@ -35,14 +35,6 @@ std::string headerHex(const vcfg_msg_t& message) {
     return hex(&wire, VCFG_MSG_HEADER_SIZE);
 }
 
-std::string iidText(const objIndex& iid) {
-    std::string text = std::to_string(iid.level) + ":";
-    for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i) {
-        text.append(i > 0 ? "." : "").append(std::to_string(iid.idx[i]));
-    }
-    return text;
-}
-
 // The bytes of a well-formed UTF-8 character at the start of `text`; 0 when there is none.
 size_t characterLength(std::string_view text) {
     const unsigned char first = static_cast<unsigned char>(text[0]);
@@ -63,6 +55,14 @@ size_t characterLength(std::string_view text) {
 }
 
 }  // namespace
+
+std::string iidText(const objIndex& iid) {
+    std::string text = std::to_string(iid.level) + ":";
+    for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i) {
+        text.append(i > 0 ? "." : "").append(std::to_string(iid.idx[i]));
+    }
+    return text;
+}
 
 std::string oneLine(std::string_view text) {
     std::string line;

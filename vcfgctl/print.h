@@ -16,6 +16,8 @@ namespace vcfgctl {
 // Text with control characters escaped, so that one value is one line.
 std::string oneLine(std::string_view text);
 
+// Instance numbers as "level:i1.i2".
+std::string iidText(const objIndex& iid);
 json_object* jsonText(std::string_view text);
 // A boolean or number as such, everything else as text. `value` as the model shows it.
 json_object* jsonValue(const vcfg::model::Parameter& parameter, const std::string& value);

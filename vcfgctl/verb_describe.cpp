@@ -1,4 +1,4 @@
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -15,14 +15,13 @@ namespace {
 
 using ServicePtr = std::unique_ptr<vcfg_schema_service_t, vcfg::Free>;
 
-bool isThere(const std::string& directory) {
-    struct stat status {};
-    return stat(directory.c_str(), &status) == 0;
+bool isOpen(const std::string& directory) {
+    return access(directory.c_str(), X_OK) == 0;
 }
 
 // An exit status, reported when not kDone. Nobody to ask is an answer too: the service stays null.
 int askWhoServes(const Call& call, uint32_t oid, ServicePtr& service) {
-    if (!isThere(call.runDir)) {
+    if (!isOpen(call.runDir)) {
         return kDone;
     }
     const int status = joinBus(call.runDir);

@@ -1,5 +1,6 @@
 #include <vcfg/fe.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -47,6 +48,12 @@ int parse(const Call& call, std::vector<Assignment>* assignments) {
     return kDone;
 }
 
+// "Reset", "Renew": whether it could be done is known when it has been.
+bool asksForSomething(const std::vector<Assignment>& assignments) {
+    return std::any_of(assignments.begin(), assignments.end(),
+                       [](const Assignment& one) { return one.target.parameter->isRequest(); });
+}
+
 }  // namespace
 
 int runSet(const Call& call) {
@@ -68,6 +75,9 @@ int runSet(const Call& call) {
     }
     if (status != kDone || writes.empty()) {
         return status;
+    }
+    if (type == VCFG_FE_WRITE_APPLY && asksForSomething(assignments)) {
+        type = VCFG_FE_WRITE_AND_WAIT;
     }
     std::vector<vcfg_step_t> steps;
     for (const Write& write : writes) {

@@ -67,7 +67,7 @@ const char kSetHelp[] =
     "\n"
     "  --no-apply  into the data model only; nothing is reconfigured\n"
     "  --wait      returns when the change is applied to all objects; a failed apply is a failure,\n"
-    "              the values stay written\n";
+    "              the values stay written. So does a request (Reset, Renew) without it\n";
 
 const char kAddHelp[] =
     "Adds an instance to a table, with the values given, and prints its path. It comes with all of them, or\n"
@@ -190,7 +190,7 @@ const char kSendHelp[] =
     "reply is no failure of the sending.\n"
     "\n"
     "  vcfgctl send --to tarn --type WAN_IP_RELEASE --iid 1 --reply\n"
-    "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show' --reply\n";
+    "  vcfgctl send --to 2 --type 0x83 --from 15 --payload 'show'\n";
 
 const char kServeHelp[] =
     "Is that endpoint (a name or a number): prints a JSON line per message, and answers those that wait for an "

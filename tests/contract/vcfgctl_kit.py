@@ -71,6 +71,7 @@ class Bus:
         path = self.home / "hooks" / kind / pattern
         path.write_text("#!/bin/sh\n" + script + "\n")
         path.chmod(0o700)
+        self.run("describe", "DeviceInfo")  # vcmd has noticed it when it has answered
 
     def end(self):
         for process in self.processes:

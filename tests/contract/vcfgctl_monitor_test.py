@@ -47,14 +47,14 @@ def test_call_and_its_reply_are_a_line_each_and_linked(quiet_bus):  # noqa: F811
     serve = quiet_bus.serve("15", "--reply", "7:well\ndone")
     looking = monitor(quiet_bus, "--count", "2")
     sender = quiet_bus.start(VCFGCTL, "send", "--to", "15", "--type", "WAN_IP_RELEASE", "--request-id", "77",
-                             "--payload", "a\tb", "--reply")
+                             "--iid", "1.2", "--payload", "a\tb", "--reply")
     sender.wait(PATIENCE)
     call, reply = seen(looking).splitlines()
     asker, answerer = f"250(vcfgctl)/vcfgctl[{sender.pid}]", f"15(vhttpd)/vcfgctl[{serve.pid}]"
     assert re.fullmatch(rf'\d+\.\d{{6}} call    {re.escape(asker)} -> {re.escape(answerer)} '
-                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 "a\\x09b"', call)
+                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 iid 1\.2 "a\\x09b"', call)
     assert re.fullmatch(rf'\d+\.\d{{6}} reply   {re.escape(answerer)} -> {re.escape(asker)} '
-                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 code 7 after \d+\.\d{3} ms "well\\ndone"', reply)
+                        r'0x000003ec\(VCFG_MSG_WAN_IP_RELEASE\) #77 code 7 after \d+\.\d{3} ms iid 1\.2 "well\\ndone"', reply)
 
 
 def test_json_has_the_message_with_both_processes_and_the_time_it_took(quiet_bus):  # noqa: F811
@@ -275,6 +275,7 @@ def test_who_may_use_the_bus_may_look_and_nobody_else(quiet_bus):  # noqa: F811
     assert "for members" in seen(member)
     stranger = quiet_bus.run("monitor", "--timeout", "50", user=1234, group=1234, extra_groups=[])
     assert stranger.returncode != 0 and stranger.stdout == "" and stranger.stderr.count("\n") == 1
+    assert "is closed to this user" in stranger.stderr
 
 
 def test_exit_codes(quiet_bus):  # noqa: F811

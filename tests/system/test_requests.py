@@ -11,8 +11,8 @@ DONT_RUN = "nothing is renewed"
 
 
 def asked(gateway, request):
-    """Asks, and returns when the hook has ended."""
-    done = gateway.run("vcfgctl", "set", "--wait", f"{request}=true")
+    """Asks, which returns when the hook has ended."""
+    done = gateway.run("vcfgctl", "set", f"{request}=true")
     assert gateway.value(request) == "false"
     return done
 

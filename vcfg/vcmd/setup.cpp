@@ -80,8 +80,9 @@ bool openEndpoint(Vcmd& vcmd) {
     if (vcmd.server != nullptr) {
         return true;
     }
-    return fail(code == VCFG_ERR_RIGHTS ? "the run directory " + directory + " belongs to somebody else"
-                                        : "endpoint 1 cannot be opened in " + directory);
+    return fail(code == VCFG_ERR_RIGHTS
+                    ? "the run directory " + directory + " belongs to somebody else, or others may write it"
+                    : "endpoint 1 cannot be opened in " + directory);
 }
 
 }  // namespace

@@ -101,3 +101,9 @@ def test_wrong_words_are_refused(machine, words):
                             timeout=20, check=False)
     assert result.returncode == 2
     assert result.stderr.startswith("usage: tarn-port check")
+
+
+def test_help_is_no_wrong_word(machine):
+    result = subprocess.run([shutil.which("sh"), CHECK, "--help"], env=dict(os.environ), capture_output=True, text=True,
+                            timeout=20, check=True)
+    assert result.stdout.startswith("usage: tarn-port check")
