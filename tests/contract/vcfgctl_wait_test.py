@@ -1,4 +1,5 @@
 """vcfgctl wait: returns when the model is as wanted, and says what is missing when it is not."""
+import contextlib
 import os
 
 import pytest
@@ -13,7 +14,9 @@ def waiting(bus, *conditions):  # noqa: F811
 
 
 def is_connected(process):
-    return any(os.readlink(one.path).startswith("socket:") for one in os.scandir(f"/proc/{process.pid}/fd"))
+    with contextlib.suppress(FileNotFoundError):  # what is open now may be closed in a moment
+        return any(os.readlink(one.path).startswith("socket:") for one in os.scandir(f"/proc/{process.pid}/fd"))
+    return False
 
 
 def sleeps(process):
