@@ -53,8 +53,12 @@ Connection& Connections::add(int socket) {
 }
 
 Connection* Connections::find(ConnectionId id) {
+    if (lastFound_ < all_.size() && all_[lastFound_].id == id) {
+        return &all_[lastFound_];
+    }
     const auto found = std::lower_bound(all_.begin(), all_.end(), id,
                                         [](const Connection& each, ConnectionId wanted) { return each.id < wanted; });
+    lastFound_ = static_cast<size_t>(found - all_.begin());
     return found != all_.end() && found->id == id ? &*found : nullptr;
 }
 

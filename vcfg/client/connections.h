@@ -58,6 +58,7 @@ class Connections {
     // How many unanswered requests there are of each of 256 kinds, so that hardly ever all must be looked at.
     std::array<uint16_t, 256> openLike_{};
     ConnectionId lastId_ = 0;
+    size_t lastFound_ = 0;  // whose turn it is, is looked up again and again
     uint64_t uses_ = 0;
 };
 
