@@ -3,7 +3,6 @@
 #include <vcfg/loop.h>
 
 #include <atomic>
-#include <random>
 #include <thread>
 
 #include "vcmd_kit.h"
@@ -84,27 +83,13 @@ TEST_F(VcmdChange, ReadersSeeAllOfItOrNothing) {
 }
 
 TEST_F(VcmdChange, KilledAtAnyMomentItIsThereWholeOrNotAtAll) {
-    std::mt19937 random(20261122);
-    std::uniform_int_distribution<useconds_t> pause(0, 3000);
-    uint32_t next = 1;
-    for (int kills = 0; kills < kKills; ++kills) {
-        std::thread killer([pid = vcmd.pid(), wait = pause(random)] {
-            usleep(wait);
-            ::kill(pid, SIGKILL);
+    killWhileWriting(
+        vcmd, kKills, 20261122, [this](uint32_t next) { return number(next); },
+        [this] {
+            const uint32_t first = record<IpInterface>(interfaces[0]).LastChange;
+            EXPECT_EQ(first, record<IpInterface>(interfaces[1]).LastChange);
+            return first;
         });
-        uint32_t answered = next - 1;
-        while (number(next) == VCFG_OK) {
-            answered = next++;
-        }
-        killer.join();
-        vcmd.kill9();
-        ASSERT_NO_FATAL_FAILURE(vcmd.start());
-        const uint32_t first = record<IpInterface>(interfaces[0]).LastChange;
-        ASSERT_EQ(first, record<IpInterface>(interfaces[1]).LastChange);
-        ASSERT_TRUE(first == answered || first == next) << first << " " << answered;
-        next = first + 1;
-    }
-    EXPECT_GT(next, static_cast<uint32_t>(kKills)) << "hardly anything was written between the kills";
 }
 
 TEST_F(VcmdChange, TheRefusalNamesThePath) {

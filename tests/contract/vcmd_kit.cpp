@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <thread>
 
@@ -209,6 +210,31 @@ int codeOf(ReadFunction function, uint32_t oid, objIndex at) {
     const int code = function(oid, &at, &bytes);
     free(bytes);
     return code;
+}
+
+void killWhileWriting(Vcmd& vcmd, int kills, unsigned seed, const std::function<int(uint32_t number)>& write,
+                      const std::function<uint32_t()>& stored) {
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<useconds_t> pause(0, 3000);
+    uint32_t next = 1;
+    for (int kill = 0; kill < kills; ++kill) {
+        std::thread killer([pid = vcmd.pid(), wait = pause(random)] {
+            usleep(wait);
+            ::kill(pid, SIGKILL);
+        });
+        uint32_t answered = next - 1;
+        while (write(next) == VCFG_OK) {
+            answered = next++;
+        }
+        killer.join();
+        vcmd.kill9();
+        ASSERT_NO_FATAL_FAILURE(vcmd.start());
+        const uint32_t found = stored();
+        ASSERT_FALSE(testing::Test::HasFailure());
+        ASSERT_TRUE(found == answered || found == next) << found << " " << answered;
+        next = found + 1;
+    }
+    EXPECT_GT(next, static_cast<uint32_t>(kills)) << "hardly anything was written between the kills";
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

@@ -88,4 +88,9 @@ RecordType record(objIndex at, ReadFunction function = vcfgFeObjStructGetWithout
 // The code of a read whose record does not matter.
 int codeOf(ReadFunction function, uint32_t oid, objIndex at = {});
 
+// `write` puts a number into the model, always the next one, until vcmd is killed at a random moment; started again, it
+// has what `stored` says: the last number that was answered, or the one that was under way. And again, `kills` times.
+void killWhileWriting(Vcmd& vcmd, int kills, unsigned seed, const std::function<int(uint32_t number)>& write,
+                      const std::function<uint32_t()>& stored);
+
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit = std::chrono::seconds(20));

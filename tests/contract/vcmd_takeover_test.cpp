@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <random>
-#include <thread>
 
 #include "vcmd_kit.h"
 
@@ -184,30 +183,17 @@ TEST(VcmdRunDirectory, FullOrReadOnlyEndsTheStartWithALine) {
 
 // The caller's code says what it knows: an answered write is there, another one is there or not.
 TEST_F(VcmdTakeover, KilledAtAnyMomentNoAnsweredWriteIsLostAndNoneIsHalf) {
-    std::mt19937 random(20240229);
-    std::uniform_int_distribution<useconds_t> pause(0, 3000);
-    uint32_t next = 1;
-    for (int kills = 0; kills < kKills; ++kills) {
-        std::thread killer([pid = vcmd.pid(), wait = pause(random)] {
-            usleep(wait);
-            ::kill(pid, SIGKILL);
+    const auto both = [](uint32_t number) {
+        return R"({"Alias":")" + std::to_string(number) + R"(","LastChange":)" + std::to_string(number) + "}";
+    };
+    killWhileWriting(
+        vcmd, kKills, 20240229,
+        [&](uint32_t next) { return writeJson(RDM_OID_IP_IFACE, interface, both(next), VCFG_FE_WRITE_NO_APPLY); },
+        [this] {
+            const IpInterface found = record<IpInterface>(interface);
+            EXPECT_TRUE(found.LastChange == 0 || found.Alias == std::to_string(found.LastChange)) << found.Alias.view();
+            return found.LastChange;
         });
-        uint32_t answered = next - 1;
-        const auto both = [](uint32_t number) {
-            return R"({"Alias":")" + std::to_string(number) + R"(","LastChange":)" + std::to_string(number) + "}";
-        };
-        while (writeJson(RDM_OID_IP_IFACE, interface, both(next), VCFG_FE_WRITE_NO_APPLY) == VCFG_OK) {
-            answered = next++;
-        }
-        killer.join();
-        vcmd.kill9();
-        ASSERT_NO_FATAL_FAILURE(vcmd.start());
-        const IpInterface found = record<IpInterface>(interface);
-        ASSERT_TRUE(found.LastChange == answered || found.LastChange == next) << found.LastChange << " " << answered;
-        ASSERT_TRUE(found.LastChange == 0 || found.Alias == std::to_string(found.LastChange)) << found.Alias.view();
-        next = found.LastChange + 1;
-    }
-    EXPECT_GT(next, static_cast<uint32_t>(kKills)) << "hardly anything was written between the kills";
     EXPECT_EQ(vcmd.logged("made anew"), 0u) << vcmd.log();
 }
 
