@@ -120,7 +120,8 @@ TEST_F(BusRecorder, ThreadGoesOnWithAnEventOfAnother) {
     EXPECT_EQ(event, vcfgEventCurrent());
     vcfgEventEnd(before);
     const std::vector<Told> events = told(Kind::Event);
-    const auto inner = std::find_if(events.begin(), events.end(), [](const Told& one) { return one.field(2) == "inner"; });
+    const auto inner =
+        std::find_if(events.begin(), events.end(), [](const Told& one) { return one.field(2) == "inner"; });
     ASSERT_NE(events.end(), inner);
     EXPECT_EQ(event, inner->entry.cause);
 }
@@ -129,7 +130,8 @@ TEST_F(BusRecorder, WhatIsDoneWithoutAnEventIsTheProgramsOwn) {
     EXPECT_NE(0, system(("VCFG_EVENT=4711 " + kSendToNobody).c_str()));
     const uint32_t event = told(Kind::Failed).back().entry.event;
     const std::vector<Told> events = told(Kind::Event);
-    const auto program = std::find_if(events.begin(), events.end(), [=](const Told& one) { return one.entry.event == event; });
+    const auto program =
+        std::find_if(events.begin(), events.end(), [=](const Told& one) { return one.entry.event == event; });
     ASSERT_NE(events.end(), program);
     EXPECT_EQ("program", program->field(0));
     EXPECT_EQ(4711u, program->entry.cause);

@@ -59,8 +59,8 @@ void attachRecorder() {
 }
 
 void append(Entry& entry, std::string_view text) {
-    entry.length = static_cast<uint16_t>(entry.length + text.copy(entry.text.data() + entry.length,
-                                                                  entry.text.size() - entry.length));
+    entry.length = static_cast<uint16_t>(entry.length +
+                                         text.copy(entry.text.data() + entry.length, entry.text.size() - entry.length));
 }
 
 void appendField(Entry& entry, std::string_view text) {

@@ -85,7 +85,8 @@ class Masking {
         begin = isNamed ? std::min(text_.find_first_not_of(kBlank, begin + 1), text_.size()) : begin;
         const size_t end = endOfWord(text_, begin);
         const std::string_view value = text_.substr(begin, end - begin);
-        if (!value.empty() && value != "\"\"" && value != "''" && value != "null" && value[0] != '{' && value[0] != '[') {
+        if (!value.empty() && value != "\"\"" && value != "''" && value != "null" && value[0] != '{' &&
+            value[0] != '[') {
             result_.append(text_.substr(at_, begin - at_)).append(model::kHidden);
             at_ = end;
         }
