@@ -243,8 +243,8 @@ TEST_F(VcmdHooks, AHookGetsACleanEnvironment) {
     for (std::string line; std::getline(lines, line);) {
         const std::string name = line.substr(0, line.find('='));
         // The shell adds the last two.
-        EXPECT_TRUE(name == "PATH" || name == "VCFG_RUN_DIR" || name == "VCFG_DATA_DIR" || name == "PWD" ||
-                    name == "OLDPWD")
+        EXPECT_TRUE(name == "PATH" || name == "VCFG_RUN_DIR" || name == "VCFG_DATA_DIR" || name == "VCFG_EVENT" ||
+                    name == "PWD" || name == "OLDPWD")
             << line;
     }
 }
