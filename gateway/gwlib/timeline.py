@@ -1,0 +1,106 @@
+"""All that happens in a gateway from a moment on: what arrives, what the daemon says and runs, how the data model changes, and
+what somebody marks. The gateway may boot, or boot anew, meanwhile. report.write makes a page of it."""
+import collections
+import json
+import subprocess
+import threading
+from typing import NamedTuple
+
+from . import inside, logs, secrets, times
+from .errors import GatewayError
+from .growing import PAUSE, File, Program
+from .waiting import until
+
+MOST = 200_000  # lines of each kind that are kept: the latest
+SETTLE_SECONDS = 2
+
+
+class Mark(NamedTuple):
+    at: int
+    text: str
+    ok: bool
+
+
+class Snapshot(NamedTuple):
+    """The values of the model at a moment, as vcfgctl shows them."""
+    at: int
+    values: dict
+
+
+class Timeline:
+    def __init__(self, state):
+        self.state, self.begin, self.end = state, times.now(), None
+        self.marks, self.snapshots = [], []
+        self.log, self.journal, self.writes, self.messages = (collections.deque(maxlen=MOST) for _ in range(4))
+        self._secrets = secrets.Secrets(state)
+        self._files = ((File(state.log), self.log), (File(state.journal), self.journal))
+        self._over = threading.Event()
+
+    @classmethod
+    def start(cls, gateway):
+        """Of a gateway's state, whether it runs already or is booted later. Returns when all that comes is seen."""
+        timeline = cls(gateway)
+        timeline._follow()
+        return timeline
+
+    def _follow(self):
+        for file, _ in self._files:
+            file.new()
+        self._programs = (Program(self.state, ["vcfgctl", "watch", "--json"], self.writes.append, self._look),
+                          Program(self.state, ["vcfgctl", "monitor", "--json"], self._take_message))
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+        if self.state.world() is not None:
+            until(lambda: self.snapshots, SETTLE_SECONDS)
+
+    def mark(self, text, ok=True):
+        """A step that begins, or an outcome: expected or not."""
+        self.marks.append(Mark(times.now(), text, ok))
+
+    def stop(self):
+        """All that has happened until now is in it."""
+        if self.end is None:
+            logs.settle(self.state)
+            self.end = times.now()
+            self._look(reached=True)
+            self._over.set()
+            self._reader.join()
+            for program in self._programs:
+                program.end()
+            self._read_files()
+        return self
+
+    def _look(self, reached=False):
+        """What the model is like when the watch begins and at the end, when the watch has told as much."""
+        values = model_values(self.state)
+        if values:
+            self.snapshots.append(Snapshot(times.now(), values))
+        if values and reached:
+            until(lambda: not _behind(values, self.writes), SETTLE_SECONDS)
+
+    def _take_message(self, line):
+        if not str(line.get("typeName")).startswith("FE_"):
+            self.messages.append(line)
+
+    def _read(self):
+        while not self._over.wait(PAUSE):
+            self._read_files()
+
+    def _read_files(self):
+        for file, lines in self._files:
+            lines.extend(map(self._secrets.hidden, file.new()))
+
+
+def model_values(state):
+    """{path: value} of the whole model, secrets hidden; empty when nobody tells."""
+    try:
+        told = inside.run(state, "vcfgctl", "get", "--json", ".", timeout=10).stdout
+        return {line["path"]: line["value"] for line in map(json.loads, told.splitlines())}
+    except (GatewayError, ValueError, KeyError, subprocess.TimeoutExpired):
+        return {}
+
+
+def _behind(values, writes):
+    """Whether the last write of a parameter that has been seen is not what it is."""
+    last = {line["path"]: line["new"] for line in list(writes) if "path" in line}
+    return any(path in values and values[path] != value for path, value in last.items())
