@@ -13,6 +13,7 @@ from .waiting import until
 
 MOST = 200_000  # lines of each kind that are kept: the latest
 SETTLE_SECONDS = 2
+LED_FILES = ("/proc/tc3162/led_internet", "/proc/tc3162/led_internet_red")
 
 
 class Mark(NamedTuple):
@@ -22,9 +23,10 @@ class Mark(NamedTuple):
 
 
 class Snapshot(NamedTuple):
-    """The values of the model at a moment, as vcfgctl shows them."""
+    """The values of the model at a moment, as vcfgctl shows them, and the texts of the LED's files."""
     at: int
     values: dict
+    led: tuple
 
 
 class Timeline:
@@ -74,7 +76,7 @@ class Timeline:
         """What the model is like when the watch begins and at the end, when the watch has told as much."""
         values = model_values(self.state)
         if values:
-            self.snapshots.append(Snapshot(times.now(), values))
+            self.snapshots.append(Snapshot(times.now(), values, led_texts(self.state)))
         if values and reached:
             until(lambda: not _behind(values, self.writes), SETTLE_SECONDS)
 
@@ -98,6 +100,13 @@ def model_values(state):
         return {line["path"]: line["value"] for line in map(json.loads, told.splitlines())}
     except (GatewayError, ValueError, KeyError, subprocess.TimeoutExpired):
         return {}
+
+
+def led_texts(state):
+    try:
+        return tuple(inside.run(state, "cat", *LED_FILES, timeout=10).stdout.splitlines())
+    except (GatewayError, subprocess.TimeoutExpired):
+        return ()
 
 
 def _behind(values, writes):
