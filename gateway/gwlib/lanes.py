@@ -49,6 +49,11 @@ def tone(text):
     return "bad" if any(part in text.lower() for part in BAD) else "warn"
 
 
+def is_between(event):
+    """Whether a write leaves something in a state that cannot last, as a line that trains."""
+    return any(tone(str(line["new"])) == "warn" for line in event.lines if line["path"].endswith("Status"))
+
+
 def of(changes):
     """The lanes that the model's changes give: (time, path, new value, place of the event); of an object that goes the value is
     None."""
@@ -58,22 +63,29 @@ def of(changes):
         if parameter.isdecimal():
             if new is None:
                 records.pop(path, None)
-                _tell(lanes, path, None, at, place)
+                _tell(lanes, records, path, at, place)
             continue
         record = records.setdefault(thing, {})
         record[parameter] = value_text(new) or ""
-        _tell(lanes, thing, record, at, place)
+        _tell(lanes, records, thing, at, place)
     return sorted((lane for lane in lanes.values() if any(span[1] for span in lane["spans"])), key=_order)
 
 
-def _tell(lanes, path, record, at, place):
+def _tell(lanes, records, path, at, place):
+    record = records.get(path)
     kind = next((kind for kind in KINDS if kind.form.fullmatch(path)), None)
     if kind is None or (record is None and path not in lanes):
         return
     lane = lanes.setdefault(path, {"group": kind.group, "path": path, "name": "", "spans": []})
     if record is not None:
-        lane["name"] = next((record[name] for name in kind.named if record.get(name)), lane["name"])
+        lane["name"] = next((record[name] for name in kind.named if record.get(name)), lane["name"]) or _above(records, path)
     _append(lane["spans"], at, *_state(kind, record), place)
+
+
+def _above(records, path):
+    """What has no name of its own is called after the object that it belongs to."""
+    above = records.get(".".join(path.split(".")[:-2]), {})
+    return next((above[name] for name in ("Alias", "Name") if above.get(name)), "")
 
 
 def _state(kind, record):
@@ -84,7 +96,7 @@ def _state(kind, record):
     shown = next((record[name] for name in kind.shown if record.get(name)), "")
     looks = tone(state)
     if not kind.shown:
-        return state, looks if state else "none"
+        return (state, looks) if state not in ("", "None") else ("", "none")
     return (f"{shown}" if looks == "good" else f"{shown} {state}".strip()) if shown else "", looks if shown else "none"
 
 

@@ -11,13 +11,16 @@ from .state import REPOSITORY
 
 PAGE = REPOSITORY / "gateway" / "report"
 MOST = 60_000  # events of a page: the latest
+TITLE = "What happened in the gateway"
 FILLED = "@{{{}}}@"
 NOTE = ("Chains follow the order in time: what the daemon does belongs to what it took up last. Passwords, PINs and keys are hidden.")
 
 
-def write(timeline, file, title="The gateway's timeline"):
-    """Writes the page, once the timeline has ended."""
-    pathlib.Path(file).write_text(page(data(timeline.stop(), title)), encoding="utf-8")
+def write(timeline, file, title=TITLE):
+    """Writes the page, when the timeline has ended; returns how many events it has."""
+    shown = data(timeline.stop(), title)
+    pathlib.Path(file).write_text(page(shown), encoding="utf-8")
+    return len(shown["events"])
 
 
 def data(timeline, title):
@@ -73,13 +76,15 @@ def page(shown):
 
 
 def _part(path):
-    return path.read_text(encoding="utf-8").strip()
+    """Without what only its authors need: indentation, and lines that are comments."""
+    lines = (line.strip() for line in path.read_text(encoding="utf-8").splitlines())
+    return "\n".join(line for line in lines if line and not line.startswith("//"))
 
 
 def _policy(script):
     """What a browser may do for the page: run its script, take its style, and nothing else."""
     digest = base64.b64encode(hashlib.sha256(script.encode()).digest()).decode()
-    return f"default-src 'none'; script-src 'sha256-{digest}'; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'"
+    return f"default-src 'none'; script-src 'sha256-{digest}'; style-src 'unsafe-inline'; img-src data:; base-uri 'none'; form-action 'none'"
 
 
 def embedded(shown):

@@ -30,8 +30,9 @@ class Snapshot(NamedTuple):
 
 
 class Timeline:
-    def __init__(self, state):
-        self.state, self.begin, self.end = state, times.now(), None
+    def __init__(self, state, since=None):
+        self.state, self.began, self.end = state, times.now(), None
+        self.begin = self.began if since is None else since
         self.marks, self.snapshots = [], []
         self.log, self.journal, self.writes, self.messages = (collections.deque(maxlen=MOST) for _ in range(4))
         self._secrets = secrets.Secrets(state)
@@ -39,14 +40,15 @@ class Timeline:
         self._over = threading.Event()
 
     @classmethod
-    def start(cls, gateway):
-        """Of a gateway's state, whether it runs already or is booted later. Returns when all that comes is seen."""
-        timeline = cls(gateway)
+    def start(cls, gateway, since=None):
+        """Of a gateway's state, whether it runs already or is booted later; with what is known since a moment of the past.
+        Returns when all that comes is seen."""
+        timeline = cls(gateway, since)
         timeline._follow()
         return timeline
 
     def _follow(self):
-        for file, _ in self._files:
+        for file, _ in self._files if self.begin == self.began else ():
             file.new()
         self._programs = (Program(self.state, ["vcfgctl", "watch", "--json"], self.writes.append, self._look),
                           Program(self.state, ["vcfgctl", "monitor", "--json"], self._take_message))

@@ -4,7 +4,7 @@ let rows = [], height = 0;
 
 function layOut() {
     width = $("chart").clientWidth;
-    left = width < 620 ? 104 : width < 1000 ? 168 : 226;
+    left = width < 620 ? 116 : width < 1000 ? 168 : 226;
     rows = [];
     height = 0;
     let group = null;

@@ -44,9 +44,12 @@ function drawLane(row) {
     const {lane} = row, middle = row.y + row.h / 2, name = lane.name || lane.path;
     write(name, 2, middle, colour.text, BOLD, left - 8);
     const used = 2 + pen.measureText(name).width + 8;
-    if (lane.name && left > 150) { write(lane.path, used, middle + 0.5, colour.dim, SMALL, left - used - 6); }
+    if (lane.name && lane.path) { write(left > 150 ? lane.path : tableOf(lane.path), used, middle + 0.5, colour.dim, SMALL, left - used - 6); }
     clipped(row, () => eachSpan(lane, (span, from, to) => drawSpan(row, span, from, to)));
 }
+
+// What kind of thing it is, where there is no room for its path.
+function tableOf(path) { return (path.match(/IPv[46](?=Address|Prefix)/) || path.split("."))[0]; }
 
 function clipped(row, draw) {
     pen.save();
@@ -62,7 +65,7 @@ function eachSpan(lane, draw) {
     for (let number = Math.max(0, lowerBound(lane.starts, view.from) - 1); number < lane.spans.length && lane.starts[number] <= view.to;) {
         const from = x(lane.starts[number]), to = number + 1 < lane.spans.length ? x(lane.starts[number + 1]) : x(length);
         draw(lane.spans[number], Math.max(from, left - 10), Math.min(Math.max(to, from + 1), width + 10));
-        number = to - from < 1 ? Math.max(number + 1, lowerBound(lane.starts, atX(from + 1))) : number + 1;
+        number = to - from < 1 ? Math.max(number + 1, lowerBound(lane.starts, atX(from + 1)) - 1) : number + 1;
     }
 }
 
@@ -81,8 +84,9 @@ function drawSpan(row, [, text, tone], from, to) {
 function drawQuiet(middle, text, tone, from, to, room) {
     pen.fillStyle = colour[tone];
     pen.fillRect(from, middle - 1, to - from, tone === "none" ? 1 : 2);
-    const wide = Math.min(text.length, Math.floor(room / LETTER)) * LETTER * 0.92;
     if (room < 30 || !text) { return; }
+    pen.font = SMALL;
+    const wide = Math.min(pen.measureText(text).width, room);
     pen.fillStyle = colour.back;
     pen.fillRect(Math.max(from, left) + 6, middle - 6, wide + 6, 12);
     write(text, Math.max(from, left) + 9, middle + 0.5, colour.dim, SMALL, room);

@@ -5,8 +5,8 @@ const LOOKED_BACK = 8;  // events before the view, which may reach into it
 function drawEvents(row) {
     const middle = row.y + row.h / 2, count = shown[row.kind].length.toLocaleString("en");
     sign(row.name, 9, middle, false);
-    write(left > 150 ? row.text : row.text.replace("messages sent", "sent").replace(" events", "").replace(" lines", ""), 22, middle, colour.text, FONT);
-    write(count, left - 10 - count.length * LETTER * 0.9, middle, colour.dim, SMALL);
+    write(row.text, 22, middle, colour.text, FONT, left - 24);
+    if (left > 150) { write(count, left - 10 - count.length * LETTER * 0.9, middle, colour.dim, SMALL); }
     clipped(row, () => drawColumns(row, middle));
 }
 
@@ -26,6 +26,7 @@ function drawColumns(row, middle) {
 
 function drawEvent(row, event, px, middle, end) {
     const wide = event[TOOK] / (view.to - view.from) * (width - left), bar = row.name === "command" && wide > COLUMN;
+    if (px + wide < left - 6) { return; }
     if (wide > COLUMN) { drawTook(row, event, px, wide, middle, bar); }
     if (!bar) { sign(row.name, px, middle, event[BAD]); }
     const inside = bar && wide > INSIDE, begin = Math.max(inside ? px + 7 : px + (bar ? wide + 5 : 9), left + 5);

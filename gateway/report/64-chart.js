@@ -20,15 +20,23 @@ function drawChain() {
     pen.beginPath();
     pen.rect(left - 8, 0, width - left + 8, height);
     pen.clip();
-    const nodes = chain.slice(0, EDGES);
-    nodes.forEach(({event}) => drawEdge(events[event][CAUSE], event));
-    nodes.forEach(({event}) => drawRing(event, event === selected));
+    const nodes = chain.slice(0, EDGES), drawn = new Set();
+    nodes.forEach(({event}) => drawEdge(events[event][CAUSE], event, drawn));
+    nodes.forEach(({event}) => drawRing(event, false, drawn));
+    drawRing(selected, true, new Set());
     pen.restore();
 }
 
-function drawEdge(cause, event) {
+// Whether something is to be drawn at a place where the same has not been drawn before.
+function isFresh(drawn, ...numbers) {
+    const place = numbers.map(number => Math.round(number / 6)).join();
+    return !drawn.has(place) && Boolean(drawn.add(place));
+}
+
+function drawEdge(cause, event, drawn) {
     const from = cause >= 0 ? placeOf(cause) : null, to = placeOf(event);
     if (!from || !to || Math.max(from.px, to.px) < left - 200 || Math.min(from.px, to.px) > width + 200) { return; }
+    if (event !== selected && !isFresh(drawn, from.px, from.py, to.px, to.py)) { return; }
     const bend = from.py === to.py ? -26 : 0, middle = (from.px + to.px) / 2;
     pen.strokeStyle = colour.accent;
     pen.globalAlpha = event === selected ? 0.95 : 0.45;
@@ -40,15 +48,17 @@ function drawEdge(cause, event) {
     pen.globalAlpha = 1;
 }
 
-function drawRing(event, strong) {
+function drawRing(event, strong, drawn) {
     const to = placeOf(event);
-    if (!to || to.px < left - 8 || to.px > width) { return; }
+    if (!to || to.px < left - 8 || to.px > width || !isFresh(drawn, to.px, to.py)) { return; }
     sign(kinds[events[event][KIND]], to.px, to.py, events[event][BAD]);
     pen.strokeStyle = strong ? colour.text : colour.accent;
-    pen.lineWidth = strong ? 2.2 : 1.3;
+    pen.lineWidth = strong ? 2.2 : 1.2;
+    pen.globalAlpha = strong ? 1 : 0.7;
     pen.beginPath();
-    pen.arc(to.px, to.py, strong ? 10.5 : 9, 0, 7);
+    pen.arc(to.px, to.py, strong ? 11 : 9, 0, 7);
     pen.stroke();
+    pen.globalAlpha = 1;
 }
 
 function drawHover() {

@@ -2,7 +2,7 @@
 function drawPanel() {
     const panel = $("panel");
     panel.scrollTop = 0;
-    panel.replaceChildren(...(selected < 0 ? overviewParts() : eventParts(selected)));
+    panel.replaceChildren(...(selected < 0 ? overviewParts() : eventParts(selected)).filter(part => part));
 }
 
 function eventParts(place) {
@@ -11,9 +11,8 @@ function eventParts(place) {
         element("div", {class: "head"}, element("span", {class: `badge ${kind}`}, kind), element("span", {class: "dim"}, moment(event[AT], 1)),
             element("button", {type: "button", class: "close", "aria-label": "Close the details", onclick: () => { select(-1); $("chart").focus(); }}, "×")),
         element("h2", {}, event[TEXT].slice(0, 240) + (event[TEXT].length > 240 ? "…" : "")),
-        factsOf(place), turnsOf(place), element("h3", {}, chain.length > 1 ? "Where it came from, and what came of it" : "Nothing is known that it came from or brought about"),
-        chainList(place), element("h3", {}, "Log lines around it"), eventList(logAround(place), place),
-        element("p", {class: "dim small"}, data.note),
+        factsOf(place), turnsOf(place), chain.length > 1 ? element("button", {type: "button", onclick: zoomToChain}, "show the whole chain") : null,
+        ...whyParts(place), element("h3", {}, "Log lines around it"), eventList(logAround(place), place),
     ];
 }
 
@@ -41,10 +40,18 @@ function turnsOf(place) {
     return turns.length ? element("ul", {class: "turns"}, ...turns) : null;
 }
 
-function chainList(place) {
-    const nodes = chain.filter(node => kinds[events[node.event][KIND]] !== "log" || node.event === place);
+// The way from the first cause to the event, and all else that came of that cause.
+function whyParts(place) {
+    const path = pathTo(place), others = chain.length - path.length;
+    if (path.length + others < 2) { return [element("h3", {}, "Nothing is known that it came from or brought about")]; }
+    const why = path.length > 1 ? [element("h3", {}, "Why"), nodeList(path, place)] : [];
+    return others > 0 ? [...why, element("h3", {}, path.length > 1 ? "All that came of the first of these" : "What came of it"), nodeList(chain, place)] : why;
+}
+
+function nodeList(all, place) {
+    const nodes = all.filter(node => kinds[events[node.event][KIND]] !== "log" || node.event === place);
     const here = nodes.findIndex(node => node.event === place), from = Math.max(0, Math.min(here - LISTED / 2, nodes.length - LISTED));
-    const list = element("ol", {class: "chain"}), base = times[chain[0].event];
+    const list = element("ol", {class: "chain"}), base = times[all[0].event];
     if (from > 0) { list.append(element("li", {class: "dim"}, `${from} before these`)); }
     for (const node of nodes.slice(from, from + LISTED)) { list.append(chainItem(node, base, node.event === place)); }
     const rest = nodes.length - from - LISTED;
@@ -69,4 +76,10 @@ function itemButton(place, when) {
 
 function eventList(places, around) {
     return element("ol", {class: "chain"}, ...places.map(place => element("li", {}, itemButton(place, `${times[place] < times[around] ? "−" : "+"}${duration(Math.abs(times[place] - times[around]))}`))));
+}
+
+function zoomToChain() {
+    const ends = chain.flatMap(({event}) => [times[event], times[event] + events[event][TOOK]]);
+    const from = ends.reduce((one, other) => Math.min(one, other)), to = ends.reduce((one, other) => Math.max(one, other)), room = (to - from) * 0.08 + 200;
+    show(from - room, to + room);
 }

@@ -19,7 +19,7 @@ function stepList() {
 // The states that lasted; a light that went through others for a moment has not shown them to anybody.
 function spanList(lane) {
     const lasting = lane.spans.map((span, number) => ({span, number, end: number + 1 < lane.spans.length ? lane.starts[number + 1] : length}))
-        .filter(({span, end}) => end - span[0] > 50000).slice(0, 100);
+        .filter(({span, end}) => end - span[0] > 100000).slice(0, 100);
     return element("ol", {class: "steps"}, ...lasting.map(({span, number, end}) => element("li", {},
         element("button", {type: "button", class: "item", onclick: () => choose({lane, span: number})}, element("i", {class: `dot ${span[2]}`}),
             element("span", {class: "when"}, moment(span[0])), element("span", {class: "what"}, `${span[1]} for ${duration(end - span[0])}`)))));
