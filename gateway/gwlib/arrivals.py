@@ -10,6 +10,7 @@ from .view import RECEIVED, lease_event
 MESSAGE = re.compile(r"process msg type = (\d+) ")
 KERNEL = re.compile(r"receiving Kernel event")
 KERNEL_TEXT = re.compile(r"payload: (.*?) ?!!$")
+LEASE = "DHCPC Option "
 LINK = re.compile(r"([\w.-]+):(up|down)(?::(-?\d+):([FH]))?")
 TYPES = REPOSITORY / "vcfg" / "include" / "vcfg" / "msg_types.h"
 NUMBER = re.compile(r"^\s*VCFG_MSG_(\w+) = (0x[0-9A-Fa-f]+)", re.M)
@@ -25,6 +26,8 @@ def split(log, messages):
     names, texts = _names(), _kernel_texts(log)
     for line in log:
         message = MESSAGE.match(line["text"]) if line["daemon"] == DAEMON else None
+        if found and line["text"].startswith(LEASE):
+            _fill_in(found[-1], line["text"].removeprefix(LEASE))
         if message:
             found.append(_received(line, int(message[1]), arrived, names))
         elif line["daemon"] == DAEMON and KERNEL.search(line["text"]):
@@ -62,6 +65,13 @@ def _received(line, number, arrived, names):
         return _message(waiting.popleft(), line["t_mono_us"])
     told = f": {RECEIVED[number]}" if number in RECEIVED else ""
     return Event(line["t_mono_us"], "message", "?", f"{names.get(number, f'type {number}')}{told}", more=[["log", line["text"]]])
+
+
+def _fill_in(event, payload):
+    """The daemon says what the DHCP client has sent, when it has taken it up."""
+    if event.text == "DHCPC_OPTION":
+        event.text = cut(f"{event.text}: {lease_event(payload)}")
+        event.more.append(["payload", cut(payload)])
 
 
 def _message(line, handled):

@@ -23,7 +23,9 @@ for (const lane of data.lanes) {
 const firstChild = new Int32Array(events.length).fill(-1), nextChild = new Int32Array(events.length).fill(-1);
 for (let place = events.length - 1; place >= 0; place--) {
     const cause = events[place][CAUSE];
-    if (cause >= 0 && cause < events.length && cause !== place) {
+    if (!(cause >= 0 && cause < events.length) || cause === place) {
+        events[place][CAUSE] = -1;
+    } else {
         nextChild[place] = firstChild[cause];
         firstChild[cause] = place;
     }
