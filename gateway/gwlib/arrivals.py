@@ -13,7 +13,7 @@ KERNEL_TEXT = re.compile(r"payload: (.*?) ?!!$")
 LEASE = "DHCPC Option "
 LINK = re.compile(r"([\w.-]+):(up|down)(?::(-?\d+):([FH]))?")
 TYPES = REPOSITORY / "vcfg" / "include" / "vcfg" / "msg_types.h"
-NUMBER = re.compile(r"^\s*VCFG_MSG_(\w+) = (0x[0-9A-Fa-f]+)", re.M)
+NUMBER = re.compile(r"\bVCFG_MSG_(\w+)(?: =)? (0x[0-9A-Fa-f]+)")
 PLAIN = 0x7FFFFFFF  # the type without the mark that nobody waits for an answer
 DUPLEX = {"F": "full duplex", "H": "half duplex"}
 
