@@ -7,7 +7,7 @@ from .status import COLOURS as LED_COLOURS
 from .timeline import LED_FILES
 
 GOOD = {"Up", "Bound", "Enabled", "Connected", "green", "Renewing", "Complete", "Completed", "Success"}
-OFF = {"Down", "LowerLayerDown", "Disabled", "Disconnected", "NoSignal", "NotPresent", "dark", "Init", "None", ""}
+OFF = {"Down", "LowerLayerDown", "Disabled", "Disconnected", "NoSignal", "NotPresent", "dark", "Init", "Release", "None", ""}
 BAD = ("error", "red", "fail")
 
 TOGETHER_US = 500  # what a lane showed for less than that, between two parameters of one write, is not told

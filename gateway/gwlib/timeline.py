@@ -19,7 +19,7 @@ LED_FILES = ("/proc/tc3162/led_internet", "/proc/tc3162/led_internet_red")
 class Mark(NamedTuple):
     at: int
     text: str
-    ok: bool
+    ok: bool | None
 
 
 class Snapshot(NamedTuple):
@@ -57,8 +57,8 @@ class Timeline:
         if self.state.world() is not None:
             until(lambda: self.snapshots, SETTLE_SECONDS)
 
-    def mark(self, text, ok=True):
-        """A step that begins, or an outcome: expected or not."""
+    def mark(self, text, ok=None):
+        """A step that begins; or, with True or False, an outcome that was as expected or was not."""
         self.marks.append(Mark(times.now(), text, ok))
 
     def stop(self):

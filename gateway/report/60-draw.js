@@ -27,8 +27,8 @@ function drawGrid() {
     pen.fillStyle = colour.grid;
     for (const tick of ticks()) { pen.fillRect(Math.round(x(tick)), 0, 1, height); }
     for (const [when, , ok] of data.marks) {
-        if (when >= view.from && when <= view.to) {
-            pen.fillStyle = ok ? colour.line : colour.bad;
+        if (ok !== true && when >= view.from && when <= view.to) {
+            pen.fillStyle = ok === null ? colour.line : colour.bad;
             pen.fillRect(Math.round(x(when)), 0, 1, height);
         }
     }

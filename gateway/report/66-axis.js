@@ -17,7 +17,7 @@ function ticks() {
 }
 
 function drawAxis() {
-    const tall = data.marks.length ? 48 : 24, lanesPen = pen;
+    const tall = data.marks.length ? 54 : 24, lanesPen = pen;
     pen = fitted($("axis"), width, tall);
     pen.textBaseline = "middle";
     const step = tickStep();
@@ -42,19 +42,37 @@ function drawTime(px) {
     write(text, begin + 5, 12.5, colour.back, SMALL);
 }
 
+const steps = data.marks.filter(([, , ok]) => ok === null), outcomes = data.marks.filter(([, , ok]) => ok !== null);
+
+// A box from each step to the next, and below them a dot for each outcome.
 function drawMarks(middle) {
     write("Steps", 2, middle, colour.text, BOLD);
     let free = left;
-    data.marks.forEach(([when, text, ok], number) => {
-        const px = x(when), end = number + 1 < data.marks.length ? x(data.marks[number + 1][0]) : width;
+    steps.forEach(([when, text], number) => {
+        const px = x(when), end = number + 1 < steps.length ? x(steps[number + 1][0]) : width;
         if (end < left || px > width || (end - px < 2 && px < free)) { return; }
         free = px + 8;
-        pen.fillStyle = ok ? colour.line : colour.bad;
+        const from = Math.max(px, left), to = Math.min(end, width);
+        pen.fillStyle = colour.line;
         pen.beginPath();
-        pen.roundRect(Math.max(px, left) + 0.5, middle - 9, Math.max(3, Math.min(end, width) - Math.max(px, left) - 2), 18, 3);
+        pen.roundRect(from + 0.5, middle - 9, Math.max(3, to - from - 2), 18, 3);
         pen.fill();
-        write((ok ? "" : "✗ ") + text, Math.max(px, left) + 6, middle + 0.5, ok ? colour.text : colour.back, SMALL, Math.min(end, width) - Math.max(px, left) - 10);
+        write(text, from + 6, middle + 0.5, colour.text, SMALL, to - from - 10);
     });
+    drawOutcomes(middle + 13);
+}
+
+function drawOutcomes(py) {
+    let free = left - 1;
+    for (const [when, , ok] of outcomes) {
+        const px = x(when);
+        if (px < left || px > width || (ok && px < free)) { continue; }
+        free = px + 4;
+        pen.fillStyle = ok ? colour.good : colour.bad;
+        pen.beginPath();
+        pen.arc(Math.min(px, width - 4), py, ok ? 2.5 : 4, 0, 7);
+        pen.fill();
+    }
 }
 
 function drawOverview() {

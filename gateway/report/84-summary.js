@@ -10,9 +10,10 @@ function overviewParts() {
 
 function stepList() {
     return element("ol", {class: "steps"}, ...data.marks.map(([when, text, ok], number) => {
-        const end = number + 1 < data.marks.length ? data.marks[number + 1][0] : length, room = (end - when) * 0.06 + 1000;
-        return element("li", {class: ok ? "ok" : "failed"}, element("button", {type: "button", class: "item", onclick: () => show(when - room, end + room)},
-            element("span", {class: "when"}, moment(when)), element("span", {class: "what"}, (ok ? "" : "✗ ") + text)));
+        const next = data.marks.slice(number + 1).find(mark => mark[2] === null), end = ok === null ? next ? next[0] : length : when;
+        const room = ok === null ? (end - when) * 0.06 + 1000 : length / 20, look = ok === null ? "step" : ok ? "ok" : "failed";
+        return element("li", {class: look}, element("button", {type: "button", class: "item", onclick: () => show(when - room, end + room)},
+            element("span", {class: "when"}, moment(when)), element("span", {class: "what"}, {step: "", ok: "✓ ", failed: "✗ "}[look] + text)));
     }));
 }
 
@@ -55,8 +56,8 @@ function count(name) { return events.reduce((sum, event) => sum + (kinds[event[K
 
 function makeCards() {
     if (ledLane) { ledCard(); }
-    const failed = data.marks.filter(([, , ok]) => !ok).length;
-    if (data.marks.length) { card("Steps", failed ? `${failed} failed` : "as expected", element("small", {}, `${data.marks.length} in all`)); }
+    const failed = outcomes.filter(([, , ok]) => !ok).length;
+    if (data.marks.length) { card("Outcomes", failed ? `${failed} not as expected` : outcomes.length ? "as expected" : "none checked", element("small", {}, `${outcomes.length} checked in ${steps.length} steps`)); }
     const links = data.lanes.filter(lane => lane.group === "Links" && lane.path.split(".").length === 3), up = links.filter(lane => lane.spans[lane.spans.length - 1][2] === "good");
     if (links.length) { card("Links up at the end", `${up.length} of ${links.length}`, element("small", {}, up.map(lane => lane.name || lane.path).join(", ") || "none")); }
     card("It was told", (count("kernel") + count("message")).toLocaleString("en"), element("small", {}, `${count("kernel")} kernel events, ${count("message")} messages`));

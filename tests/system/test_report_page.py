@@ -37,7 +37,7 @@ PULLED = data(
     lanes=[{"group": "Internet LED", "path": "", "name": "Internet LED", "spans": [[0, "green", "good", -1], [2_082_000, "red", "bad", 5]]},
            {"group": "Links", "path": "Ethernet.Interface.1", "name": "eth0.1", "spans": [[0, "Up", "good", -1]]},
            {"group": "Connections", "path": "IP.Interface.1", "name": "wan", "spans": [[0, "Up", "good", -1], [2_060_000, "Down", "off", 3]]}],
-    marks=[[0, "1. All is well", True], [2_000_000, "2. The cable is pulled", True], [9_000_000, "the light is green again", False]])
+    marks=[[0, "1. All is well", None], [2_000_000, "2. The cable is pulled", None], [9_000_000, "the light is green again", False]])
 
 
 @pytest.fixture(scope="module")
@@ -84,7 +84,7 @@ def test_hostile_values_are_shown_as_text(opened):
     lanes = [{"group": text, "path": f"Ethernet.Interface.{number + 1}", "name": text, "spans": [[0, text, "good", -1], [5_000_000, f"{text}!", "warn", number]]}
              for number, text in enumerate(HOSTILE)]
     events = [event(number * 1_000_000, number % 6, text, more=[[text, text], [text, text, None]]) for number, text in enumerate(HOSTILE)]
-    shown = data(events, lanes, marks=[[0, text, True] for text in HOSTILE], title=HOSTILE[0], note=HOSTILE[1])
+    shown = data(events, lanes, marks=[[0, text, (None, True, False)[number % 3]] for number, text in enumerate(HOSTILE)], title=HOSTILE[0], note=HOSTILE[1])
     page = opened({**shown, "who": HOSTILE[:2], "made": HOSTILE[0]})
     tables = page.rows()
     for _ in HOSTILE:
