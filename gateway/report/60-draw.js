@@ -7,7 +7,7 @@ function write(text, px, py, ink, font = FONT, room = Infinity) {
     pen.font = font;
     pen.fillStyle = ink;
     const most = Math.floor(room / (font === SMALL ? LETTER * 0.9 : LETTER));
-    if (most > 1) { pen.fillText(text.length > most ? text.slice(0, most - 1) + "…" : text, px, py); }
+    if (most > 3 || text.length <= most) { pen.fillText(text.length > most ? text.slice(0, most - 1) + "…" : text, px, py); }
 }
 
 function drawAll() {

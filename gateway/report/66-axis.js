@@ -25,7 +25,7 @@ function drawAxis() {
         const px = Math.round(x(tick));
         pen.fillStyle = colour.line;
         pen.fillRect(px, 0, 1, 6);
-        write(moment(tick, step), px + 4, 12, colour.dim, SMALL);
+        if (px < width - 44) { write(moment(tick, step), px + 4, 12, colour.dim, SMALL); }
     }
     if (data.marks.length) { drawMarks(36); }
     if (hover && hover.px >= left) { drawTime(hover.px); }
