@@ -34,9 +34,12 @@ KINDS = (
     _kind("Connections", ("DHCPv4.Client.#", "DHCPv6.Client.#"), ("DHCPStatus", "Status")),
     _kind("Addresses", ("IP.Interface.#.IPv4Address.#", "IP.Interface.#.IPv6Address.#"), ("Status",), shown=("IPAddress",)),
     _kind("Addresses", ("IP.Interface.#.IPv6Prefix.#",), ("Status",), shown=("Prefix",)),
-    _kind("Others", ("DHCPv4.Server.Pool.#.Client.#",), ("Active",), shown=("Chaddr",), named=("Alias", "Chaddr")),
-    _kind("Others", ("WiFi.AccessPoint.#.WPS",), ("X_VORAN_WPSRunningStatus", "Status")),
-    _kind("Others", ("IP.Diagnostics.[A-Za-z]+", "DNS.Diagnostics.[A-Za-z]+"), ("DiagnosticsState",)),
+    _kind("Addresses", ("DNS.Client.Server.#",), ("Status",), shown=("DNSServer",)),
+    _kind("Addresses", ("Routing.Router.#.IPv4Forwarding.#",), ("Status",), shown=("DestIPAddress", "GatewayIPAddress")),
+    _kind("Addresses", ("Routing.Router.#.IPv6Forwarding.#",), ("Status",), shown=("DestIPPrefix", "NextHop")),
+    _kind("Others", ("WiFi.AccessPoint.#.WPS", "X_VORAN_WPS"), ("X_VORAN_WPSRunningStatus", "WPSRunningStatus", "Status")),
+    _kind("Others", ("Time", "X_VORAN_WWANBackup"), ("Status",)),
+    _kind("Others", ("[A-Z]+.Diagnostics.[A-Za-z0-9_]+",), ("DiagnosticsState",)),
 )
 
 
@@ -93,11 +96,11 @@ def _state(kind, record):
     if record is None:
         return "", "none"
     state = next((record[name] for name in kind.states if record.get(name)), "")
-    shown = next((record[name] for name in kind.shown if record.get(name)), "")
+    shown = " via ".join(record[name] for name in kind.shown if record.get(name))
     looks = tone(state)
     if not kind.shown:
         return (state, looks) if state not in ("", "None") else ("", "none")
-    return (f"{shown}" if looks == "good" else f"{shown} {state}".strip()) if shown else "", looks if shown else "none"
+    return (shown if looks == "good" else f"{shown} {state}".strip()) if shown else "", looks if shown else "none"
 
 
 def _append(spans, at, text, looks, place):

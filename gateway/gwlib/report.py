@@ -25,7 +25,7 @@ def write(timeline, file, title=TITLE):
 
 def data(timeline, title):
     """What the page shows, as it takes it."""
-    found = _events(timeline)
+    found, left = _events(timeline)
     chains.link(found)
     begin = timeline.begin
     shown = lanes.led(history.of_led(timeline.snapshots, found, begin)) + lanes.of(history.of_model(timeline.snapshots, found, begin))
@@ -34,7 +34,7 @@ def data(timeline, title):
     return {
         "title": title, "made": datetime.datetime.now().astimezone().isoformat(timespec="seconds"),
         "wall": times.wall(begin).timestamp() * 1000, "end": timeline.end - begin, "booted": times.boot(timeline.state) - begin,
-        "note": NOTE, "kinds": [[name, events.KINDS[name]] for name in kinds], "who": whos,
+        "note": NOTE + (f" The first {left} events are left out." if left else ""), "kinds": [[name, events.KINDS[name]] for name in kinds], "who": whos,
         "marks": [[mark.at - begin, mark.text, mark.ok] for mark in timeline.marks],
         "lanes": [_lane(lane, begin) for lane in shown],
         "events": [[event.at - begin, kinds.index(event.kind), who[event.who], event.text, event.took, int(event.bad), event.cause, event.more]
@@ -43,12 +43,12 @@ def data(timeline, title):
 
 
 def _events(timeline):
-    """All of them in order; of too many the latest."""
+    """The events in order, of too many the latest; and how many are left out."""
     arrived, log = arrivals.split(timeline.log, timeline.messages)
     found = arrived + [events.of_log(line) for line in log] + [events.of_command(line) for line in timeline.journal]
     found += events.of_writes(timeline.writes)
     found = sorted((event for event in found if event.at >= timeline.begin), key=lambda event: event.at)
-    return _hidden(timeline.state, found[-MOST:])
+    return _hidden(timeline.state, found[-MOST:]), max(0, len(found) - MOST)
 
 
 def _hidden(state, found):
