@@ -239,6 +239,9 @@ const char kMonitorHelp[] =
     "\n"
     "At most 4 monitors look at the same time. Of a payload, the first 4096 bytes are shown.\n";
 
+const char kWhyHelp[] =
+    "Says how a parameter came to have its value.\n";
+
 const char kCompleteHelp[] =
     "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
     "what the completion of bash and zsh asks.\n"
@@ -273,6 +276,7 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
+    {"why", "PATH", "says how a parameter came to have its value", kWhyHelp, {}, runWhy, true},
     {"complete", "-- WORD...", "says how a command line may go on, for shells", kCompleteHelp, {}, runComplete}};
 
 }  // namespace

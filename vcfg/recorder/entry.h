@@ -27,6 +27,9 @@ enum class Kind : uint8_t {
     Changed,   // object and parameter, instance, how much was there; text: the value before, the value behind
 };
 
+// What changed is the instance itself: it came, or it went.
+inline constexpr uint16_t kNoParameter = 0xffff;
+
 inline constexpr size_t kSlotWords = 16;
 
 struct Slot {

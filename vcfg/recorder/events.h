@@ -53,8 +53,7 @@ void failed(const vcfg_msg_t& message, int code);
 void answered(const vcfg_msg_t& answer);
 
 void wasRead(uint32_t oid, const objIndex& iid, int code, uint32_t change);
-// `before` and `after` are missing when the instance came or went, `parameter` is its place in the object then none.
-inline constexpr uint16_t kNoParameter = 0xffff;
+// `parameter` is its place in the object. `before` is missing when the instance came, `after` when it went.
 void changed(uint32_t oid, uint16_t parameter, const objIndex& iid, const std::optional<std::string_view>& before,
              const std::optional<std::string_view>& after);
 
