@@ -75,6 +75,9 @@ std::string eventText(const Story& story, const Told& told) {
     if (kind == "hook") {
         return process + " ran the hook " + what;
     }
+    if (kind == "timer") {
+        return process + "'s timer " + quoted(what) + " ran out";
+    }
     if (kind == "command") {
         return process + " ran the command " + quoted(what);
     }
@@ -88,9 +91,9 @@ const char* requestVerb(uint32_t type) {
         case wire::kDelete:
             return "deleted";
         case wire::kChangeAll:
-            return "changed several objects";
+            return "asked for a change";
         case wire::kLoad:
-            return "replaced the model";
+            return "asked for another model";
         case wire::kSet:
         case wire::kSetNoApply:
         case wire::kSetAndWait:
@@ -146,6 +149,9 @@ std::string stepText(const Story& story, const Told& told) {
     const std::string kind = fieldText(told, 0);
     const std::string what = fieldText(told, 1);
     const int result = static_cast<int>(told.entry.numbers[0]);
+    if (kind == "timer") {
+        return processText(story, told) + " set its timer " + quoted(what) + " to " + std::to_string(result) + " s";
+    }
     if (kind == "refused") {
         return processText(story, told) + " refused it: " + what;
     }

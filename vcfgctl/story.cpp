@@ -18,7 +18,9 @@ bool isSame(const objIndex& left, const objIndex& right) {
 
 }  // namespace
 
+// A timer runs out some time after a step of the same name has set it.
 Story::Story(std::vector<Told> told) : told_(std::move(told)) {
+    std::map<std::string_view, const Told*> timers;
     for (const Told& one : told_) {
         const vcfg::recorder::Entry& entry = one.entry;
         if (one.isBegin()) {
@@ -26,6 +28,11 @@ Story::Story(std::vector<Told> told) : told_(std::move(told)) {
             programs_[entry.process] = one.field(entry.kind == Kind::Received ? 0 : 1);
         } else {
             steps_[entry.event].push_back(&one);
+        }
+        if (entry.kind == Kind::Step && one.field(0) == "timer") {
+            timers[one.field(1)] = &one;
+        } else if (entry.kind == Kind::Event && one.field(0) == "timer" && timers.contains(one.field(2))) {
+            announced_.try_emplace(entry.event, timers[one.field(2)]);
         }
         if (entry.kind == Kind::Sent && entry.numbers[2] != 0) {
             sent_[{entry.numbers[2], entry.numbers[3]}] = &one;
@@ -44,6 +51,9 @@ std::vector<const Told*> Story::stepsOf(uint32_t event) const {
 }
 
 Link Story::causeOf(const Told& one) const {
+    if (const auto timer = announced_.find(one.entry.event); timer != announced_.end()) {
+        return {begin(timer->second->entry.event), timer->second};
+    }
     if (one.entry.kind != Kind::Received) {
         return {begin(one.entry.cause), nullptr};
     }

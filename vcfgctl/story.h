@@ -47,6 +47,7 @@ class Story {
     std::unordered_map<uint32_t, const Told*> begins_;
     std::unordered_map<uint32_t, std::vector<const Told*>> steps_;
     std::map<std::pair<uint32_t, uint32_t>, const Told*> sent_;  // by connection and order
+    std::unordered_map<uint32_t, const Told*> announced_;        // timers, by their event
     std::unordered_map<uint32_t, std::string> programs_;
 };
 
