@@ -51,6 +51,8 @@ int runSend(const Call& call);
 int runServe(const Call& call);
 int runEndpoints(const Call& call);
 int runMonitor(const Call& call);
+int runWhy(const Call& call);
+int runTrace(const Call& call);
 int runComplete(const Call& call);
 
 // One line on standard error that says why; the result is the exit status.

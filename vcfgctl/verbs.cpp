@@ -30,6 +30,12 @@ const option kMonitorOptions[] = {{"endpoint", required_argument, nullptr, 0},
                                   {"timeout", required_argument, nullptr, 0},
                                   kShowSecrets};
 
+const option kWhyOptions[] = {{"not", no_argument, nullptr, 0}, {"full", no_argument, nullptr, 0}};
+const option kTraceOptions[] = {
+    {"event", required_argument, nullptr, 0}, {"process", required_argument, nullptr, 0},
+    {"since", required_argument, nullptr, 0}, {"follow", no_argument, nullptr, 0},
+    {"timeout", required_argument, nullptr, 0}, {"browser", required_argument, nullptr, 0}};
+
 const char kGetHelp[] =
     "Prints parameters, a path=value line each.\n"
     "\n"
@@ -239,6 +245,34 @@ const char kMonitorHelp[] =
     "\n"
     "At most 4 monitors look at the same time. Of a payload, the first 4096 bytes are shown.\n";
 
+const char kWhyHelp[] =
+    "Says how a parameter came to have its value: the change that gave it, who made it and on behalf of what,\n"
+    "and the steps up to the first cause, as far back as the recorder goes. Several parameters are a line each.\n"
+    "\n"
+    "  vcfgctl why IP.Interface.1.Status\n"
+    "  vcfgctl why 'Ethernet.Interface.[wan].'            all that is below; see 'get' for paths\n"
+    "  vcfgctl why --not IP.Interface.1.Status=Up         where the way to that value ended\n"
+    "\n"
+    "  --not   what refused the value, what replaced it, or who was the last to write or look at the object\n"
+    "  --full  several lines for each of several parameters\n"
+    "  --json  {\"path\",\"value\",\"before\",\"current\",\"cause\",\"change\",\"by\",\"chain\"} lines\n"
+    "\n"
+    "It works without vcmd, too. Secrets are not recorded.\n";
+
+const char kTraceHelp[] =
+    "Prints what the flight recorder holds, as a tree: what reached each thread of each process on the bus, and\n"
+    "below it what it did about it and what came of that. The number behind a '#' is the event's.\n"
+    "\n"
+    "  vcfgctl trace IP.Interface.1.Status   what concerns that parameter or object, '*' for any instance\n"
+    "\n"
+    "  --event N       only that event, what led to it and what came of it\n"
+    "  --process NAME  only what a program did, by its name or its number\n"
+    "  --since SEC     only what happened in the last so many seconds\n"
+    "  --follow        goes on as things happen, a line each\n"
+    "  --timeout MS    with --follow: ends after so many milliseconds (0, the default: without limit)\n"
+    "  --browser FILE  writes a file that a browser's performance view opens (chrome://tracing, Perfetto)\n"
+    "  --json          {\"t_mono_us\",\"kind\",\"event\",\"cause\",\"program\",\"process\",\"thread\",\"text\",...} lines\n";
+
 const char kCompleteHelp[] =
     "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
     "what the completion of bash and zsh asks.\n"
@@ -273,6 +307,12 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
+    {"why", "[--full] [--json] PATH... | --not PATH=VALUE", "says how a parameter came to have its value", kWhyHelp,
+     kWhyOptions, runWhy, true},
+    {"trace",
+     "[--event N] [--process NAME] [--since SEC] [--follow [--timeout MS]]\n"
+     "                     [--json | --browser FILE] [PATH]",
+     "prints what happened, and what came of it", kTraceHelp, kTraceOptions, runTrace, true},
     {"complete", "-- WORD...", "says how a command line may go on, for shells", kCompleteHelp, {}, runComplete}};
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "core/arrival.h"
 #include "core/memory.h"
 
 namespace os {
@@ -41,10 +42,12 @@ File openRegular(const std::string& path) {
 struct Start {
     void (*body)(void*) = nullptr;
     void* argument = nullptr;
+    uint32_t cause = 0;
 };
 
 void* runStart(void* data) {
     const std::unique_ptr<Start> start(static_cast<Start*>(data));
+    const Arrival arrival("thread", "", start->cause);
     start->body(start->argument);
     return nullptr;
 }
@@ -52,10 +55,14 @@ void* runStart(void* data) {
 }  // namespace
 
 int runCommand(const std::string& command) {
-    return system(command.c_str());
+    const Arrival arrival("command", command);
+    const int result = system(command.c_str());
+    vcfgEventStep("status", "", result, nullptr, 0);
+    return result;
 }
 
 std::optional<std::string> firstLineOf(const std::string& command, size_t limit) {
+    const Arrival arrival("command", command);
     FILE* const pipe = popen(command.c_str(), "re");
     if (pipe == nullptr) {
         return std::nullopt;
@@ -70,7 +77,8 @@ std::optional<std::string> firstLineOf(const std::string& command, size_t limit)
     const bool gotLine = !line.empty() || character == '\n';
     while (fgetc(pipe) != EOF) {
     }
-    pclose(pipe);
+    const int result = pclose(pipe);
+    vcfgEventStep("status", "", result, line.data(), line.size());
     return gotLine ? std::optional(line) : std::nullopt;
 }
 
@@ -86,6 +94,7 @@ std::optional<std::string> readFile(const std::string& path, size_t limit) {
            (got = fread(chunk, 1, std::min(sizeof chunk, limit - text.size()), file.get())) > 0) {
         text.append(chunk, got);
     }
+    vcfgEventStep("file", path.c_str(), static_cast<int>(text.size()), text.data(), text.size());
     return text;
 }
 
@@ -145,7 +154,7 @@ int startThread(void (*body)(void*), void* argument, size_t stackBytes) {
     if (start == nullptr || pthread_attr_init(&attributes) != 0) {
         return VCFG_ERR_FAIL;
     }
-    *start = {body, argument};
+    *start = {body, argument, vcfgEventCurrent()};
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     if (stackBytes != 0) {
         pthread_attr_setstacksize(&attributes, stackBytes);

@@ -1,5 +1,7 @@
 #include "core/record.h"
 
+#include <vcfg/recorder.h>
+
 #include <cstdlib>
 
 #include "core/log.h"
@@ -32,6 +34,11 @@ Handle::~Handle() {
     } else {
         logs::print("Free NULL pointer. %s %d\n", source.data(), place_.line);
     }
+}
+
+int Handle::write(Operation operation, uint32_t oid) const {
+    vcfgEventPlace(place_.file, place_.line);
+    return operation(oid, &iid_, record_, nullptr);
 }
 
 Handle read(Read how, uint32_t oid, objIndex iid, Place place) {

@@ -44,6 +44,9 @@ class Handle {
     uint8_t instance() const { return iid_.level > 0 ? iid_.idx[iid_.level - 1] : uint8_t{0}; }
 
   protected:
+    using Operation = int (*)(uint32_t oid, const objIndex* iid, const void* record, void* feedback);
+    int write(Operation operation, uint32_t oid) const;
+
     int code_ = VCFG_ERR_NOT_FOUND;
     objIndex iid_{};
     void* record_ = nullptr;
@@ -79,9 +82,9 @@ class Record : public record_detail::Handle {
     const T& operator*() const { return *static_cast<const T*>(record_); }
 
     // Into the data model only; let the owner apply it too; return when it is applied. 0 or the front end's code.
-    int publish() const { return vcfgFeObjStructSetWithoutApply(oid(), &iid_, record_, nullptr); }
-    int apply() const { return vcfgFeObjStructSet(oid(), &iid_, record_, nullptr); }
-    int applyAndWait() const { return vcfgFeObjStructBlockedSet(oid(), &iid_, record_, nullptr); }
+    int publish() const { return write(vcfgFeObjStructSetWithoutApply, oid()); }
+    int apply() const { return write(vcfgFeObjStructSet, oid()); }
+    int applyAndWait() const { return write(vcfgFeObjStructBlockedSet, oid()); }
     int remove() const { return vcfgFeObjStructDel(oid(), &iid_, nullptr); }
 
   private:

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <chrono>
 
+#include "core/arrival.h"
+
 namespace os {
 namespace {
 
@@ -66,6 +68,7 @@ pid_t Stoppable::start(const std::string& command) {
 }
 
 std::optional<int> Stoppable::run(const std::string& command) {
+    const Arrival arrival("command", command);
     const pid_t child = start(command);
     int status = -1;
     if (child > 0) {
@@ -74,6 +77,7 @@ std::optional<int> Stoppable::run(const std::string& command) {
         group_ = 0;
         waitpid(child, &status, 0);
     }
+    vcfgEventStep("status", "", status, nullptr, 0);
     return stopped() ? std::nullopt : std::optional(status);
 }
 

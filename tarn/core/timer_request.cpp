@@ -1,6 +1,7 @@
 // The way of a request to the timer thread.
 #include <endian.h>
 #include <sys/socket.h>
+#include <vcfg/recorder.h>
 
 #include <cstring>
 #include <new>
@@ -81,6 +82,7 @@ int32_t tarnApplyAddObjectTmTask(const char* name, int32_t exprTime, int32_t msg
     if (name == nullptr || exprTime < 0 || msg_type == 0) {
         return 0;
     }
+    vcfgEventStep("timer", name, exprTime, nullptr, 0);
     const auto text =
         requestText([&](Json& request) { request.set("tmApplyObj", newTask(name, exprTime, msg_type, msgParmData)); });
     return text ? sendMsgTarnTmTask(text->c_str()) : kFailed;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/arrival.h"
 #include "core/descriptor.h"
 #include "core/event.h"
 #include "core/log.h"
@@ -51,6 +52,7 @@ uint16_t lengthIn(const char* header) {
 
 void sendDue(const std::vector<TimerTask>& due) {
     for (const TimerTask& task : due) {
+        const Arrival arrival("timer", task.name);
         const int result = tmApplyObjSendMsg(task);
         if (result != VCFG_DELIVERED && result != kNoMessageType) {
             VLOG(VLOG_ERROR, "the message of timer task \"%s\" is lost: %d", task.name.c_str(), result);

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "core/arrival.h"
 #include "core/log.h"
 #include "core/wan_state.h"
 #include "link/link_turn.h"
@@ -22,6 +23,7 @@ void retrainDsl() {
 }  // namespace
 
 void updateLinkStatus(const char* event) {
+    const Arrival arrival("kernel", event != nullptr ? event : "");
     const std::lock_guard turn(linkTurn);
     logs::print("%s %d: receiving Kernel event !!\n", __func__, __LINE__);
     const std::string_view text = event != nullptr ? event : "";

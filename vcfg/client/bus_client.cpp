@@ -64,8 +64,17 @@ int codeOfSend(int error) {
     }
 }
 
-int sendBy(const Link* link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
-    return link == nullptr ? VCFG_ERR_NO_PEER : codeOfSend(sendUntil(link->socket, message, patience, deadline));
+int sendBy(Link* link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
+    if (link == nullptr) {
+        return VCFG_ERR_NO_PEER;
+    }
+    const int64_t timeUs = recorder::isOn() ? monotonicUs() : 0;
+    const int error = sendUntil(link->socket, message, patience, deadline);
+    if (error == 0) {
+        ++link->last.order;
+        recorder::sent(message, link->last, timeUs);
+    }
+    return codeOfSend(error);
 }
 
 // Sends by the thread's link, which *link is then. A peer that went away since the last call gets one new connection.
@@ -86,20 +95,25 @@ int transmitUnseen(const vcfg_msg_t& message, Way way, Patience patience, const 
     return code;
 }
 
+void fails(const vcfg_msg_t& message, int code) {
+    copyFailure(message, code);
+    recorder::failed(message, code);
+}
+
 int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
     copySent(way == Way::Request ? Passing::Call : Passing::Message, message);
     const int code = transmitUnseen(message, way, patience, deadline, link);
     if (code != VCFG_OK) {
-        copyFailure(message, code);
+        fails(message, code);
     }
     return code;
 }
 
-void copyUnanswered(const Link& link, uint32_t requestId, int code) {
+void failUnanswered(const Link& link, uint32_t requestId, int code) {
     vcfg_msg_t call{};
     call.dstEid = link.eid;
     call.requestId = requestId;
-    copyFailure(call, code);
+    fails(call, code);
 }
 
 // The next packet on a connection that this side may wait on.
@@ -135,7 +149,7 @@ int receiveAnswer(Link& link, uint32_t requestId, const Deadline& deadline, Mess
 int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
     const int code = receiveAnswer(link, requestId, deadline, reply);
     if (code != VCFG_OK) {
-        copyUnanswered(link, requestId, code);
+        failUnanswered(link, requestId, code);
         reply->reset();
         dropLink(link.eid, Way::Request);
     }
@@ -176,7 +190,7 @@ int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, Mess
     code = code == VCFG_OK ? sendBy(&link, message, Patience::Wait, deadline) : code;
     code = code == VCFG_OK ? receiveAnswer(link, message.requestId, deadline, reply) : code;
     if (code != VCFG_OK) {
-        copyFailure(message, code);
+        fails(message, code);
     }
     return code;
 }

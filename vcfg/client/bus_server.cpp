@@ -79,11 +79,12 @@ void EndpointServer::lookAtSocket() {
 // False when no peer waits any more.
 bool EndpointServer::acceptOne() {
     int socket = -1;
-    const bool more = listener_.accept(&socket);
+    uint32_t name = 0;
+    const bool more = listener_.accept(&socket, &name);
     if (socket >= 0) {
         attachRoster();
         connections_.makeRoom();
-        const Connection& connection = connections_.add(socket);
+        const Connection& connection = connections_.add(socket, name);
         if (!watch(socket, connection.id)) {
             CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot watch a connection: %s", eid_, strerror(errno));
             connections_.close(connection.id);

@@ -47,8 +47,8 @@ Connections::~Connections() {
     }
 }
 
-Connection& Connections::add(int socket) {
-    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, 0, 0, false, false});
+Connection& Connections::add(int socket, uint32_t name) {
+    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, 0, 0, false, false, {name, 0}});
     return all_.back();
 }
 

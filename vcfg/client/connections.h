@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bus_server.h"
+#include "recorder/events.h"
 
 namespace vcfg::bus {
 
@@ -23,6 +24,7 @@ struct Connection {
     uint8_t expecting;  // and for each whose type says that an answer is expected
     bool leaving;       // takes no new packets; what it sent before is still received
     bool drained;       // and has been received
+    recorder::Trip last;  // what was received last
 
     // Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.
     bool owesAnswer() const { return open != 0; }
@@ -35,7 +37,7 @@ class Connections {
     Connections(const Connections&) = delete;
     Connections& operator=(const Connections&) = delete;
 
-    Connection& add(int socket);
+    Connection& add(int socket, uint32_t name);
     Connection* find(ConnectionId id);
     void close(ConnectionId id);
 

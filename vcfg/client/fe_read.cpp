@@ -9,6 +9,7 @@
 #include "fe_client.h"
 #include "fe_wire.h"
 #include "model_lease.h"
+#include "recorder/events.h"
 
 namespace vcfg {
 namespace {
@@ -40,6 +41,14 @@ int refresh(ModelLease& lease, const Wanted& wanted, const objIndex& iid) {
     return answer.code;
 }
 
+// A walk's end is the read of an instance that is not there.
+void note(const Wanted& wanted, const objIndex& iid, int code, const store::Found& found) {
+    if (recorder::isOn()) {
+        const uint64_t change = found.value != nullptr ? store::originOf(found.value).change : 0;
+        recorder::wasRead(wanted.oid, iid, code, static_cast<uint32_t>(change));
+    }
+}
+
 int handOut(const store::Found& found, objIndex* iid, void** record) {
     if (found.code != VCFG_OK) {
         return found.code;
@@ -67,7 +76,13 @@ int readModel(const Wanted& wanted, objIndex* iid, void** record) {
         CLIENT_LOG(VLOG_WARNING, "read of object %u: there is no model; vcmd has not made one yet (%d)", wanted.oid,
                    code);
     }
-    return code == VCFG_OK ? handOut(find(lease.view(), wanted, *iid), iid, record) : code;
+    if (code != VCFG_OK) {
+        return code;
+    }
+    const store::Found found = find(lease.view(), wanted, *iid);
+    code = handOut(found, iid, record);
+    note(wanted, *iid, code, found);
+    return code;
 }
 
 }  // namespace vcfg

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "connection_name.h"
 #include "descriptor.h"
 #include "model_fits.h"
 #include "roster.h"
@@ -125,7 +126,7 @@ Link* cachedLink(uint8_t eid, Way way) {
 }
 
 Link unconnected(uint8_t eid, Way way, Receiver* receiver) {
-    return Link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, receiver};
+    return Link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, receiver, {}};
 }
 
 int connect(Link& link, const Deadline& deadline) {
@@ -142,6 +143,7 @@ int connect(Link& link, const Deadline& deadline) {
     link.device = status.st_dev;
     link.inode = status.st_ino;
     link.socket = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    link.last = {link.socket >= 0 ? nameConnection(link.socket) : 0, 0};
     const int error = link.socket < 0 ? errno : connectTo(link.socket, address, deadline);
     if (error != 0 && link.socket >= 0) {
         close(link.socket);

@@ -8,6 +8,7 @@
 
 #include "deadline.h"
 #include "packet.h"
+#include "recorder/events.h"
 
 namespace vcfg::bus {
 
@@ -25,6 +26,7 @@ struct Link {
     int64_t checkedUs;
     int64_t patienceUs;  // the socket's limit for one recv(); 0 for none
     Receiver* receiver;  // the thread's
+    recorder::Trip last;  // what was sent last
 };
 
 // The calling thread's link, as long as it can be trusted to lead to the endpoint's newest server; else null.

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "client_log.h"
+#include "connection_name.h"
 #include "descriptor.h"
 #include "peer.h"
 #include "roster.h"
@@ -107,8 +108,11 @@ bool Listener::publish(int socket, const std::string& fresh, const std::function
     return true;
 }
 
-bool Listener::accept(int* socket) {
-    const int peer = aboveStandard(accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+bool Listener::accept(int* socket, uint32_t* name) {
+    sockaddr_un address;
+    socklen_t size = sizeof address;
+    const int peer = aboveStandard(
+        accept4(socket_, reinterpret_cast<sockaddr*>(&address), &size, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (peer < 0) {
         if (errno == EMFILE || errno == ENFILE) {
             refuseForWantOfDescriptors();
@@ -117,6 +121,7 @@ bool Listener::accept(int* socket) {
     }
     if (peerMayTalk(peer, "endpoint", eid_)) {
         *socket = peer;
+        *name = connectionName(address, size);
     } else {
         close(peer);
     }

@@ -30,8 +30,8 @@ class Listener {
     // when it can be, while accept() still takes who waits at the former one. Answers a vcfg_code.
     int listen(const std::function<bool(int)>& watch, const std::function<void()>& drain);
     // Takes one waiting peer: false when there is none any more. *socket stays as it is when there is none, or when it
-    // may not talk.
-    bool accept(int* socket);
+    // may not talk. `name` is what the peer calls the connection.
+    bool accept(int* socket, uint32_t* name);
 
     bool isCurrent() const;     // the file is this socket's
     bool isSuperseded() const;  // it is another process's

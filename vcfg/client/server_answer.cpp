@@ -34,6 +34,9 @@ int EndpointServer::sendAnswer(Connection& connection, const vcfg_msg_t& message
     if (sentUs != 0 && error == 0) {
         copyToMonitors(Passing::Answer, message, VCFG_OK, sentUs);
     }
+    if (error == 0) {
+        recorder::answered(message);
+    }
     turns_.endOf(connection.id);
     if (connection.drained && !connection.owesAnswer()) {
         connections_.close(connection.id);

@@ -10,6 +10,7 @@
 namespace vcfg::bus {
 
 MessagePtr EndpointServer::receive(ConnectionId* from) {
+    recorder::askedForNext();
     const std::lock_guard guard(mutex_);
     Ready ready;
     ready.count = 0;
@@ -22,6 +23,7 @@ MessagePtr EndpointServer::receive(ConnectionId* from) {
 }
 
 MessagePtr EndpointServer::wait(int timeoutMs, ConnectionId* from, int* code) {
+    recorder::askedForNext();
     const Deadline deadline = timeoutMs < 0 ? Deadline::never() : Deadline::in(static_cast<uint32_t>(timeoutMs));
     Ready ready;
     ready.count = 0;
@@ -88,6 +90,8 @@ MessagePtr EndpointServer::takeFrom(Connection& connection, ConnectionId* from) 
             *from = connection.id;
         }
         turns_.take();
+        ++connection.last.order;
+        recorder::received(*message, connection.last);
         return message;
     }
     turns_.end();

@@ -57,7 +57,7 @@ int Store::attempt(const std::function<int()>& operation) {
     };
     changes_.clear();
     touchesConfiguration_ = false;
-    held_->changing = std::make_unique<Transaction>(held_->environment.get(), writer_);
+    held_->changing = std::make_unique<Transaction>(held_->environment.get(), writer_, event_);
     const Ends ends{held_->changing};
     const int code = operation();
     if (code != VCFG_OK || !held_->changing->hasChanged()) {

@@ -134,8 +134,11 @@ class Store {
     int standOn(const FileMark& file);
 
     void watch(Watcher watcher) { watcher_ = std::move(watcher); }
-    // Who makes the changes that follow.
-    void writeAs(std::string by) { writer_ = std::move(by); }
+    // Who makes the changes that follow, and on behalf of which event.
+    void writeAs(std::string by, uint32_t event = 0) {
+        writer_ = std::move(by);
+        event_ = event;
+    }
     const std::string& writer() const { return writer_; }
     // Another number after every operation that has changed something.
     uint32_t revision() const { return revision_; }
@@ -179,6 +182,7 @@ class Store {
     std::vector<Change> changes_;  // of the change that is being made
     Watcher watcher_;
     std::string writer_;
+    uint32_t event_ = 0;
     uint32_t revision_ = 0;
     uint32_t configurationRevision_ = 0;
     bool touchesConfiguration_ = false;  // the change that is being made

@@ -6,7 +6,7 @@
 
 namespace vcfg::store {
 
-Transaction::Transaction(MDB_env* environment, std::string_view by) {
+Transaction::Transaction(MDB_env* environment, std::string_view by, uint32_t event) {
     check(mdb_txn_begin(environment, nullptr, 0, &transaction_));
     const int opened = mdb_cursor_open(transaction_, kModel, &cursor_);
     if (opened != MDB_SUCCESS) {
@@ -16,6 +16,7 @@ Transaction::Transaction(MDB_env* environment, std::string_view by) {
     origin_.change = mdb_txn_id(transaction_);
     origin_.monotonicUs = static_cast<uint64_t>(monotonicUs());
     by.copy(origin_.by, sizeof origin_.by - 1);
+    origin_.event = event;
 }
 
 bool Transaction::hasRoom() const {

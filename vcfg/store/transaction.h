@@ -9,8 +9,8 @@ namespace vcfg::store {
 
 class Transaction {
   public:
-    // `by` is noted as the writer of what is put. Throws Failure, like all here.
-    Transaction(MDB_env* environment, std::string_view by);
+    // `by` is noted as the writer of what is put, and its event. Throws Failure, like all here.
+    Transaction(MDB_env* environment, std::string_view by, uint32_t event);
     ~Transaction() { mdb_txn_abort(transaction_); }
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

@@ -12,6 +12,9 @@
 #include <cstring>
 #include <vector>
 
+#include "recorder/events.h"
+#include "recorder/program.h"
+
 namespace vcfg::vcmd {
 namespace {
 
@@ -63,8 +66,11 @@ bool complaintSocket(Fd& reader, Fd& writer) {
 }
 
 // Only what hooks are promised: nothing of the starter's environment reaches them.
-std::vector<std::string> cleanEnvironment() {
+std::vector<std::string> cleanEnvironment(uint32_t event) {
     std::vector<std::string> all;
+    if (event != 0) {
+        all.push_back(std::string(recorder::kEnvironment) + "=" + std::to_string(event));
+    }
     const char* path = getenv("PATH");
     all.push_back(std::string("PATH=") + (path != nullptr ? path : "/usr/sbin:/usr/bin:/sbin:/bin"));
     for (const char* name : {"VCFG_RUN_DIR", "VCFG_DATA_DIR"}) {
@@ -108,6 +114,14 @@ bool isOurs(const std::string& program) {
     struct stat status {};
     return stat(program.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
            (status.st_uid == 0 || status.st_uid == geteuid()) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+void noteStart(HookRun& run) {
+    const HookCall& call = run.call;
+    const std::string program = call.program.substr(call.program.rfind('/', call.program.rfind('/') - 1) + 1);
+    const uint32_t before = recorder::begin("hook", call.cause, program + " " + call.action + " " + call.path);
+    run.event = recorder::current();
+    recorder::end(before);
 }
 
 bool fail(HookRun& run, const char* what) {
@@ -155,6 +169,7 @@ std::string describeStatus(int status, const std::string& complaint) {
 
 bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
     run.call = std::move(call);
+    noteStart(run);
     run.deadline = Deadline::in(limitMs);
     if (!isOurs(run.call.program)) {
         run.failure = "is not run: it must be a file that only root or vcmd's own user can write";
@@ -172,7 +187,7 @@ bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
     }
 
     std::vector<std::string> arguments{run.call.program, run.call.action, run.call.path};
-    std::vector<std::string> environment = cleanEnvironment();
+    std::vector<std::string> environment = cleanEnvironment(run.event);
     const std::vector<char*> argumentPointers = pointers(arguments);
     const std::vector<char*> environmentPointers = pointers(environment);
     run.pid = fork();

@@ -19,10 +19,12 @@ struct HookCall {
     std::string path;     // of the instance
     std::string input;    // for its standard input
     bool wantsOutput;     // its standard output is the result; else it goes nowhere
+    uint32_t cause = 0;   // the recorder's event that it is run for
 };
 
 struct HookRun {
     HookCall call;
+    uint32_t event = 0;  // the recorder's; what the hook starts is told it
     pid_t pid = -1;
     Fd output;
     Fd complaints;     // its standard error

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "recorder/events.h"
+
 namespace vcfg::vcmd {
 namespace {
 
@@ -18,6 +20,15 @@ size_t countRunning(const Hooks& hooks, HookKind kind) {
                                              [kind](const auto& one) { return one->job.kind == kind; }));
 }
 
+// What is done with it belongs to its event.
+void conclude(Hooks::Running& ended) {
+    const recorder::Resumed resumed(ended.run.event);
+    if (!ended.run.failure.empty()) {
+        recorder::step(recorder::Lane::Lasting, "failed", ended.run.failure, 1);
+    }
+    ended.job.done(ended.run);
+}
+
 // False when the hook could not be started; its job is over then.
 bool start(Hooks& hooks, HookJob job) {
     auto running = std::make_unique<Hooks::Running>();
@@ -26,7 +37,7 @@ bool start(Hooks& hooks, HookJob job) {
     if (started) {
         hooks.running.push_back(std::move(running));
     } else {
-        running->job.done(running->run);
+        conclude(*running);
     }
     return started;
 }
@@ -55,7 +66,7 @@ bool finishEnded(Hooks& hooks) {
     }
     std::erase(hooks.running, nullptr);
     for (const auto& one : ended) {
-        one->job.done(one->run);
+        conclude(*one);
     }
     return !ended.empty();
 }
@@ -73,6 +84,7 @@ size_t hookRoom(const Hooks& hooks, HookKind kind) {
 }
 
 void queueHook(Hooks& hooks, HookJob job) {
+    job.call.cause = recorder::current();
     waiting(hooks, job.kind).push_back(std::move(job));
 }
 

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "client/fe_wire.h"
+#include "recorder/events.h"
 #include "writes.h"
 
 namespace vcfg::vcmd {
@@ -51,7 +52,7 @@ void load(Vcmd& vcmd, Staged& staged) {
     if (loading.from != staged.request.from) {
         return refuse(staged, VCFG_ERR_INVALID, "no part has come, or another model came meanwhile");
     }
-    vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid));
+    vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid), recorder::eventHere());
     changeModel(vcmd, staged, apply, [&](std::vector<store::Edited>* edited, std::string* why) {
         const int code = vcmd.store.fromText(loading.text, store::What::All, store::Unknown::Refuse, nullptr, why);
         *edited = code == VCFG_OK ? vcmd.store.differences() : std::vector<store::Edited>();

@@ -1,5 +1,6 @@
 // Owners who refresh their instances before they are read: who reads asks for it here.
 #include "client/fe_wire.h"
+#include "recorder/events.h"
 #include "requests.h"
 #include "vlog.h"
 
@@ -17,7 +18,7 @@ void takeRefreshed(Vcmd& vcmd, const vcfg_msg_t& request, const HookRun& run) {
         return;
     }
     const store::JsonPtr values = store::parseObject(run.text, &why);
-    vcmd.store.writeAs("refresh hook");
+    vcmd.store.writeAs("refresh hook", recorder::eventHere());
     vcmd.watchers.refreshedFor = request.srcEid;
     const int code =
         values == nullptr ? VCFG_ERR_INVALID : vcmd.store.write(request.oid, request.objIid, values.get(), &why);

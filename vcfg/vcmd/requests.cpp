@@ -5,6 +5,7 @@
 
 #include "client/fe_wire.h"
 #include "message.h"
+#include "recorder/events.h"
 #include "vlog.h"
 
 namespace vcfg::vcmd {
@@ -92,6 +93,7 @@ void finish(Vcmd& vcmd, Staged& staged) {
 
 void refuse(Staged& staged, int code, const std::string& why) {
     const vcfg_msg_t& message = *staged.request.message;
+    recorder::step(recorder::Lane::Lasting, "refused", why, code);
     if (code == VCFG_ERR_INVALID) {
         VCMD_LOG(VLOG_WARNING, "request 0x%08x of endpoint %u is refused: %s", message.type, message.srcEid,
                  why.c_str());

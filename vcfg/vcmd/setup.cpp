@@ -11,6 +11,7 @@
 #include "client/roster.h"
 #include "debug_level.h"
 #include "open_model.h"
+#include "recorder/events.h"
 #include "store/persist.h"
 #include "vcmd.h"
 #include "vlog.h"
@@ -85,6 +86,22 @@ bool openEndpoint(Vcmd& vcmd) {
                     : "endpoint 1 cannot be opened in " + directory);
 }
 
+// A secret's values are not told.
+void recordChange(const store::Change& change) {
+    const std::optional<model::Resolved> where = model::resolve(change.path);
+    if (!where) {
+        return;
+    }
+    const model::Parameter* parameter = where->parameter;
+    const bool isSecret = parameter != nullptr && parameter->isSecret();
+    const auto told = [isSecret](const std::optional<std::string>& value) -> std::optional<std::string_view> {
+        return isSecret && value && !value->empty() ? std::optional(model::kHidden) : value;
+    };
+    const auto place = parameter != nullptr ? parameter - where->object->parameters.data() : recorder::kNoParameter;
+    recorder::changed(where->object->oid, static_cast<uint16_t>(place), where->iid, told(change.before),
+                      told(change.after));
+}
+
 }  // namespace
 
 bool setUp(Vcmd& vcmd) {
@@ -99,6 +116,7 @@ bool setUp(Vcmd& vcmd) {
     }
     vcmd.store.watch([&vcmd](const store::Change& change) {
         noteChange(vcmd.watchers, change, vcmd.store.writer());
+        recordChange(change);
         vcmd.levelsChanged = vcmd.levelsChanged || isDebugLevel(change.path);
     });
     return true;

@@ -5,6 +5,7 @@
 
 #include "client/fe_wire.h"
 #include "manageable_device.h"
+#include "recorder/events.h"
 
 namespace vcfg::vcmd {
 namespace {
@@ -102,7 +103,7 @@ bool serveWrite(Vcmd& vcmd, Staged& staged) {
     if (!isOne && type != wire::kChangeAll) {
         return false;
     }
-    vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid));
+    vcmd.store.writeAs("eid " + std::to_string(staged.request.message->srcEid), recorder::eventHere());
     isOne ? serveOne(vcmd, staged) : changeSeveral(vcmd, staged);
     return true;
 }

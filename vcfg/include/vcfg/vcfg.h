@@ -8,6 +8,7 @@
 #include <vcfg/msg_types.h>
 #include <vcfg/os.h>
 #include <vcfg/rdm.h>
+#include <vcfg/recorder.h>
 #include <vcfg/schema.h>
 
 #endif

@@ -1,0 +1,79 @@
+#include "program.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "client/descriptor.h"
+#include "ring.h"
+#include "secrets.h"
+
+namespace vcfg::recorder {
+namespace {
+
+// Its digits change in place: the environment itself may be read by any thread.
+char variable[] = "VCFG_EVENT=0000000000";
+constexpr size_t kDigits = 10;
+std::atomic<uint32_t> inherited{0};
+
+std::string readFile(const std::string& path, size_t most) {
+    std::string content(most, '\0');
+    const int opened = aboveStandard(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const ssize_t size = opened >= 0 ? read(opened, content.data(), content.size()) : -1;
+    if (opened >= 0) {
+        close(opened);
+    }
+    content.resize(size > 0 ? static_cast<size_t>(size) : 0);
+    return content;
+}
+
+// One that holds a blank is quoted, so that it reads as it was typed.
+std::string commandLine() {
+    const std::string words = readFile("/proc/self/cmdline", 1024);
+    std::string line;
+    for (size_t begin = 0; begin < words.size();) {
+        const size_t end = std::min(words.find('\0', begin), words.size());
+        const std::string word = words.substr(begin, end - begin);
+        const bool isPlain = !word.empty() && word.find_first_of(" \t\n") == word.npos;
+        line += (line.empty() ? "" : " ") + (isPlain ? word : "'" + word + "'");
+        begin = end + 1;
+    }
+    const size_t name = line.rfind('/', line.find(' '));
+    return name == line.npos ? line : line.substr(name + 1);
+}
+
+}  // namespace
+
+void takeEnvironment() {
+    const char* given = getenv(kEnvironment);
+    inherited.store(given != nullptr ? static_cast<uint32_t>(strtoul(given, nullptr, 10)) : 0);
+    tellChildren(inherited.load());
+    putenv(variable);
+}
+
+void tellChildren(uint32_t event) {
+    char* const digits = variable + sizeof variable - 1 - kDigits;
+    for (size_t each = kDigits; each > 0; --each, event /= 10) {
+        std::atomic_ref(digits[each - 1]).store(static_cast<char>('0' + event % 10), std::memory_order_relaxed);
+    }
+}
+
+void describeProgram(Entry& entry) {
+    const pid_t parent = getppid();
+    const int error = errno;
+    std::string parentName = readFile("/proc/" + std::to_string(parent) + "/comm", 32);
+    entry.cause = inherited.load();
+    entry.numbers = {static_cast<uint32_t>(parent), static_cast<uint32_t>(getuid())};
+    appendField(entry, "program");
+    appendField(entry, program_invocation_short_name);
+    appendField(entry, parentName.substr(0, parentName.find('\n')));
+    append(entry, masked(commandLine()));
+    errno = error;
+}
+
+}  // namespace vcfg::recorder

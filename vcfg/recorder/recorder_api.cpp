@@ -1,0 +1,60 @@
+// The operations of <vcfg/recorder.h>. What arrives as a whole, `bytes`, is for who listens; the ring has no room for it.
+#include <vcfg/recorder.h>
+
+#include <cerrno>
+#include <string_view>
+
+#include "events.h"
+#include "program.h"
+
+namespace {
+
+namespace recorder = vcfg::recorder;
+
+constexpr size_t kLongest = 1000;
+
+std::string_view textOf(const char* text) {
+    return text == nullptr ? std::string_view() : std::string_view(text).substr(0, kLongest);
+}
+
+// A report must not become a failure of its own.
+template <class Report>
+void quietly(const Report& report) {
+    const int error = errno;
+    try {
+        if (recorder::isOn()) {
+            report();
+        }
+    } catch (const std::exception&) {
+    }
+    errno = error;
+}
+
+}  // namespace
+
+uint32_t vcfgEventBegin(const char* kind, uint32_t cause, const char* what, const void* /*bytes*/, size_t /*size*/) {
+    uint32_t before = 0;
+    quietly([&] {
+        before = recorder::begin(textOf(kind), cause, textOf(what));
+        if (textOf(kind) == "command") {
+            recorder::tellChildren(recorder::current());
+        }
+    });
+    return before;
+}
+
+void vcfgEventEnd(uint32_t before) {
+    quietly([=] { recorder::end(before); });
+}
+
+uint32_t vcfgEventCurrent(void) {
+    return recorder::current();
+}
+
+void vcfgEventStep(const char* kind, const char* what, int result, const void* /*bytes*/, size_t /*size*/) {
+    quietly([=] { recorder::step(recorder::Lane::Lasting, textOf(kind), textOf(what), result); });
+}
+
+void vcfgEventPlace(const char* file, int line) {
+    recorder::place(file, line);
+}

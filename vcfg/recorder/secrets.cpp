@@ -1,0 +1,108 @@
+#include "secrets.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "model/describe.h"
+
+namespace vcfg::recorder {
+namespace {
+
+constexpr std::string_view kBlank = " \t\r\n";
+
+bool endsLike(std::string_view name, std::string_view word) {
+    return name.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), name.end() - static_cast<ptrdiff_t>(word.size()),
+                      [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
+}
+
+bool isNameCharacter(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+// The end of a word of a shell or of JSON, which begins at `at`.
+size_t endOfWord(std::string_view text, size_t at) {
+    const char quote = at < text.size() ? text[at] : '\0';
+    if (quote != '"' && quote != '\'') {
+        return std::min(text.find_first_of(" \t\r\n,;&|}]", at), text.size());
+    }
+    for (++at; at < text.size() && text[at] != quote; ++at) {
+        at += text[at] == '\\' ? 1 : 0;
+    }
+    return std::min(at + 1, text.size());
+}
+
+class Masking {
+  public:
+    explicit Masking(std::string_view text) : text_(text) {}
+
+    std::string run() {
+        while (at_ < text_.size()) {
+            isNameCharacter(text_[at_]) ? name() : other();
+        }
+        return std::move(result_);
+    }
+
+  private:
+    void other() { result_.push_back(text_[at_++]); }
+
+    void name() {
+        const size_t begin = at_;
+        while (at_ < text_.size() && isNameCharacter(text_[at_])) {
+            ++at_;
+        }
+        const std::string_view name = text_.substr(begin, at_ - begin);
+        result_.append(name);
+        const std::string_view ahead = text_.substr(0, begin);
+        const bool isOption = ahead.ends_with("--") || ahead.ends_with(" -");
+        isTransfer_ = isTransfer_ || name.starts_with("ftp");
+        if (isSecretName(name) || (isTransfer_ && name == "p" && ahead.ends_with(" -"))) {
+            value(isOption);
+        }
+    }
+
+    // A closing quote belongs to the name; then comes '=' or ':', or behind an option's name a blank.
+    void value(bool isOption) {
+        size_t begin = at_ + (at_ < text_.size() && (text_[at_] == '"' || text_[at_] == '\'') ? 1 : 0);
+        begin = std::min(text_.find_first_not_of(kBlank, begin), text_.size());
+        const bool isNamed = begin < text_.size() && (text_[begin] == '=' || text_[begin] == ':');
+        if (!isNamed && (!isOption || begin == at_)) {
+            return;
+        }
+        begin = isNamed ? std::min(text_.find_first_not_of(kBlank, begin + 1), text_.size()) : begin;
+        const size_t end = endOfWord(text_, begin);
+        const std::string_view value = text_.substr(begin, end - begin);
+        if (!value.empty() && value != "\"\"" && value != "''" && value != "null" && value[0] != '{' && value[0] != '[') {
+            result_.append(text_.substr(at_, begin - at_)).append(model::kHidden);
+            at_ = end;
+        }
+    }
+
+    std::string_view text_;
+    size_t at_ = 0;
+    bool isTransfer_ = false;
+    std::string result_;
+};
+
+}  // namespace
+
+bool isSecretName(std::string_view name) {
+    for (const std::string_view word : {"password", "passphrase", "passwd", "presharedkey", "pin", "secret"}) {
+        if (endsLike(name, word)) {
+            return true;
+        }
+    }
+    if (name == "pass" || name == "psk") {
+        return true;
+    }
+    return std::any_of(model::objects().begin(), model::objects().end(), [name](const model::Object& object) {
+        const model::Parameter* parameter = model::find(object, name);
+        return parameter != nullptr && parameter->isSecret();
+    });
+}
+
+std::string masked(std::string_view text) {
+    return Masking(text).run();
+}
+
+}  // namespace vcfg::recorder

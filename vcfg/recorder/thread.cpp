@@ -1,0 +1,92 @@
+#include "thread.h"
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "program.h"
+#include "store/clock.h"
+
+namespace vcfg::recorder {
+namespace {
+
+std::atomic<uint32_t> forks{0};
+[[maybe_unused]] const int forkHandler =
+    pthread_atfork(nullptr, nullptr, [] { forks.fetch_add(1, std::memory_order_relaxed); });
+
+// The program's event, and in which child of the process it began.
+std::atomic<uint32_t> program{0};
+std::atomic<uint32_t> programForks{0};
+
+uint32_t programEvent(File& into, Thread& thread) {
+    if (program.load(std::memory_order_acquire) == 0 || programForks.load(std::memory_order_relaxed) != thread.forks) {
+        Entry entry = entryOf(Kind::Event, thread);
+        describeProgram(entry);
+        entry.event = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
+        store(into, Lane::Lasting, entry);
+        programForks.store(thread.forks, std::memory_order_relaxed);
+        program.store(entry.event, std::memory_order_release);
+    }
+    return program.load(std::memory_order_relaxed);
+}
+
+}  // namespace
+
+Thread& mine() {
+    static thread_local Thread self;
+    const uint32_t now = forks.load(std::memory_order_relaxed);
+    if (self.process == 0 || self.forks != now) {
+        self = Thread{};
+        self.forks = now;
+        self.process = static_cast<uint32_t>(getpid());
+        self.thread = static_cast<uint32_t>(syscall(SYS_gettid));
+    }
+    return self;
+}
+
+Entry entryOf(Kind kind, const Thread& thread) {
+    Entry entry;
+    const auto now = static_cast<uint64_t>(monotonicUs());
+    memset(&entry, 0, offsetof(Entry, text));
+    entry.kind = kind;
+    entry.event = thread.event;
+    entry.timeLow = static_cast<uint32_t>(now);
+    entry.timeHigh = static_cast<uint32_t>(now >> 32);
+    entry.process = thread.process;
+    entry.thread = thread.thread;
+    return entry;
+}
+
+void open(File& into, Thread& thread, Entry& entry) {
+    uint32_t id = 0;
+    while (id == 0) {
+        id = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
+    }
+    entry.event = id;
+    store(into, Lane::Brief, entry);
+    thread.event = id;
+    thread.isMessage = entry.kind == Kind::Received;
+    thread.isKept = false;
+    thread.changes = 0;
+    memcpy(&thread.begun, &entry, offsetof(Entry, text) + entry.length);
+}
+
+void keep(File& into, Thread& thread) {
+    if (thread.event != 0 && !thread.isKept) {
+        thread.isKept = true;
+        store(into, Lane::Lasting, thread.begun);
+    }
+}
+
+void add(File& into, Thread& thread, Lane lane, Entry& entry) {
+    if (thread.event == 0) {
+        entry.event = programEvent(into, thread);
+    } else if (lane == Lane::Lasting) {
+        keep(into, thread);
+    }
+    store(into, lane, entry);
+}
+
+}  // namespace vcfg::recorder

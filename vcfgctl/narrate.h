@@ -1,0 +1,27 @@
+// What the recorder holds, in sentences.
+#pragma once
+
+#include <string>
+
+#include "story.h"
+
+namespace vcfgctl {
+
+// "4.2 s ago", "12 min ago"; and when that was, by the wall clock.
+std::string agoText(int64_t timeUs, int64_t nowUs);
+std::string clockText(int64_t timeUs, int64_t nowUs);
+
+// "tarn[812]"
+std::string processText(const Story& story, const Told& told);
+
+// What an event was, or what was done: "cable eth0.5 pulled", "tarn[812] wrote IP.Interface.1 (link/ppp.cpp:88)".
+std::string sentenceOf(const Story& story, const Told& told);
+// A first cause, for the end of "because".
+std::string causeText(const Story& story, const Told& begin);
+
+// "Up" -> "Down", "" for what came.
+std::string valuesText(const Told& change);
+std::string valueBefore(const Told& change);
+std::string valueAfter(const Told& change);
+
+}  // namespace vcfgctl

@@ -1,0 +1,67 @@
+#include <cstdio>
+
+#include "ask.h"
+#include "client/deadline.h"
+#include "verb.h"
+#include "why_not.h"
+#include "why_print.h"
+
+namespace vcfgctl {
+namespace {
+
+namespace recorder = vcfg::recorder;
+
+// One is explained, many are listed.
+void print(const Call& call, const Story& story, const std::vector<Finding>& findings) {
+    const int64_t nowUs = vcfg::monotonicUs();
+    for (const Finding& finding : findings) {
+        if (call.json) {
+            printJson(story, finding);
+        } else if (findings.size() == 1 || call.option("full") != nullptr) {
+            printFull(story, finding, nowUs);
+        } else {
+            printShort(story, finding, nowUs);
+        }
+    }
+}
+
+int explain(const Call& call, const Story& story) {
+    std::vector<Finding> findings;
+    for (const std::string& path : call.operands) {
+        std::string why;
+        const std::vector<Selection> selections = select(path, &why);
+        if (selections.empty()) {
+            return refuse(path + ": " + why);
+        }
+        for (const Selection& selection : selections) {
+            const int status = findAll(story, selection, &findings);
+            if (status != kDone) {
+                return status;
+            }
+        }
+    }
+    print(call, story, findings);
+    return outputTakes() ? kDone : outputRefuses();
+}
+
+}  // namespace
+
+int runWhy(const Call& call) {
+    const bool isNot = call.option("not") != nullptr;
+    if (call.operands.empty() || (isNot && call.operands.size() > 1)) {
+        return wrongUsage(call, isNot ? "--not takes one PATH=VALUE" : "a path is missing");
+    }
+    std::string why;
+    std::vector<Told> told;
+    const int status = joinBus(call.runDir);
+    if (status != kDone) {
+        return status;
+    }
+    if (!recorder::readRecorder(recorder::recorderPath(), &told, &why)) {
+        return refuse(why);
+    }
+    const Story story(std::move(told));
+    return isNot ? explainNot(call.operands[0], story) : explain(call, story);
+}
+
+}  // namespace vcfgctl

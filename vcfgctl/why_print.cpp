@@ -1,0 +1,119 @@
+#include "why_print.h"
+
+#include <json-c/json.h>
+
+#include <cstdio>
+
+#include "narrate.h"
+#include "print.h"
+#include "trace_json.h"
+
+namespace vcfgctl {
+namespace {
+
+using vcfg::recorder::Kind;
+
+void printStep(const std::string& sentence, int64_t timeUs, int64_t nowUs) {
+    printf("  %12s  %s\n", agoText(timeUs, nowUs).c_str(), sentence.c_str());
+}
+
+// That vcmd has taken a write says no more than the write itself.
+bool isWriteTaken(const Told& begin) {
+    return begin.entry.kind == Kind::Received && (begin.entry.numbers[1] >> 8 & 0xff) == VCFG_EID_VCMD;
+}
+
+std::string becauseText(const Story& story, const Finding& finding, int64_t nowUs) {
+    if (finding.chain.empty()) {
+        return "";
+    }
+    const Told& first = *finding.chain.front().begin;
+    return causeText(story, first) + ", " + agoText(first.timeUs(), nowUs);
+}
+
+// The origin is that of the record: it tells who wrote something of it last.
+std::string withoutRecorder(const Finding& finding, int64_t nowUs) {
+    if (!finding.origin || finding.origin->by[0] == '\0') {
+        return "not written since vcmd began: it is as configured, or as in a new instance";
+    }
+    const auto timeUs = static_cast<int64_t>(finding.origin->monotonicUs);
+    return "its object was written last " + agoText(timeUs, nowUs) + " (" + clockText(timeUs, nowUs) + ") by " +
+           oneLine({finding.origin->by, strnlen(finding.origin->by, sizeof finding.origin->by)}) + ", event " +
+           std::to_string(finding.origin->event) + "; the recorder no longer has when this parameter was changed";
+}
+
+void addChain(json_object* line, const Story& story, const Finding& finding) {
+    json_object* steps = json_object_new_array();
+    for (const Link& link : finding.chain) {
+        json_object_array_add(steps, jsonOf(story, *link.begin));
+        if (link.led != nullptr) {
+            json_object_array_add(steps, jsonOf(story, *link.led));
+        }
+    }
+    json_object_object_add(line, "chain", steps);
+}
+
+json_object* textOrNull(bool there, const std::string& text) {
+    return there ? jsonText(text) : nullptr;
+}
+
+}  // namespace
+
+void printChain(const Story& story, const std::vector<Link>& chain, const Told* change, int64_t nowUs) {
+    for (const Link& link : chain) {
+        if (!isWriteTaken(*link.begin) || &link == &chain.front()) {
+            printStep(sentenceOf(story, *link.begin), link.begin->timeUs(), nowUs);
+        }
+        if (link.led != nullptr) {
+            printStep(sentenceOf(story, *link.led), link.led->timeUs(), nowUs);
+        }
+    }
+    if (change != nullptr) {
+        printStep(sentenceOf(story, *change), change->timeUs(), nowUs);
+    }
+}
+
+void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
+    const std::string path = finding.path();
+    if (finding.change == nullptr) {
+        printf("%s is \"%s\"\n  %s\n", path.c_str(), finding.value.c_str(), withoutRecorder(finding, nowUs).c_str());
+        return;
+    }
+    const int64_t timeUs = finding.change->timeUs();
+    if (finding.isCurrent()) {
+        printf("%s is \"%s\"; before, it was \"%s\"\n", path.c_str(), finding.value.c_str(),
+               valueBefore(*finding.change).c_str());
+    } else {
+        printf("%s is \"%s\"; how it became that is not recorded. The last recorded change:\n", path.c_str(),
+               finding.value.c_str());
+    }
+    printf("  since    %s, %s\n", clockText(timeUs, nowUs).c_str(), agoText(timeUs, nowUs).c_str());
+    const std::string because = becauseText(story, finding, nowUs);
+    printf("  because  %s\n\n", because.empty() ? "of something that the recorder no longer has" : because.c_str());
+    printChain(story, finding.chain, finding.change, nowUs);
+}
+
+void printShort(const Story& story, const Finding& finding, int64_t nowUs) {
+    const std::string because = becauseText(story, finding, nowUs);
+    const std::string why = finding.change == nullptr ? withoutRecorder(finding, nowUs)
+                            : because.empty()         ? "changed " + agoText(finding.change->timeUs(), nowUs)
+                                                      : because;
+    printf("%s=%s  %s\n", finding.path().c_str(), finding.value.c_str(), why.c_str());
+}
+
+void printJson(const Story& story, const Finding& finding) {
+    const bool isKnown = finding.change != nullptr;
+    json_object* line = json_object_new_object();
+    json_object_object_add(line, "path", jsonText(finding.path()));
+    json_object_object_add(line, "value", jsonText(finding.value));
+    json_object_object_add(line, "before", textOrNull(isKnown, isKnown ? valueBefore(*finding.change) : ""));
+    json_object_object_add(line, "current", json_object_new_boolean(finding.isCurrent()));
+    json_object_object_add(line, "cause",
+                           textOrNull(!finding.chain.empty(),
+                                      finding.chain.empty() ? "" : causeText(story, *finding.chain.front().begin)));
+    json_object_object_add(line, "change", isKnown ? jsonOf(story, *finding.change) : nullptr);
+    json_object_object_add(line, "by", textOrNull(finding.origin.has_value(), finding.origin ? finding.origin->by : ""));
+    addChain(line, story, finding);
+    printJsonLine(line);
+}
+
+}  // namespace vcfgctl

@@ -1,0 +1,17 @@
+// The answers of `vcfgctl why`.
+#pragma once
+
+#include "finding.h"
+
+struct json_object;
+
+namespace vcfgctl {
+
+// The steps from the first cause to the last event, and the change that was made there (null for none).
+void printChain(const Story& story, const std::vector<Link>& chain, const Told* change, int64_t nowUs);
+// An explanation of several lines; one line, for many parameters; a JSON line.
+void printFull(const Story& story, const Finding& finding, int64_t nowUs);
+void printShort(const Story& story, const Finding& finding, int64_t nowUs);
+void printJson(const Story& story, const Finding& finding);
+
+}  // namespace vcfgctl
