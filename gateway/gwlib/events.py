@@ -7,7 +7,7 @@ from . import logs
 from .secrets import HIDDEN
 
 KINDS = {"kernel": "kernel events", "message": "messages", "write": "writes", "command": "commands", "sent": "messages sent",
-         "log": "log lines"}
+         "program": "programs", "log": "log lines"}
 ARRIVALS = ("kernel", "message")
 DAEMON = "tarn"
 TOGETHER_US = 500  # parameters of one object that are written within it are one write
@@ -26,6 +26,7 @@ class Event:
     more: list = dataclasses.field(default_factory=list)  # rows for who looks closer: name and text, or name, before and behind
     path: str = ""  # the object that was written
     lines: list = dataclasses.field(default_factory=list)  # the changes that a write consists of
+    number: int = 0  # that the flight recorder has for it
     cause: int = -1  # place of the event that brought this one about; -1: none that is known
 
     @property

@@ -6,14 +6,15 @@ import hashlib
 import json
 import pathlib
 
-from . import arrivals, chains, events, history, lanes, secrets, times
+from . import arrivals, chains, events, history, lanes, recorded, secrets, times
 from .state import REPOSITORY
 
 PAGE = REPOSITORY / "gateway" / "report"
 MOST = 60_000  # events of a page: the latest
 TITLE = "What happened in the gateway"
 FILLED = "@{{{}}}@"
-NOTE = ("Chains follow the order in time: what the daemon does belongs to what it took up last. Passwords, PINs and keys are hidden.")
+NOTE = ("Causes are as the flight recorder has them; where it has nothing they follow the order in time: what the daemon does belongs to "
+        "what it took up last. Passwords, PINs and keys are hidden.")
 
 
 def write(timeline, file, title=TITLE):
@@ -25,8 +26,10 @@ def write(timeline, file, title=TITLE):
 
 def data(timeline, title):
     """What the page shows, as it takes it."""
-    found, left = _events(timeline)
+    recording = recorded.Recording(timeline.trace)
+    found, left = _events(timeline, recording)
     chains.link(found)
+    recorded.link(recording, found)
     begin = timeline.begin
     shown = lanes.led(history.of_led(timeline.snapshots, found, begin)) + lanes.of(history.of_model(timeline.snapshots, found, begin))
     kinds, whos = list(events.KINDS), sorted({event.who for event in found})
@@ -42,11 +45,12 @@ def data(timeline, title):
     }
 
 
-def _events(timeline):
+def _events(timeline, recording):
     """The events in order, of too many the latest; and how many are left out."""
     arrived, log = arrivals.split(timeline.log, timeline.messages)
     found = arrived + [events.of_log(line) for line in log] + [events.of_command(line) for line in timeline.journal]
-    found += events.of_writes(timeline.writes)
+    found += events.of_writes([*recorded.writes_before(recording, timeline.began), *timeline.writes])
+    found += recorded.added(recording, found)
     found = sorted((event for event in found if event.at >= timeline.begin), key=lambda event: event.at)
     return _hidden(timeline.state, found[-MOST:]), max(0, len(found) - MOST)
 

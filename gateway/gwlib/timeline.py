@@ -8,11 +8,12 @@ from typing import NamedTuple
 
 from . import inside, logs, secrets, times
 from .errors import GatewayError
-from .growing import PAUSE, File, Program
+from .growing import PAUSE, File, Program, parsed
 from .waiting import until
 
 MOST = 200_000  # lines of each kind that are kept: the latest
 SETTLE_SECONDS = 2
+RECORDED = ("event", "received", "changed", "end")  # what of the flight recorder tells of causes
 LED_FILES = ("/proc/tc3162/led_internet", "/proc/tc3162/led_internet_red")
 
 
@@ -34,7 +35,7 @@ class Timeline:
         self.state, self.began, self.end = state, times.now(), None
         self.begin = self.began if since is None else since
         self.marks, self.snapshots = [], []
-        self.log, self.journal, self.writes, self.messages = (collections.deque(maxlen=MOST) for _ in range(4))
+        self.log, self.journal, self.writes, self.messages, self.trace = (collections.deque(maxlen=MOST) for _ in range(5))
         self._secrets = secrets.Secrets(state)
         self._files = ((File(state.log), self.log), (File(state.journal), self.journal))
         self._over = threading.Event()
@@ -51,7 +52,8 @@ class Timeline:
         for file, _ in self._files if self.begin == self.began else ():
             file.new()
         self._programs = (Program(self.state, ["vcfgctl", "watch", "--json"], self.writes.append, self._look),
-                          Program(self.state, ["vcfgctl", "monitor", "--json"], self._take_message))
+                          Program(self.state, ["vcfgctl", "monitor", "--json"], self._take_message),
+                          Program(self.state, ["vcfgctl", "trace", "--json", "--follow"], self._take_recorded))
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
         if self.state.world() is not None:
@@ -71,6 +73,8 @@ class Timeline:
             self._reader.join()
             for program in self._programs:
                 program.end()
+            for line in recorded_lines(self.state):
+                self._take_recorded(line)
             self._read_files()
         return self
 
@@ -85,6 +89,10 @@ class Timeline:
     def _take_message(self, line):
         if not str(line.get("typeName")).startswith("FE_"):
             self.messages.append(line)
+
+    def _take_recorded(self, line):
+        if line.get("kind") in RECORDED:
+            self.trace.append(line)
 
     def _read(self):
         while not self._over.wait(PAUSE):
@@ -102,6 +110,15 @@ def model_values(state):
         return {line["path"]: line["value"] for line in map(json.loads, told.splitlines())}
     except (GatewayError, ValueError, KeyError, subprocess.TimeoutExpired):
         return {}
+
+
+def recorded_lines(state):
+    """What the flight recorder still has, none without one."""
+    try:
+        told = inside.run(state, "vcfgctl", "trace", "--json", timeout=10).stdout
+    except (GatewayError, subprocess.TimeoutExpired):
+        return []
+    return [line for line in map(parsed, told.splitlines()) if line]
 
 
 def led_texts(state):

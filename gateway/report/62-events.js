@@ -55,7 +55,7 @@ function drawMany(row, count, px, middle) {
 // Each kind has a shape of its own; what went wrong is hollow.
 const shapes = {
     kernel: [[-6, -5], [6, -5], [0, 6]], message: [[0, -6.5], [6.5, 0], [0, 6.5], [-6.5, 0]], write: null,
-    command: [[-3, -8], [3, -8], [3, 8], [-3, 8]], sent: [[-5, -6], [6, 0], [-5, 6]], log: [[-1.2, -7], [1.2, -7], [1.2, 7], [-1.2, 7]],
+    command: [[-3, -8], [3, -8], [3, 8], [-3, 8]], program: [[-5, -5], [5, -5], [5, 5], [-5, 5]], sent: [[-5, -6], [6, 0], [-5, 6]], log: [[-1.2, -7], [1.2, -7], [1.2, 7], [-1.2, 7]],
 };
 
 function sign(name, px, py, hollow) {

@@ -60,7 +60,7 @@ function nodeList(all, place) {
 }
 
 function chainItem({event: place, deep}, base, here) {
-    const event = events[place], item = element("li", {}, itemButton(place, deep ? `+${duration(times[place] - base)}` : moment(base)));
+    const event = events[place], item = element("li", {}, itemButton(place, deep ? `${times[place] < base ? "−" : "+"}${duration(Math.abs(times[place] - base))}` : moment(base)));
     item.style.setProperty("--deep", Math.min(deep, 7));
     if (here) { item.firstChild.setAttribute("aria-current", "true"); }
     for (const [lane, number] of turned.get(place) || []) { item.append(element("span", {class: `turn ${lane.spans[number][2]}`}, `${lane.name || lane.path}: ${lane.spans[number][1] || "nothing"}`)); }
