@@ -20,7 +20,7 @@ target_compile_definitions(linux_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_on_
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 target_link_libraries(linux_tests PRIVATE house tarn_os GTest::gtest_main $<LINK_GROUP:RESCAN,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 add_dependencies(linux_tests tarn_on_linux vcmd)
-gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract TIMEOUT 240)
+gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract TIMEOUT 600)
 
 file(GLOB daemon_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/daemon_*_test.cpp)
 add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
@@ -30,7 +30,7 @@ target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
   $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 add_dependencies(daemon_tests tarn_with_faults vcmd)
 # One at a time: the daemon's socket for its timer has one address on the whole machine.
-gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 240 RESOURCE_LOCK daemon)
+gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 
 # Some thousand events at each test run, and a million with script/soak.
 add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
@@ -45,5 +45,5 @@ if(NOT TARN_SANITIZE)
 endif()
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
-set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 120
+set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 300
   ENVIRONMENT "TARN=$<TARGET_FILE:tarn>;VCFGCTL=$<TARGET_FILE:vcfgctl>;VCMD=$<TARGET_FILE:vcmd>;PYTHONDONTWRITEBYTECODE=1")

@@ -8,6 +8,6 @@ if(NOT TARN_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL Debug)
   list(JOIN files "" files)
   file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/shipped_files CONTENT "${files}")
   add_test(NAME hardening COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/hardening_test.py)
-  set_tests_properties(hardening PROPERTIES LABELS contract TIMEOUT 120
+  set_tests_properties(hardening PROPERTIES LABELS contract TIMEOUT 300
     ENVIRONMENT "SHIPPED_FILES=${CMAKE_CURRENT_BINARY_DIR}/shipped_files;PYTHONDONTWRITEBYTECODE=1")
 endif()

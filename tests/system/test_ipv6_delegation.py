@@ -32,8 +32,8 @@ def test_first_network_of_the_prefix_is_the_lans(connected):
 
 def test_packets_for_the_prefix_come_to_the_gateway(connected):
     eventually(lambda: "tentative" not in lan(connected))
-    assert connected.run("ping", "-6", "-c1", "-W2", "-I", "2001:db8:f000::1", SERVER).returncode == 0
-    assert isp(connected, "ping", "-6", "-c1", "-W2", "2001:db8:f000::1").returncode == 0
+    eventually(lambda: connected.run("ping", "-6", "-c1", "-W2", "-I", "2001:db8:f000::1", SERVER).returncode == 0)
+    eventually(lambda: isp(connected, "ping", "-6", "-c1", "-W2", "2001:db8:f000::1").returncode == 0)
 
 
 def test_rest_of_the_prefix_does_not_leave_the_gateway(connected):

@@ -35,7 +35,7 @@ def test_lease_brings_default_route_and_name_servers(leased):
 
 
 def test_ping_of_the_providers_router_comes_back(leased):
-    assert leased.run("ping", "-c1", "-W2", ROUTER).returncode == 0
+    eventually(lambda: leased.run("ping", "-c1", "-W2", ROUTER).returncode == 0)
 
 
 def test_names_resolve_through_the_leased_servers(leased):
