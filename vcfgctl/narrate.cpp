@@ -30,8 +30,10 @@ std::string messageText(const Told& told) {
     return name.empty() ? typeText(told.entry.numbers[0]) : name;
 }
 
+// Commands may end in a line's end, which is nothing to show.
 std::string fieldText(const Told& told, size_t each) {
-    return oneLine(told.field(each));
+    const std::string_view text = told.field(each);
+    return oneLine(text.substr(0, text.find_last_not_of('\n') + 1));
 }
 
 std::string quoted(const std::string& text) {
@@ -52,8 +54,9 @@ std::string linkText(const std::string& event) {
     return "link " + link + (state == "up" ? " came up" : " went down");
 }
 
-std::string programText(const Told& told) {
-    const std::string parent = fieldText(told, 2);
+std::string programText(const Story& story, const Told& told) {
+    const std::string seen = fieldText(told, 2);
+    const std::string parent = seen.empty() ? oneLine(story.programOf(told.entry.numbers[0])) : seen;
     const std::string by = parent.empty() ? "" : ", started by " + parent + "[" + std::to_string(told.entry.numbers[0]) + "]";
     const std::string user = told.entry.numbers[1] == 0 ? "" : " as user " + std::to_string(told.entry.numbers[1]);
     return quoted(fieldText(told, 3)) + " ran" + user + by;
@@ -64,7 +67,7 @@ std::string eventText(const Story& story, const Told& told) {
     const std::string what = fieldText(told, 2);
     const std::string process = processText(story, told);
     if (kind == "program") {
-        return programText(told);
+        return programText(story, told);
     }
     if (kind == "kernel") {
         return linkText(what) + ", of which the kernel told " + process;
@@ -142,7 +145,7 @@ std::string readText(const Story& story, const Told& told) {
     const model::Object* object = model::find(told.entry.numbers[0]);
     const int code = static_cast<int>(told.entry.numbers[3]);
     const std::string path = object != nullptr ? model::path(*object, instanceOf(told)) : "an unknown object";
-    return processText(story, told) + " read " + path + (code == VCFG_OK ? "" : ": there is no further one");
+    return processText(story, told) + (code == VCFG_OK ? " read " + path : " found no further instance behind " + path);
 }
 
 std::string stepText(const Story& story, const Told& told) {
@@ -222,6 +225,10 @@ std::string causeText(const Story& story, const Told& begin) {
         return linkText(fieldText(begin, 2));
     }
     return sentenceOf(story, begin);
+}
+
+std::string whatText(const Told& begin) {
+    return fieldText(begin, 2);
 }
 
 std::string valueBefore(const Told& change) {

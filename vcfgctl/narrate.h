@@ -19,6 +19,9 @@ std::string sentenceOf(const Story& story, const Told& told);
 // A first cause, for the end of "because".
 std::string causeText(const Story& story, const Told& begin);
 
+// What an event is about, in its own words: a command, a hook.
+std::string whatText(const Told& begin);
+
 // "Up" -> "Down", "" for what came.
 std::string valuesText(const Told& change);
 std::string valueBefore(const Told& change);

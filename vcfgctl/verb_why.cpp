@@ -5,6 +5,7 @@
 #include "verb.h"
 #include "why_not.h"
 #include "why_print.h"
+#include "why_ran.h"
 
 namespace vcfgctl {
 namespace {
@@ -47,9 +48,13 @@ int explain(const Call& call, const Story& story) {
 }  // namespace
 
 int runWhy(const Call& call) {
+    const std::string* const ran = call.option("ran");
     const bool isNot = call.option("not") != nullptr;
-    if (call.operands.empty() || (isNot && call.operands.size() > 1)) {
+    if ((ran == nullptr && call.operands.empty()) || (isNot && call.operands.size() > 1)) {
         return wrongUsage(call, isNot ? "--not takes one PATH=VALUE" : "a path is missing");
+    }
+    if (ran != nullptr && (isNot || !call.operands.empty())) {
+        return wrongUsage(call, "--ran stands alone");
     }
     std::string why;
     std::vector<Told> told;
@@ -61,6 +66,9 @@ int runWhy(const Call& call) {
         return refuse(why);
     }
     const Story story(std::move(told));
+    if (ran != nullptr) {
+        return explainRan(*ran, story);
+    }
     return isNot ? explainNot(call.operands[0], story) : explain(call, story);
 }
 

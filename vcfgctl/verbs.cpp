@@ -30,7 +30,9 @@ const option kMonitorOptions[] = {{"endpoint", required_argument, nullptr, 0},
                                   {"timeout", required_argument, nullptr, 0},
                                   kShowSecrets};
 
-const option kWhyOptions[] = {{"not", no_argument, nullptr, 0}, {"full", no_argument, nullptr, 0}};
+const option kWhyOptions[] = {{"not", no_argument, nullptr, 0},
+                               {"ran", required_argument, nullptr, 0},
+                               {"full", no_argument, nullptr, 0}};
 const option kTraceOptions[] = {
     {"event", required_argument, nullptr, 0}, {"process", required_argument, nullptr, 0},
     {"since", required_argument, nullptr, 0}, {"follow", no_argument, nullptr, 0},
@@ -252,6 +254,8 @@ const char kWhyHelp[] =
     "  vcfgctl why IP.Interface.1.Status\n"
     "  vcfgctl why 'Ethernet.Interface.[wan].'            all that is below; see 'get' for paths\n"
     "  vcfgctl why --not IP.Interface.1.Status=Up         where the way to that value ended\n"
+    "  vcfgctl why --ran led_internet                     what has no parameter: why the daemon last ran a command\n"
+    "                                                     or a hook that holds this text\n"
     "\n"
     "  --not   what refused the value, what replaced it, or who was the last to write or look at the object\n"
     "  --full  several lines for each of several parameters\n"
@@ -307,7 +311,7 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
-    {"why", "[--full] [--json] PATH... | --not PATH=VALUE", "says how a parameter came to have its value", kWhyHelp,
+    {"why", "[--full] [--json] PATH... | --not PATH=VALUE | --ran TEXT", "says how a parameter came to have its value", kWhyHelp,
      kWhyOptions, runWhy, true},
     {"trace",
      "[--event N] [--process NAME] [--since SEC] [--follow [--timeout MS]]\n"

@@ -4,6 +4,8 @@ file(GLOB bus_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/bus_*_test.cpp
 add_executable(contract_bus_faults ${bus_sources} ${CMAKE_CURRENT_LIST_DIR}/bus_world.cpp ${CMAKE_CURRENT_LIST_DIR}/model_world.cpp)
 target_include_directories(contract_bus_faults PRIVATE ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(contract_bus_faults PRIVATE house vcfg_store vcfg_client GTest::gtest_main)
+target_compile_definitions(contract_bus_faults PRIVATE VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
+add_dependencies(contract_bus_faults vcfgctl)
 foreach(function malloc calloc realloc _Znwm) # bus_allocations_test.cpp counts them
   target_link_options(contract_bus_faults PRIVATE -Wl,--wrap=${function})
 endforeach()

@@ -10,7 +10,7 @@ namespace vcfg::store {
 class Transaction {
   public:
     // `by` is noted as the writer of what is put, and its event. Throws Failure, like all here.
-    Transaction(MDB_env* environment, std::string_view by, uint32_t event);
+    Transaction(MDB_env* environment, std::string_view by, uint32_t event = 0);
     ~Transaction() { mdb_txn_abort(transaction_); }
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

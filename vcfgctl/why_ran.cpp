@@ -1,0 +1,43 @@
+#include "why_ran.h"
+
+#include <cstdio>
+
+#include "client/deadline.h"
+#include "narrate.h"
+#include "verb.h"
+#include "why_print.h"
+
+namespace vcfgctl {
+namespace {
+
+bool isRun(const Told& told, const std::string& text) {
+    return told.entry.kind == vcfg::recorder::Kind::Event && told.field(2).find(text) != std::string_view::npos &&
+           (told.field(0) == "command" || told.field(0) == "hook");
+}
+
+const Told* lastRun(const Story& story, const std::string& text) {
+    const Told* last = nullptr;
+    for (const Told& told : story.all()) {
+        last = isRun(told, text) ? &told : last;
+    }
+    return last;
+}
+
+}  // namespace
+
+int explainRan(const std::string& text, const Story& story) {
+    const int64_t nowUs = vcfg::monotonicUs();
+    const Told* ran = lastRun(story, text);
+    if (ran == nullptr) {
+        return refuse("no command that holds \"" + text + "\" was run, as far as the recorder goes back");
+    }
+    const std::vector<Link> chain = story.chainTo(ran->entry.event);
+    const Told& first = *chain.front().begin;
+    printf("\"%s\" was run last %s, %s\n", whatText(*ran).c_str(), agoText(ran->timeUs(), nowUs).c_str(),
+           clockText(ran->timeUs(), nowUs).c_str());
+    printf("  because  %s, %s\n\n", causeText(story, first).c_str(), agoText(first.timeUs(), nowUs).c_str());
+    printChain(story, chain, nullptr, nowUs);
+    return kDone;
+}
+
+}  // namespace vcfgctl
