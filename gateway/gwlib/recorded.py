@@ -4,15 +4,15 @@ import bisect
 import collections
 import re
 
-from .events import Event, cut
+from .events import DAEMON, Event, cut
 
 RAN = re.compile(r'ran the command "(.*)"$', re.S)
 WRITER = re.compile(r"of endpoint \d+\(([\w-]+)\)")
 SPELT = {"\\n": "\n", "\\t": "\t", "\\\\": "\\", '\\"': '"'}
 KERNEL = "of which the kernel told"
 SAME = 60  # characters of a command that tell it from another one
-NEAR_US = {"command": 2_000_000, "write": 2_000, "kernel": 50_000, "message": 50_000}
-OUTSIDE = ("kernel", "program")  # what has no cause for the recorder may have one in the order of things
+NEAR_US = {"command": 2_000_000, "write": 20_000, "kernel": 50_000, "message": 50_000}
+OUTSIDE = ("kernel", "program")  # these, and what others do: without a cause for the recorder they may have one in the order of things
 DEEPEST = 64  # causes without an event that is seen
 
 
@@ -108,7 +108,7 @@ class _Known:
 
 def _key(line):
     if line["kind"] == "received":
-        return ("message", str(line.get("typeName")).removeprefix("VCFG_MSG_")) if line["program"] == "tarn" else None
+        return ("message", str(line.get("typeName")).removeprefix("VCFG_MSG_")) if line["program"] == DAEMON else None
     command = RAN.search(line["text"])
     if command:
         return "command", _plain(command[1])[:SAME]
@@ -139,7 +139,7 @@ def link(recording, events):
             continue
         if found >= 0:
             _go_on(events, found, event)
-        if found >= 0 or event.kind not in OUTSIDE:
+        if found >= 0 or (event.who == DAEMON and event.kind not in OUTSIDE):
             event.cause = found
 
 
