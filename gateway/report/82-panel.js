@@ -68,10 +68,13 @@ function chainItem({event: place, deep}, base, here) {
     return item;
 }
 
+// A headline for a list; the whole text is where the event is chosen.
+function brief(text) { return text.length > 96 ? `${text.slice(0, 95)}…` : text; }
+
 function itemButton(place, when) {
     const event = events[place];
     return element("button", {type: "button", class: "item", onclick: () => select(place)}, element("i", {class: `dot ${kinds[event[KIND]]}`}),
-        element("span", {class: "when"}, when), element("span", {class: "what"}, element("span", {class: "unseen"}, `${kinds[event[KIND]]}: `), event[TEXT].slice(0, 160)));
+        element("span", {class: "when"}, when), element("span", {class: "what"}, element("span", {class: "unseen"}, `${kinds[event[KIND]]}: `), brief(event[TEXT])));
 }
 
 function eventList(places, around) {
