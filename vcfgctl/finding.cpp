@@ -23,9 +23,13 @@ std::optional<vcfg::store::Origin> originOf(const model::Object& object, const o
 Finding find(const Story& story, const model::Object& object, const objIndex& iid, const model::Parameter& parameter,
              const void* record) {
     const std::string value = valueText(parameter, record);
-    Finding finding{&object, &parameter, iid,
+    Finding finding{&object,
+                    &parameter,
+                    iid,
                     parameter.isSecret() && !value.empty() ? std::string(model::kHidden) : oneLine(value),
-                    story.lastChange(object, iid, parameter), {}, std::nullopt};
+                    story.lastChange(object, iid, parameter),
+                    {},
+                    std::nullopt};
     if (finding.change != nullptr) {
         finding.chain = story.chainTo(finding.change->entry.event);
     }
@@ -39,7 +43,8 @@ std::string Finding::path() const {
 }
 
 bool Finding::isCurrent() const {
-    return change != nullptr && value.starts_with(valueAfter(*change)) && (value.empty() || !valueAfter(*change).empty());
+    return change != nullptr && value.starts_with(valueAfter(*change)) &&
+           (value.empty() || !valueAfter(*change).empty());
 }
 
 int findAll(const Story& story, const Selection& selection, std::vector<Finding>* findings) {

@@ -1,9 +1,9 @@
 #include "mask.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "model/describe.h"
+#include "recorder/secrets.h"
 
 namespace vcfgctl {
 namespace {
@@ -22,26 +22,6 @@ size_t endOfString(std::string_view text, size_t at) {
 
 size_t endOfValue(std::string_view text, size_t at) {
     return text[at] == '"' ? endOfString(text, at) : std::min(text.find_first_of(",}] \t\r\n", at), text.size());
-}
-
-bool endsLike(std::string_view name, std::string_view word) {
-    return name.size() >= word.size() &&
-           std::equal(word.begin(), word.end(), name.end() - static_cast<ptrdiff_t>(word.size()),
-                      [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
-}
-
-// Members of messages need not be parameters: "StationPin".
-bool isSecretName(std::string_view name) {
-    for (const std::string_view word : {"password", "passphrase", "presharedkey", "pin"}) {
-        if (endsLike(name, word)) {
-            return true;
-        }
-    }
-    const auto hasSecret = [name](const model::Object& object) {
-        const model::Parameter* parameter = model::find(object, name);
-        return parameter != nullptr && parameter->isSecret();
-    };
-    return std::any_of(model::objects().begin(), model::objects().end(), hasSecret);
 }
 
 bool isEmptyValue(std::string_view value) {
@@ -85,10 +65,10 @@ class Masking {
         const std::string_view value = text_.substr(begin, end - begin);
         if (name == "path" && value.size() > 2) {
             const std::string_view path = value.substr(1, value.size() - 2);
-            isAboutSecret_ = isSecretName(path.substr(path.rfind('.') + 1));
+            isAboutSecret_ = vcfg::recorder::isSecretName(path.substr(path.rfind('.') + 1));
         }
         const bool isAbout = isAboutSecret_ && (name == "old" || name == "new");
-        if ((!isAbout && !isSecretName(name)) || isEmptyValue(value) || value.starts_with('{') ||
+        if ((!isAbout && !vcfg::recorder::isSecretName(name)) || isEmptyValue(value) || value.starts_with('{') ||
             value.starts_with('[')) {
             return;
         }

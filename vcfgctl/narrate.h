@@ -3,13 +3,10 @@
 
 #include <string>
 
+#include "ago.h"
 #include "story.h"
 
 namespace vcfgctl {
-
-// "4.2 s ago", "12 min ago"; and when that was, by the wall clock.
-std::string agoText(int64_t timeUs, int64_t nowUs);
-std::string clockText(int64_t timeUs, int64_t nowUs);
 
 // "tarn[812]"
 std::string processText(const Story& story, const Told& told);

@@ -30,13 +30,11 @@ const option kMonitorOptions[] = {{"endpoint", required_argument, nullptr, 0},
                                   {"timeout", required_argument, nullptr, 0},
                                   kShowSecrets};
 
-const option kWhyOptions[] = {{"not", no_argument, nullptr, 0},
-                               {"ran", required_argument, nullptr, 0},
-                               {"full", no_argument, nullptr, 0}};
-const option kTraceOptions[] = {
-    {"event", required_argument, nullptr, 0}, {"process", required_argument, nullptr, 0},
-    {"since", required_argument, nullptr, 0}, {"follow", no_argument, nullptr, 0},
-    {"timeout", required_argument, nullptr, 0}, {"browser", required_argument, nullptr, 0}};
+const option kWhyOptions[] = {
+    {"not", no_argument, nullptr, 0}, {"ran", required_argument, nullptr, 0}, {"full", no_argument, nullptr, 0}};
+const option kTraceOptions[] = {{"event", required_argument, nullptr, 0},   {"process", required_argument, nullptr, 0},
+                                {"since", required_argument, nullptr, 0},   {"follow", no_argument, nullptr, 0},
+                                {"timeout", required_argument, nullptr, 0}, {"browser", required_argument, nullptr, 0}};
 
 const char kGetHelp[] =
     "Prints parameters, a path=value line each.\n"
@@ -275,7 +273,8 @@ const char kTraceHelp[] =
     "  --follow        goes on as things happen, a line each\n"
     "  --timeout MS    with --follow: ends after so many milliseconds (0, the default: without limit)\n"
     "  --browser FILE  writes a file that a browser's performance view opens (chrome://tracing, Perfetto)\n"
-    "  --json          {\"t_mono_us\",\"kind\",\"event\",\"cause\",\"program\",\"process\",\"thread\",\"text\",...} lines\n";
+    "  --json          {\"t_mono_us\",\"kind\",\"event\",\"cause\",\"program\",\"process\",\"thread\",\"text\",...} "
+    "lines\n";
 
 const char kCompleteHelp[] =
     "Prints what may stand in the place of the last word of a vcfgctl command line, a line each. It is\n"
@@ -311,8 +310,8 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
-    {"why", "[--full] [--json] PATH... | --not PATH=VALUE | --ran TEXT", "says how a parameter came to have its value", kWhyHelp,
-     kWhyOptions, runWhy, true},
+    {"why", "[--full] [--json] PATH... | --not PATH=VALUE | --ran TEXT", "says how a parameter came to have its value",
+     kWhyHelp, kWhyOptions, runWhy, true},
     {"trace",
      "[--event N] [--process NAME] [--since SEC] [--follow [--timeout MS]]\n"
      "                     [--json | --browser FILE] [PATH]",

@@ -16,18 +16,19 @@ using vcfg::recorder::Kind;
 
 // What the recorder knows of the way to the value: the latest of each.
 struct Way {
-    const Told* had = nullptr;       // the change that made it so
-    const Told* lost = nullptr;      // the one that made it something else again
-    const Told* refused = nullptr;   // a write of the object that came to nothing, and why
-    const Told* written = nullptr;   // a write of the object
-    const Told* looked = nullptr;    // somebody looked at the object, and wrote nothing
+    const Told* had = nullptr;      // the change that made it so
+    const Told* lost = nullptr;     // the one that made it something else again
+    const Told* refused = nullptr;  // a write of the object that came to nothing, and why
+    const Told* written = nullptr;  // a write of the object
+    const Told* looked = nullptr;   // somebody looked at the object, and wrote nothing
 };
 
 bool isAbout(const Told& told, const Finding& finding) {
     const uint32_t oid = told.entry.kind == Kind::Sent ? told.entry.cause : told.entry.numbers[0] & 0xffff;
     const bool isObject = told.entry.kind == Kind::Sent || told.entry.kind == Kind::Read;
     const objIndex iid = instanceOf(told);
-    return isObject && oid == finding.object->oid && model::path(*finding.object, iid) == model::path(*finding.object, finding.iid);
+    return isObject && oid == finding.object->oid &&
+           model::path(*finding.object, iid) == model::path(*finding.object, finding.iid);
 }
 
 // vcmd's refusal is under the event that the write became there.

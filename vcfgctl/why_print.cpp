@@ -3,6 +3,7 @@
 #include <json-c/json.h>
 
 #include <cstdio>
+#include <cstring>
 
 #include "narrate.h"
 #include "print.h"
@@ -36,9 +37,10 @@ std::string withoutRecorder(const Finding& finding, int64_t nowUs) {
         return "not written since vcmd began: it is as configured, or as in a new instance";
     }
     const auto timeUs = static_cast<int64_t>(finding.origin->monotonicUs);
-    return "its object was written last " + agoText(timeUs, nowUs) + " (" + clockText(timeUs, nowUs) + ") by " +
+    return "no change of it is recorded; its object was written last " + agoText(timeUs, nowUs) + " (" +
+           clockText(timeUs, nowUs) + ") by " +
            oneLine({finding.origin->by, strnlen(finding.origin->by, sizeof finding.origin->by)}) + ", event " +
-           std::to_string(finding.origin->event) + "; the recorder no longer has when this parameter was changed";
+           std::to_string(finding.origin->event);
 }
 
 void addChain(json_object* line, const Story& story, const Finding& finding) {
@@ -111,7 +113,8 @@ void printJson(const Story& story, const Finding& finding) {
                            textOrNull(!finding.chain.empty(),
                                       finding.chain.empty() ? "" : causeText(story, *finding.chain.front().begin)));
     json_object_object_add(line, "change", isKnown ? jsonOf(story, *finding.change) : nullptr);
-    json_object_object_add(line, "by", textOrNull(finding.origin.has_value(), finding.origin ? finding.origin->by : ""));
+    json_object_object_add(line, "by",
+                           textOrNull(finding.origin.has_value(), finding.origin ? finding.origin->by : ""));
     addChain(line, story, finding);
     printJsonLine(line);
 }

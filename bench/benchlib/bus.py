@@ -1,4 +1,6 @@
 """The bus beside a bare socket and the peers: calls of three sizes, one-way messages, many senders to one endpoint."""
+import os
+
 from .programs import BUS, PEERS, REFERENCE, BenchError, Program, Series, interleaved
 from .table import Limit, Row
 
@@ -8,6 +10,9 @@ TAILS = [SMALL, "call 1024"]  # sizes whose 99th percentile has a limit, too
 ONE_WAY = "one way"
 COUNTS = {"call 200": 400, "call 1024": 400, "call 65480": 100, ONE_WAY: 10000, "senders 1": 200, "senders 64": 400}
 CALL_LIMIT = Limit(1.2)
+UNRECORDED = "bus without the flight recorder"
+RECORDED = {"call 200": "call, 56 + 200 bytes", "call 1024": "call, 56 + 1,024 bytes"}
+RECORDER_LIMIT = Limit(1.03)
 TAIL_LIMIT = Limit(1.6)
 RATE_LIMIT = Limit(0.8, least=True)
 FAIRNESS_LIMIT = Limit(0.5, least=True)
@@ -30,13 +35,15 @@ def measure(rounds):
     """(rows, names of the missing peers)"""
     peers, missing = start_peers()
     programs = {REFERENCE: Program(REFERENCE), BUS: Program(BUS), **peers}
+    unrecorded = Program(BUS, {**os.environ, "VCFG_RECORDER": "0"})
     jobs = {(name, measure): (program, measure, COUNTS[measure])
             for name, program in programs.items() for measure in program.measures}
+    jobs |= {(UNRECORDED, measure): (unrecorded, measure, COUNTS[measure]) for measure in RECORDED}
     series = interleaved(rounds, jobs)
-    for program in programs.values():
+    for program in [*programs.values(), unrecorded]:
         program.close()
     rows = [row for measure, title in SIZES.items() for row in _call_rows(series, peers, measure, title)]
-    return rows + _one_way_rows(series, peers) + _sender_rows(series), missing
+    return rows + _recorder_rows(series) + _one_way_rows(series, peers) + _sender_rows(series), missing
 
 
 def _peer_rows(series, peers, measure, title, unit):
@@ -58,6 +65,14 @@ def _call_rows(series, peers, measure, title):
         rows.append(Row(f"bus: {title}, 99th percentile", "us", p99=ours.p99, ratio=ours.tail_over(reference),
                         limit=TAIL_LIMIT))
     return rows + _peer_rows(series, peers, measure, title, "us")
+
+
+def _recorder_rows(series):
+    rows = []
+    for measure, title in RECORDED.items():
+        ratio = series[BUS, measure].over(series[UNRECORDED, measure])
+        rows.append(Row(f"bus: {title}, recorded over unrecorded", "", ratio, value=ratio, limit=RECORDER_LIMIT))
+    return rows
 
 
 def _one_way_rows(series, peers):

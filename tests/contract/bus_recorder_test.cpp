@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vcfg/recorder.h>
@@ -119,7 +120,8 @@ TEST_F(BusRecorder, ThreadGoesOnWithAnEventOfAnother) {
     EXPECT_EQ(event, vcfgEventCurrent());
     vcfgEventEnd(before);
     const std::vector<Told> events = told(Kind::Event);
-    const auto inner = std::find_if(events.begin(), events.end(), [](const Told& one) { return one.field(2) == "inner"; });
+    const auto inner =
+        std::find_if(events.begin(), events.end(), [](const Told& one) { return one.field(2) == "inner"; });
     ASSERT_NE(events.end(), inner);
     EXPECT_EQ(event, inner->entry.cause);
 }
@@ -128,7 +130,8 @@ TEST_F(BusRecorder, WhatIsDoneWithoutAnEventIsTheProgramsOwn) {
     EXPECT_NE(0, system(("VCFG_EVENT=4711 " + kSendToNobody).c_str()));
     const uint32_t event = told(Kind::Failed).back().entry.event;
     const std::vector<Told> events = told(Kind::Event);
-    const auto program = std::find_if(events.begin(), events.end(), [=](const Told& one) { return one.entry.event == event; });
+    const auto program =
+        std::find_if(events.begin(), events.end(), [=](const Told& one) { return one.entry.event == event; });
     ASSERT_NE(events.end(), program);
     EXPECT_EQ("program", program->field(0));
     EXPECT_EQ(4711u, program->entry.cause);
@@ -156,34 +159,36 @@ TEST_F(BusRecorder, SecretsAreNotRecorded) {
               recorder::masked("vcfgctl set IP.Interface.1.Enable=true --port 80"));
 }
 
+// Writes until a signal ends it, wherever it is then.
+[[noreturn]] void writeUntilKilled(const std::string& text, suseconds_t afterUs) {
+    const itimerval end{{0, 0}, {0, afterUs}};
+    signal(SIGALRM, SIG_DFL);
+    setitimer(ITIMER_REAL, &end, nullptr);
+    for (int step = 0;; ++step) {
+        recorder::step(recorder::Lane::Lasting, "test", text, step);
+    }
+}
+
 TEST_F(BusRecorder, WriterKilledAnywhereLeavesNothingWrong) {
     constexpr int kKilled = 10000;
+    constexpr int kAtOnce = 4;
     const std::string text(180, 'x');
     std::mt19937 random(1);
-    for (int killed = 0; killed < kKilled;) {
-        // Each dies wherever it is.
-        std::vector<pid_t> writers;
-        for (int each = 0; each < 50; ++each) {
-            const pid_t writer = fork();
-            if (writer == 0) {
-                for (int step = 0;; ++step) {
-                    recorder::step(recorder::Lane::Lasting, "test", text, step);
-                }
-            }
-            writers.push_back(writer);
+    for (int begun = 0; begun < kKilled + kAtOnce; ++begun) {
+        if (begun < kKilled && fork() == 0) {
+            writeUntilKilled(text, static_cast<suseconds_t>(20 + random() % 100));
         }
-        usleep(static_cast<useconds_t>(random() % 500));
-        for (const pid_t writer : writers) {
-            kill(writer, SIGKILL);
-            waitpid(writer, nullptr, 0);
-            ++killed;
+        if (int status = 0; begun >= kAtOnce) {
+            ASSERT_LT(0, wait(&status));
+            ASSERT_TRUE(WIFSIGNALED(status));
         }
-        if (killed % 1000 == 0) {
+        if (begun % 500 == 0) {
             for (const Told& one : told(Kind::Step)) {
                 ASSERT_EQ("test", one.field(0));
                 ASSERT_EQ(text, one.field(1));
             }
         }
+        random();
     }
     recorder::step(recorder::Lane::Lasting, "test", "behind all", 0);
     EXPECT_TRUE(hasStep("behind all"));
@@ -228,7 +233,7 @@ TEST_F(BusRecorder, WhatIsNoRecorderIsMadeAnew) {
 
 TEST_F(BusRecorder, NoiseBehindAGoodHeadIsPassedOver) {
     std::mt19937 random(3);
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 5; ++round) {
         std::string content = bytes();
         std::generate(content.begin() + 4, content.end(), [&] { return static_cast<char>(random()); });
         EXPECT_TRUE(recorder::entriesIn(content).empty());

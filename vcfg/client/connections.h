@@ -20,10 +20,10 @@ struct Connection {
     uint64_t lastUse;
     std::array<RequestKey, 8> requests;  // the last ones, oldest overwritten first
     uint8_t nextRequest;
-    uint8_t open;       // a bit for each of the requests that is not answered yet
-    uint8_t expecting;  // and for each whose type says that an answer is expected
-    bool leaving;       // takes no new packets; what it sent before is still received
-    bool drained;       // and has been received
+    uint8_t open;         // a bit for each of the requests that is not answered yet
+    uint8_t expecting;    // and for each whose type says that an answer is expected
+    bool leaving;         // takes no new packets; what it sent before is still received
+    bool drained;         // and has been received
     recorder::Trip last;  // what was received last
 
     // Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.

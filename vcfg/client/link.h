@@ -24,8 +24,8 @@ struct Link {
     dev_t device;
     ino_t inode;
     int64_t checkedUs;
-    int64_t patienceUs;  // the socket's limit for one recv(); 0 for none
-    Receiver* receiver;  // the thread's
+    int64_t patienceUs;   // the socket's limit for one recv(); 0 for none
+    Receiver* receiver;   // the thread's
     recorder::Trip last;  // what was sent last
 };
 

@@ -111,8 +111,8 @@ bool Listener::publish(int socket, const std::string& fresh, const std::function
 bool Listener::accept(int* socket, uint32_t* name) {
     sockaddr_un address;
     socklen_t size = sizeof address;
-    const int peer = aboveStandard(
-        accept4(socket_, reinterpret_cast<sockaddr*>(&address), &size, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    const int peer =
+        aboveStandard(accept4(socket_, reinterpret_cast<sockaddr*>(&address), &size, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (peer < 0) {
         if (errno == EMFILE || errno == ENFILE) {
             refuseForWantOfDescriptors();

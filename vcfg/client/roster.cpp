@@ -18,8 +18,7 @@ Roster nobody;
 constinit std::atomic<Roster*> roster{&nobody};
 
 void attachRoster() {
-    static SharedFile& shared =
-        *new SharedFile("roster", sizeof(Roster), Roster::kLayout, SharedFile::Bad::Ignored);
+    static SharedFile& shared = *new SharedFile("roster", sizeof(Roster), Roster::kLayout, SharedFile::Bad::Ignored);
     if (void* mapped = shared.attach(); mapped != nullptr) {
         roster.store(static_cast<Roster*>(mapped), std::memory_order_relaxed);
     }

@@ -1,5 +1,5 @@
-// What the recorder's file looks like: a head, and two rings of slots. 32 and 64 bit processes share it, and any of them
-// may be killed at any moment, or write nonsense.
+// What the recorder's file looks like: a head, and two rings of slots. 32 and 64 bit processes share it, and any of
+// them may be killed at any moment, or write nonsense.
 #pragma once
 
 #include <array>
@@ -9,8 +9,8 @@
 
 namespace vcfg::recorder {
 
-// What is worth keeping long, and what only those ask for who look soon: reads, requests that change nothing. The latter
-// are so many that they would push everything else out.
+// What is worth keeping long, and what only those ask for who look soon: reads, requests that change nothing. The
+// latter are so many that they would push everything else out.
 enum class Lane : uint8_t { Lasting, Brief };
 inline constexpr size_t kLanes = 2;
 

@@ -1,4 +1,5 @@
-// The operations of <vcfg/recorder.h>. What arrives as a whole, `bytes`, is for who listens; the ring has no room for it.
+// The operations of <vcfg/recorder.h>. What arrives as a whole, `bytes`, is for who listens; the ring has no room for
+// it.
 #include <vcfg/recorder.h>
 
 #include <cerrno>

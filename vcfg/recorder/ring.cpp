@@ -1,6 +1,7 @@
 #include "ring.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -32,9 +33,9 @@ size_t toWords(const Entry& entry, Words& words) {
 }
 
 uint32_t checkOf(const Words& words, size_t count, uint32_t number) {
-    uint32_t sum = number ^ 0x811c9dc5;
+    uint32_t sum = number;
     for (size_t each = 1; each < count; ++each) {
-        sum = (sum ^ words[each]) * 0x01000193;
+        sum = std::rotl(sum, 5) + words[each] * 0x9e3779b1;
     }
     return sum;
 }
@@ -58,8 +59,8 @@ void attachRecorder() {
 }
 
 void append(Entry& entry, std::string_view text) {
-    entry.length = static_cast<uint16_t>(entry.length + text.copy(entry.text.data() + entry.length,
-                                                                  entry.text.size() - entry.length));
+    entry.length = static_cast<uint16_t>(entry.length +
+                                         text.copy(entry.text.data() + entry.length, entry.text.size() - entry.length));
 }
 
 void appendField(Entry& entry, std::string_view text) {

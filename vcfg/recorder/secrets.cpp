@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <vector>
 
 #include "model/describe.h"
 
@@ -14,6 +15,18 @@ bool endsLike(std::string_view name, std::string_view word) {
     return name.size() >= word.size() &&
            std::equal(word.begin(), word.end(), name.end() - static_cast<ptrdiff_t>(word.size()),
                       [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
+}
+
+std::vector<std::string_view> secretParameters() {
+    std::vector<std::string_view> names;
+    for (const model::Object& object : model::objects()) {
+        for (const model::Parameter& parameter : object.parameters) {
+            if (parameter.isSecret()) {
+                names.emplace_back(parameter.name);
+            }
+        }
+    }
+    return names;
 }
 
 bool isNameCharacter(char c) {
@@ -72,7 +85,8 @@ class Masking {
         begin = isNamed ? std::min(text_.find_first_not_of(kBlank, begin + 1), text_.size()) : begin;
         const size_t end = endOfWord(text_, begin);
         const std::string_view value = text_.substr(begin, end - begin);
-        if (!value.empty() && value != "\"\"" && value != "''" && value != "null" && value[0] != '{' && value[0] != '[') {
+        if (!value.empty() && value != "\"\"" && value != "''" && value != "null" && value[0] != '{' &&
+            value[0] != '[') {
             result_.append(text_.substr(at_, begin - at_)).append(model::kHidden);
             at_ = end;
         }
@@ -95,10 +109,8 @@ bool isSecretName(std::string_view name) {
     if (name == "pass" || name == "psk") {
         return true;
     }
-    return std::any_of(model::objects().begin(), model::objects().end(), [name](const model::Object& object) {
-        const model::Parameter* parameter = model::find(object, name);
-        return parameter != nullptr && parameter->isSecret();
-    });
+    static const std::vector<std::string_view> named = secretParameters();
+    return std::find(named.begin(), named.end(), name) != named.end();
 }
 
 std::string masked(std::string_view text) {

@@ -46,9 +46,9 @@ Thread& mine() {
     return self;
 }
 
-Entry entryOf(Kind kind, const Thread& thread) {
+Entry entryOf(Kind kind, const Thread& thread, int64_t timeUs) {
     Entry entry;
-    const auto now = static_cast<uint64_t>(monotonicUs());
+    const auto now = static_cast<uint64_t>(timeUs != 0 ? timeUs : monotonicUs());
     memset(&entry, 0, offsetof(Entry, text));
     entry.kind = kind;
     entry.event = thread.event;

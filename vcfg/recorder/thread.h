@@ -22,8 +22,8 @@ struct Thread {
 
 Thread& mine();
 
-// An entry of the calling thread, now.
-Entry entryOf(Kind kind, const Thread& thread);
+// An entry of the calling thread, at that time; now, when none is given.
+Entry entryOf(Kind kind, const Thread& thread, int64_t timeUs = 0);
 // Makes the event that the entry is the begin of the thread's.
 void open(File& into, Thread& thread, Entry& entry);
 // What follows from the event lasts: so does its begin.

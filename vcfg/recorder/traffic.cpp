@@ -44,8 +44,8 @@ void appendPlace(Entry& entry, const Thread& thread) {
     append(entry, line);
 }
 
-Entry entryOfMessage(Kind kind, const Thread& thread, const vcfg_msg_t& message, const Trip& trip) {
-    Entry entry = entryOf(kind, thread);
+Entry entryOfMessage(Kind kind, const Thread& thread, const vcfg_msg_t& message, const Trip& trip, int64_t timeUs = 0) {
+    Entry entry = entryOf(kind, thread, timeUs);
     entry.numbers = {message.type, endsOf(message), trip.connection, trip.order};
     return entry;
 }
@@ -81,9 +81,7 @@ void sent(const vcfg_msg_t& message, const Trip& trip, int64_t timeUs) {
         return;
     }
     Thread& thread = mine();
-    Entry entry = entryOfMessage(Kind::Sent, thread, message, trip);
-    entry.timeLow = static_cast<uint32_t>(timeUs);
-    entry.timeHigh = static_cast<uint32_t>(timeUs >> 32);
+    Entry entry = entryOfMessage(Kind::Sent, thread, message, trip, timeUs);
     if (message.dstEid == VCFG_EID_VCMD) {
         entry.cause = message.oid;
         append(entry, bytesOf(message.objIid));
@@ -103,15 +101,16 @@ void failed(const vcfg_msg_t& message, int code) {
     add(*into, thread, Lane::Lasting, entry);
 }
 
+// Only of an event that something has come of.
 void answered(const vcfg_msg_t& answer) {
     File* const into = file.load(std::memory_order_acquire);
-    if (into == nullptr) {
+    if (into == nullptr || mine().event == 0 || !mine().isKept) {
         return;
     }
     Thread& thread = mine();
     Entry entry = entryOfMessage(Kind::Answer, thread, answer, {});
     entry.numbers[2] = answer.statCode;
-    add(*into, thread, thread.event != 0 && thread.isKept ? Lane::Lasting : Lane::Brief, entry);
+    store(*into, Lane::Lasting, entry);
 }
 
 void wasRead(uint32_t oid, const objIndex& iid, int code, uint32_t change) {

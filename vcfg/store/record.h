@@ -17,7 +17,7 @@ namespace vcfg::store {
 struct Origin {
     uint64_t change;  // one number for all that one change wrote, growing
     uint64_t monotonicUs;
-    char by[20];  // as watchers are told, NUL-terminated
+    char by[20];     // as watchers are told, NUL-terminated
     uint32_t event;  // of the flight recorder, on whose behalf it was made; 0 when that is not known
 };
 

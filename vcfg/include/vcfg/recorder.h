@@ -1,8 +1,8 @@
 /* The flight recorder: what reached each thread, and what the thread did about it. A file of 256 KiB in the run
    directory holds the latest of it, of all processes of the bus, and outlives them; `vcfgctl why` and `vcfgctl trace`
-   read it. The library records by itself what goes over the bus and what is read and written of the data model. A program
-   tells what else reaches it and what else it does; one that calls nothing of this loses nothing, and a framework may
-   have functions here that do nothing.
+   read it. The library records by itself what goes over the bus and what is read and written of the data model. A
+   program tells what else reaches it and what else it does; one that calls nothing of this loses nothing, and a
+   framework may have functions here that do nothing.
 
    None of these fails, waits or makes a system call, and errno stays as it is. `kind` is a word ("kernel", "timer"),
    `what` a line for people; either is copied, cut to some 200 bytes, and has secrets replaced that look like such
