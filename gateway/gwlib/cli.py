@@ -5,7 +5,7 @@ import os
 import signal
 import sys
 
-from . import boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_run, cli_status, completion, model, play, services, truth
+from . import boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_report, cli_run, cli_status, completion, model, play, services, truth
 from .errors import DONE, GatewayError
 from .state import State
 from .values import seconds, taking
@@ -52,7 +52,7 @@ def parser():
     verb.common = common
 
     _add_life(verb)
-    for more in (cli_status, cli_run, cli_log, cli_hardware, cli_isp, cli_lan, play):
+    for more in (cli_status, cli_run, cli_log, cli_report, cli_hardware, cli_isp, cli_lan, play):
         more.add_verbs(verb)
     completion.add_verbs(verb, top)
     return top

@@ -6,7 +6,7 @@ import pytest
 
 from support import DONE, REPOSITORY, USAGE
 
-SCRIPTS = ("bench", "board", "bootstrap", "build", "check", "foreign", "format", "fuzz", "run", "test")
+SCRIPTS = ("bench", "board", "bootstrap", "build", "check", "foreign", "format", "fuzz", "pictures", "run", "test")
 
 
 def script(name, *words, path=None):
