@@ -22,24 +22,33 @@ std::optional<std::string> valueOf(json_object* line, const char* name) {
     return value == nullptr ? std::nullopt : std::optional(textOf(line, name));
 }
 
-std::optional<uint32_t> endpointOf(json_object* line, const char* name) {
+std::optional<uint32_t> numberOf(json_object* line, const char* name) {
     json_object* value = nullptr;
     json_object_object_get_ex(line, name, &value);
-    return value == nullptr ? std::nullopt : std::optional(static_cast<uint32_t>(json_object_get_int(value)));
+    return value == nullptr ? std::nullopt : std::optional(static_cast<uint32_t>(json_object_get_int64(value)));
 }
 
 Change toChange(json_object* line) {
     json_object* time = nullptr;
     json_object_object_get_ex(line, "t_mono_us", &time);
-    return {json_object_get_int64(time), textOf(line, "path"), valueOf(line, "old"),
-            valueOf(line, "new"),        textOf(line, "by"),   endpointOf(line, "refreshedFor")};
+    return {json_object_get_int64(time),   textOf(line, "path"), valueOf(line, "old"),
+            valueOf(line, "new"),          textOf(line, "by"),   numberOf(line, "event").value_or(0),
+            numberOf(line, "refreshedFor")};
+}
+
+vcfg::Answer askFor(const std::string& patterns) {
+    return ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, patterns.empty() ? "" : patterns + '\0');
 }
 
 }  // namespace
 
 int Changes::open(const std::string& patterns) {
-    const vcfg::Answer answer = ask(vcfg::wire::kWatch, RDM_OID_NONE, {}, patterns.empty() ? "" : patterns + '\0');
+    const vcfg::Answer answer = askFor(patterns);
     return answer.code == VCFG_OK ? kDone : reportFailure(answer, "watch");
+}
+
+bool Changes::tryOpen(const std::string& patterns) {
+    return askFor(patterns).code == VCFG_OK;
 }
 
 void Changes::take(std::string_view lines) {

@@ -24,7 +24,7 @@ constexpr int kBacklog = 512;
 constexpr size_t kMostConnections = 512;
 constexpr int kTurn = 256;  // copies of one connection before the next is looked at
 constexpr int64_t kStayUs = 1000000;
-constexpr size_t kLargest = sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + bus::kMostCopied;
+constexpr size_t kLargest = sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + VCFG_MSG_PAYLOAD_MAX;
 
 int signalsToEnd() {
     sigset_t wanted;
@@ -52,13 +52,14 @@ bool take(const char* bytes, size_t size, pid_t process, Copy* copy) {
     }
     memcpy(message.get(), bytes + sizeof header, VCFG_MSG_HEADER_SIZE + held);
     vcfg_msg_payload(message.get())[held] = '\0';
-    const bool isFailure = header.passing == bus::Passing::Failure;
-    if (header.passing < bus::Passing::Message || header.passing > bus::Passing::Failure ||
-        held != (isFailure ? 0 : std::min<size_t>(message->length, bus::kMostCopied))) {
+    const size_t all = header.passing == bus::Passing::Failure ? 0 : message->length;
+    if (header.passing < bus::Passing::Message || header.passing > bus::Passing::Taken ||
+        (held != all && held != std::min(all, bus::kMostCopied))) {
         return false;
     }
     const int64_t timeUs = int64_t{header.timeS} * 1000000 + header.timeUs;
-    *copy = {timeUs, header.passing, header.code, process, header.program.data(), std::move(message), held};
+    *copy = {timeUs,  header.passing,        header.code,        header.thread, header.event,
+             process, header.program.data(), std::move(message), held};
     return true;
 }
 
@@ -79,7 +80,8 @@ Onlooker::~Onlooker() {
     }
 }
 
-bool Onlooker::open(std::string* why) {
+bool Onlooker::open(bool whole, std::string* why) {
+    whole_ = whole;
     signals_ = signalsToEnd();
     return enter(why);
 }
@@ -95,7 +97,7 @@ bool Onlooker::enter(std::string* why) {
         *why = std::string("there is no place for a monitor in the run directory: ") + strerror(errno);
         return false;
     }
-    if (!bus::takePlace(number, &place_)) {
+    if (!bus::takePlace(number, whole_, &place_)) {
         unlink(bus::monitorPath(number).c_str());
         *why = std::to_string(bus::Roster::kMonitors) + " monitors look already; one of them must end first";
         return false;
@@ -119,7 +121,7 @@ void Onlooker::stay() {
     }
     size_t place = place_;
     std::string why;
-    if (listener_ < 0 || !bus::takePlace(number_, &place) || place != place_) {
+    if (listener_ < 0 || !bus::takePlace(number_, whole_, &place) || place != place_) {
         enter(&why);
     }
 }

@@ -15,6 +15,8 @@ struct Copy {
     int64_t timeUs = 0;
     vcfg::bus::Passing passing = vcfg::bus::Passing::Message;
     int code = 0;
+    uint32_t thread = 0;
+    uint32_t event = 0;
     pid_t process = 0;  // the sender, as the kernel names it
     std::string program;
     vcfg::bus::MessagePtr message;
@@ -28,8 +30,8 @@ class Onlooker {
     Onlooker(const Onlooker&) = delete;
     Onlooker& operator=(const Onlooker&) = delete;
 
-    // False with *why.
-    bool open(std::string* why);
+    // False with *why. `whole`: payloads of any length, not only what a monitor shows of them.
+    bool open(bool whole, std::string* why);
     enum class Woken { ByCopies, BySignal, ByClosedOutput };
     // Waits for copies up to that time, and adds them.
     Woken wait(int timeoutMs, std::vector<Copy>* copies);
@@ -48,6 +50,7 @@ class Onlooker {
     bool receive(const Connection& connection, std::vector<Copy>* copies);
 
     uint8_t number_ = 0;
+    bool whole_ = false;
     size_t place_ = 0;
     uint32_t lostBefore_ = 0;
     int64_t stayedUs_ = 0;

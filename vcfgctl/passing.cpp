@@ -97,6 +97,16 @@ Passage Passages::failure(Copy copy) {
     return passage;
 }
 
+std::optional<Passage> Passages::takeTaken(Copy copy) {
+    const std::optional<Request> request = requestOf(copy);
+    if (!request) {
+        return std::nullopt;
+    }
+    Passage passage = reply(std::move(copy), request);
+    passage.from = request->to;
+    return passage;
+}
+
 Passage Passages::take(Copy copy) {
     if (copy.passing == bus::Passing::Failure) {
         return failure(std::move(copy));

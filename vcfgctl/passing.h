@@ -32,6 +32,8 @@ class Passages {
   public:
     // Copies are taken in the order of their times.
     Passage take(Copy copy);
+    // An answer by who got it, if who gave it has not told.
+    std::optional<Passage> takeTaken(Copy copy);
 
   private:
     struct Request {

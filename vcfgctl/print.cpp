@@ -56,6 +56,17 @@ size_t characterLength(std::string_view text) {
 
 }  // namespace
 
+bool isUtf8(std::string_view bytes) {
+    for (size_t length = 1; !bytes.empty() && length > 0; bytes.remove_prefix(length)) {
+        length = characterLength(bytes);
+    }
+    return bytes.empty();
+}
+
+std::string hexText(std::string_view bytes) {
+    return hex(bytes.data(), bytes.size());
+}
+
 std::string iidText(const objIndex& iid) {
     std::string text = std::to_string(iid.level) + ":";
     for (size_t i = 0; i < iid.level && i < sizeof iid.idx; ++i) {

@@ -51,6 +51,7 @@ int runSend(const Call& call);
 int runServe(const Call& call);
 int runEndpoints(const Call& call);
 int runMonitor(const Call& call);
+int runRecord(const Call& call);
 int runWhy(const Call& call);
 int runTrace(const Call& call);
 int runComplete(const Call& call);

@@ -74,7 +74,7 @@ class Monitor {
 
     int run() {
         std::string why;
-        if (!onlooker_.open(&why)) {
+        if (!onlooker_.open(false, &why)) {
             return refuse(why);
         }
         for (;;) {

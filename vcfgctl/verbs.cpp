@@ -245,6 +245,16 @@ const char kMonitorHelp[] =
     "\n"
     "At most 4 monitors look at the same time. Of a payload, the first 4096 bytes are shown.\n";
 
+const option kRecordOptions[] = {{"for", required_argument, nullptr, 0}, {"cut", required_argument, nullptr, 0}};
+
+const char kRecordHelp[] =
+    "Writes down the data model, and then all that arrives at the daemon and what it does about it, as JSON\n"
+    "lines, until it is interrupted. 'gw replay FILE' plays it to a fresh daemon and compares what that does.\n"
+    "No password, PIN or key gets into it. - is standard output.\n"
+    "\n"
+    "  --for SECONDS      ends after so many seconds\n"
+    "  --cut EVENT IN OUT cuts a recording to what the event belongs to: its first cause and all that came of it\n";
+
 const char kWhyHelp[] =
     "Says how a parameter came to have its value: the change that gave it, who made it and on behalf of what,\n"
     "and the steps up to the first cause, as far back as the recorder goes. Several parameters are a line each.\n"
@@ -310,6 +320,8 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
+    {"record", "[--for SECONDS] FILE | --cut EVENT IN OUT", "writes down what happens, to be replayed", kRecordHelp,
+     kRecordOptions, runRecord},
     {"why", "[--full] [--json] PATH... | --not PATH=VALUE | --ran TEXT", "says how a parameter came to have its value",
      kWhyHelp, kWhyOptions, runWhy, true},
     {"trace",

@@ -19,14 +19,14 @@ FINISHED = "System: System init finished"
 CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its notice
 
 
-def up(state, config=None, fresh=False, unplugged=(), say=print, before_clients=lambda: None):
-    """Boots, with the cables of the `unplugged` ports out; `before_clients` is called when the daemon is ready and no
+def up(state, config=None, fresh=False, unplugged=(), say=print, before_clients=lambda: None, record=False):
+    """Boots, with the cables of the `unplugged` ports out; `record` has all written down from before the daemon starts; `before_clients` is called when the daemon is ready and no
     lease has been asked for yet."""
     with state.alone():
-        _up(state, config, fresh, unplugged, say, before_clients)
+        _up(state, config, fresh, unplugged, say, before_clients, record)
 
 
-def _up(state, config, fresh, unplugged, say, before_clients):
+def _up(state, config, fresh, unplugged, say, before_clients, record):
     refuse_running(state)
     state.prepare(fresh or config is not None)
     is_given = config is not None or not state.model.exists()
@@ -37,7 +37,7 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         print(f"gw: {lack}", file=sys.stderr)
     times.remember_boot(state)
     try:
-        _build_world(state)
+        build_world(state)
         net.lay_cables(state, unplugged)
         lan.forget(state)
         isp.start(state)
@@ -53,6 +53,8 @@ def _up(state, config, fresh, unplugged, say, before_clients):
         services.start_linesim(state)
         net.connect_lines(state)
         services.start_linkd(state)
+        if record:
+            services.start_recorder(state)
         services.start_tarn(state)
         _await_completion(state)
         net.await_links(state, unplugged)
@@ -83,9 +85,14 @@ def down(state):
 
 
 def _down(state):
+    if state.world() is not None:
+        _save(state)
+    return end_world(state)
+
+
+def end_world(state):
     world = state.world()
     if world is not None:
-        _save(state)
         os.kill(world, signal.SIGKILL)
         if not until(lambda: state.world() is None, 10):
             raise GatewayError(f"process {world} does not end")
@@ -140,13 +147,14 @@ def _check_taken(state, source):
             print(f"gw: {source}: {line['text']}", file=sys.stderr)
 
 
-def _build_world(state):
+def build_world(state, rooms=ROOMS, more=()):
+    """Its rooms; `more` are words of gw-world's for the last one."""
     programs = state.build / "bin"
     for name in ("tarn", "vcmd", "vcfgctl"):
         if not (programs / name).exists():
             raise GatewayError(f"{programs / name} is not built; script/build release builds it")
     words = [state.program("gw-world"), state.directory]
-    for room in ROOMS:
+    for room in rooms:
         words += ["--room", room]
         if room == "gateway":
             words += ["--layer", state.build / "port" / "linux" / "root", "--layer", state.build / "gateway" / "root",
@@ -157,7 +165,7 @@ def _build_world(state):
             words += ["--layer", state.build / "gateway" / "lan"]
         if room == "isp":
             words += ["--layer", state.build / "gateway" / "isp", "--bind", state.isp, "/var/lib/isp"]
-    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)
+    done = subprocess.run([str(word) for word in (*words, *more)], capture_output=True, text=True, check=False)
     if done.returncode != 0:
         reasons = [line for line in done.stderr.splitlines() if line.startswith("gw-world: ")]
         raise GatewayError(reasons[0].removeprefix("gw-world: ") if reasons else "the world could not be built")

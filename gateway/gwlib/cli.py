@@ -5,18 +5,19 @@ import os
 import signal
 import sys
 
-from . import boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_report, cli_run, cli_status, completion, model, play, services, truth
+from . import (boot, cli_hardware, cli_isp, cli_lan, cli_log, cli_report, cli_run, cli_status, completion, model, play, replay, services,
+               truth)
 from .errors import DONE, GatewayError
 from .state import State
 from .values import seconds, taking
 
 # All other verbs are about a gateway that runs.
-FREE = ("up", "down", "mark", "log", "journal", "completion", "complete", "play")
+FREE = ("up", "down", "mark", "log", "journal", "completion", "complete", "play", "replay")
 COMMANDED = ("exec", "spawn")  # verbs that end in a command, whose words are nobody's options here
 
 
 def verb_up(state, options):
-    boot.up(state, config=options.config, fresh=options.fresh, unplugged=options.unplugged)
+    boot.up(state, config=options.config, fresh=options.fresh, unplugged=options.unplugged, record=options.record)
 
 
 def verb_down(state, _options):
@@ -52,7 +53,7 @@ def parser():
     verb.common = common
 
     _add_life(verb)
-    for more in (cli_status, cli_run, cli_log, cli_report, cli_hardware, cli_isp, cli_lan, play):
+    for more in (cli_status, cli_run, cli_log, cli_report, cli_hardware, cli_isp, cli_lan, play, replay):
         more.add_verbs(verb)
     completion.add_verbs(verb, top)
     return top
@@ -63,6 +64,8 @@ def _add_life(verb):
     new.add_argument("--config", metavar="FILE", help="data model to boot with, in place of the kept one")
     new.add_argument("--fresh", action="store_true", help="boot with the factory defaults")
     new.add_argument("--unplugged", action="append", default=[], metavar="IFNAME", help="boot with this port's cable out")
+    new.add_argument("--record", action="store_true",
+                     help="write down all that happens, from before the daemon starts: log/recording.jsonl in the state directory")
     verb("down", verb_down, "stop all of it, leaving nothing behind")
     new = verb("wait", verb_wait, "return when the data model says so")
     new.add_argument("condition", metavar="PATH=VALUE", help="or another condition of vcfgctl wait: ==, !=, ~, <, <=, > or >= behind the path")

@@ -38,6 +38,22 @@ def start_tarn(state):
     _await(state, "tarn", "/run/vcfg/eid-2", process="tarn")
 
 
+def start_recorder(state):
+    """From now on all that happens is written down in the state directory, until it is stopped."""
+    file = state.log_directory / "recording.jsonl"
+    inside.spawn(state, "record", "vcfgctl", "record", f"/var/log/gateway/{file.name}")
+    if not until(lambda: file.exists() and b'"kind":"begin"' in file.read_bytes(), READY_SECONDS):
+        raise GatewayError(f"nothing is recorded; see {state.log_directory}/record.txt")
+
+
+def stop_recorder(state):
+    """The recording is whole, and nobody writes it any more."""
+    inside.must(state, "sh", "-c", "kill -TERM $(cat /run/gateway/record.pid)")
+    file = state.log_directory / "recording.jsonl"
+    if not until(lambda: b'"kind":"end"' in file.read_bytes()[-200:], READY_SECONDS):
+        raise GatewayError("the recording does not end")
+
+
 def start_dhcpc(state):
     """A real DHCP client for each that the configuration has on the WAN port."""
     for device in _leasing_devices(state):

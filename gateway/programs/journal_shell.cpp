@@ -15,12 +15,11 @@
 #include <string>
 
 #include "client/standard_streams.h"
+#include "shell_call.h"
 
 namespace {
 
-constexpr const char* kRealShell = "/bin/dash";
 constexpr const char* kJournal = "/var/log/gateway/journal.jsonl";
-constexpr const char* kWatched = "tarn";
 
 volatile sig_atomic_t gShell = 0;
 
@@ -28,32 +27,6 @@ int64_t monotonicUs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return now.tv_sec * int64_t{1000000} + now.tv_nsec / 1000;
-}
-
-std::string firstBytes(const char* path, size_t limit) {
-    std::string text(limit, '\0');
-    const int file = open(path, O_RDONLY | O_CLOEXEC);
-    const ssize_t size = file < 0 ? 0 : read(file, text.data(), limit);
-    if (file >= 0) {
-        close(file);
-    }
-    text.resize(size < 0 ? 0 : static_cast<size_t>(size));
-    return text;
-}
-
-bool parentIsWatched() {
-    char path[64];
-    snprintf(path, sizeof path, "/.proc/%d/comm", getppid());
-    return firstBytes(path, 64) == std::string(kWatched) + "\n";
-}
-
-// The text of `sh -c TEXT`, also in the form `sh -c -- TEXT`; null for every other call.
-const char* commandText(int count, char** words) {
-    if (count < 3 || strcmp(words[1], "-c") != 0) {
-        return nullptr;
-    }
-    const bool dashes = strcmp(words[2], "--") == 0;
-    return dashes ? (count > 3 ? words[3] : nullptr) : words[2];
 }
 
 void appendQuoted(std::string& line, const std::string& text) {
@@ -78,12 +51,6 @@ void passOn(int signal) {
     if (gShell > 0) {
         kill(static_cast<pid_t>(gShell), signal);
     }
-}
-
-[[noreturn]] void becomeShell(char** words) {
-    execv(kRealShell, words);
-    fprintf(stderr, "sh: cannot run %s: %s\n", kRealShell, strerror(errno));
-    _exit(127);
 }
 
 int waitFor(pid_t child) {
@@ -147,7 +114,7 @@ int runJournaled(const char* command, char** words) {
 int main(int count, char** words) {
     vcfg::holdStandardStreams();
     const char* const command = commandText(count, words);
-    if (command == nullptr || !parentIsWatched()) {
+    if (command == nullptr || !daemonAsks()) {
         becomeShell(words);
     }
     return runJournaled(command, words);

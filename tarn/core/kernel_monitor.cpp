@@ -2,6 +2,7 @@
 
 #include <linux/netlink.h>
 #include <sys/socket.h>
+#include <vcfg/recorder.h>
 
 #include <algorithm>
 #include <array>
@@ -137,5 +138,6 @@ void processKernelMonitor(kernel::LinkChanged linkChanged) {
     if (received == 0) {
         logs::print("read_netlink: EOF");
     }
+    vcfgEventStep("datagram", "", 0, buffer.data(), static_cast<size_t>(received));
     kernel::handleDatagram(std::string_view(buffer.data(), static_cast<size_t>(received)), linkChanged);
 }

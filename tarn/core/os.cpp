@@ -85,6 +85,7 @@ std::optional<std::string> firstLineOf(const std::string& command, size_t limit)
 std::optional<std::string> readFile(const std::string& path, size_t limit) {
     const File file = openRegular(path);
     if (file == nullptr) {
+        vcfgEventStep("file", path.c_str(), -1, nullptr, 0);
         return std::nullopt;
     }
     std::string text;
@@ -112,7 +113,9 @@ bool writeFile(const std::string& path, std::string_view text) {
 }
 
 int signalProcess(pid_t process, int signal) {
-    return kill(process, signal);
+    const int result = kill(process, signal);
+    vcfgEventStep("signal", std::to_string(process).c_str(), result, nullptr, 0);
+    return result;
 }
 
 pid_t ownProcess() {

@@ -21,8 +21,9 @@ namespace bus = vcfg::bus;
 // A monitor that reads when it is told to.
 class Monitor {
   public:
-    Monitor() : number_(bus::freshMonitorNumber()), listener_(bus::listenForPackets(bus::monitorPath(number_), 16)) {
-        looks_ = bus::takePlace(number_, &place_);
+    explicit Monitor(bool whole = false)
+        : number_(bus::freshMonitorNumber()), listener_(bus::listenForPackets(bus::monitorPath(number_), 16)) {
+        looks_ = bus::takePlace(number_, whole, &place_);
     }
     ~Monitor() {
         bus::leavePlace(number_);
@@ -47,7 +48,7 @@ class Monitor {
 
     // The payload of the next copy of the first sender; "" when there is none.
     std::string next(bus::CopyHeader* header = nullptr) {
-        std::string bytes(sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + bus::kMostCopied, '\0');
+        std::string bytes(sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + VCFG_MSG_PAYLOAD_MAX, '\0');
         if (connection_ < 0) {
             connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
         }
@@ -124,6 +125,38 @@ TEST_F(BusMonitors, LongPayloadIsCopiedInPart) {
     Monitor monitor;
     tell(std::string(VCFG_MSG_PAYLOAD_MAX, 'x'));
     EXPECT_EQ(std::string(bus::kMostCopied, 'x'), monitor.next());
+}
+
+TEST_F(BusMonitors, WhoAsksForWholeCopiesGetsThemBesideOneWhoDoesNot) {
+    serve(kServer);
+    Monitor whole(true);
+    Monitor cut;
+    tell(std::string(VCFG_MSG_PAYLOAD_MAX, 'x'));
+    EXPECT_EQ(std::string(VCFG_MSG_PAYLOAD_MAX, 'x'), whole.next());
+    EXPECT_EQ(std::string(bus::kMostCopied, 'x'), cut.next());
+}
+
+TEST_F(BusMonitors, NotesGoToThoseAloneWhoAskForWholeCopies) {
+    bus::copyNote({bus::Passing::Step, "command", "ls", 0, 0, "nobody looks"});
+    Monitor cut;
+    bus::copyNote({bus::Passing::Step, "command", "ls", 0, 0, "nobody asks"});
+    EXPECT_EQ("", cut.next());
+    Monitor whole(true);
+    bus::CopyHeader header{};
+    bus::copyNote({bus::Passing::Step, "command", "ls", 7, 0, std::string_view("a\0b", 3)});
+    EXPECT_EQ(std::string("command\0ls\0a\0b\0", 15), whole.next(&header));
+    EXPECT_EQ(bus::Passing::Step, header.passing);
+    EXPECT_EQ(7, header.code);
+    EXPECT_EQ("", cut.next());
+}
+
+TEST_F(BusMonitors, PlaceOfOneWhoAskedForWholeCopiesIsAnOrdinaryOneForTheNext) {
+    serve(kServer);
+    { const Monitor whole(true); }
+    EXPECT_FALSE(bus::isRecorded());
+    Monitor cut;
+    tell(std::string(VCFG_MSG_PAYLOAD_MAX, 'x'));
+    EXPECT_EQ(std::string(bus::kMostCopied, 'x'), cut.next());
 }
 
 TEST_F(BusMonitors, MonitorThatNeverReadsDelaysNobodyAndKnowsWhatItLost) {

@@ -148,7 +148,9 @@ int receiveAnswer(Link& link, uint32_t requestId, const Deadline& deadline, Mess
 
 int awaitAnswer(Link& link, uint32_t requestId, const Deadline& deadline, MessagePtr* reply) {
     const int code = receiveAnswer(link, requestId, deadline, reply);
-    if (code != VCFG_OK) {
+    if (code == VCFG_OK) {
+        copyTaken(**reply);
+    } else {
         failUnanswered(link, requestId, code);
         reply->reset();
         dropLink(link.eid, Way::Request);

@@ -6,17 +6,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "deadline.h"
 #include "descriptor.h"
 #include "monitors.h"
 #include "peer.h"
+#include "recorder/events.h"
 #include "run_dir.h"
 
 namespace vcfg::bus {
 namespace {
 
 constexpr int kQueue = 1 << 20;  // the kernel gives what it may
+constexpr size_t kLongestKind = 32;
+constexpr size_t kLongestWhat = 32768;  // a command's text, a path
 
 struct Outlet {
     uint8_t number = 0;
@@ -34,6 +38,7 @@ struct Outlet {
 struct Outlets {
     std::array<Outlet, Roster::kMonitors> all;
     pid_t process = 0;
+    uint32_t thread = 0;
 
     ~Outlets() { end(); }
     void end() {
@@ -50,6 +55,7 @@ Outlets& mine() {
     if (own.process != process) {
         own.end();
         own.process = process;
+        own.thread = static_cast<uint32_t>(gettid());
     }
     return own;
 }
@@ -110,36 +116,92 @@ void give(Outlet& outlet, size_t place, uint8_t number, const msghdr& copy) {
     }
 }
 
-}  // namespace
-
-constinit std::atomic<uint32_t> openCopies{0};
-
-void copyToMonitors(Passing passing, const vcfg_msg_t& message, int code, int64_t timeUs) {
-    const int error = errno;
+CopyHeader headerOf(Passing passing, int code, int64_t timeUs) {
     CopyHeader header{CopyHeader::kLayout,
                       passing,
                       static_cast<uint32_t>(timeUs / 1000000),
                       static_cast<uint32_t>(timeUs % 1000000),
                       code,
+                      mine().thread,
+                      recorder::eventHere(),
                       {}};
     strncpy(header.program.data(), program_invocation_short_name, header.program.size() - 1);
-    const size_t payload = passing == Passing::Failure ? 0 : std::min<size_t>(message.length, kMostCopied);
-    iovec parts[] = {{&header, sizeof header}, {const_cast<vcfg_msg_t*>(&message), VCFG_MSG_HEADER_SIZE + payload}};
-    msghdr copy{};
-    copy.msg_iov = parts;
-    copy.msg_iovlen = 2;
+    return header;
+}
+
+// To each monitor, with so much of the last part: of a whole copy, and of one that is cut; 0: it gets none.
+void spread(msghdr& copy, size_t whole, size_t cut) {
+    const int error = errno;
+    const Roster& all = *roster.load(std::memory_order_relaxed);
+    const uint32_t word = all.monitors.load();
+    const uint32_t wanted = all.whole.load();
     Outlets& own = mine();
-    const uint32_t word = roster.load(std::memory_order_relaxed)->monitors.load();
     for (size_t place = 0; place < own.all.size(); ++place) {
         const auto number = static_cast<uint8_t>(word >> (8 * place));
+        const size_t length = (wanted >> place & 1) != 0 ? whole : cut;
         if (own.all[place].number != number) {
             own.all[place].end();
         }
-        if (number != 0) {
+        if (number != 0 && length != 0) {
+            copy.msg_iov[copy.msg_iovlen - 1].iov_len = length;
             give(own.all[place], place, number, copy);
         }
     }
     errno = error;
+}
+
+iovec partOf(const void* bytes, size_t size) {
+    return {const_cast<void*>(bytes), size};
+}
+
+}  // namespace
+
+constinit std::atomic<uint32_t> openCopies{0};
+
+void copyToMonitors(Passing passing, const vcfg_msg_t& message, int code, int64_t timeUs) {
+    const CopyHeader header = headerOf(passing, code, timeUs);
+    const size_t payload = passing == Passing::Failure ? 0 : message.length;
+    iovec parts[] = {partOf(&header, sizeof header), partOf(&message, 0)};
+    msghdr copy{};
+    copy.msg_iov = parts;
+    copy.msg_iovlen = 2;
+    spread(copy, VCFG_MSG_HEADER_SIZE + payload, VCFG_MSG_HEADER_SIZE + std::min(payload, kMostCopied));
+}
+
+// The bytes are cut to what a message holds.
+void copyNote(const Note& note) {
+    static const bool isThere = (attachRoster(), true);
+    if (!isThere || !isRecorded()) {
+        return;
+    }
+    const CopyHeader header = headerOf(note.passing, note.result, monotonicUs());
+    const std::string_view kind = note.kind.substr(0, kLongestKind);
+    const std::string_view what = note.what.substr(0, kLongestWhat);
+    const size_t texts = kind.size() + what.size() + 3;
+    const std::string_view bytes = note.bytes.substr(0, VCFG_MSG_PAYLOAD_MAX - texts);
+    vcfg_msg_t envelope{};
+    envelope.oid = note.cause;
+    envelope.length = static_cast<uint16_t>(texts + bytes.size());
+    iovec parts[] = {partOf(&header, sizeof header),     partOf(&envelope, VCFG_MSG_HEADER_SIZE),
+                     partOf(kind.data(), kind.size()),   partOf("", 1),
+                     partOf(what.data(), what.size()),   partOf("", 1),
+                     partOf(bytes.data(), bytes.size()), partOf("", 1)};
+    msghdr copy{};
+    copy.msg_iov = parts;
+    copy.msg_iovlen = std::size(parts);
+    spread(copy, 1, 0);
+}
+
+void copyTaken(const vcfg_msg_t& answer) {
+    if (!isRecorded()) {
+        return;
+    }
+    const CopyHeader header = headerOf(Passing::Taken, VCFG_OK, monotonicUs());
+    iovec parts[] = {partOf(&header, sizeof header), partOf(&answer, 0)};
+    msghdr copy{};
+    copy.msg_iov = parts;
+    copy.msg_iovlen = 2;
+    spread(copy, VCFG_MSG_HEADER_SIZE + answer.length, 0);
 }
 
 // With its first message comes to the bus who has not registered before.

@@ -24,7 +24,7 @@ enum Request : uint32_t {
     kWatch = 0x00F0000C,        // payload: path patterns, one a line, or none for all -> -, then kChange as they happen
     kPing = 0x00F0000D,         // -                            -> -, when all that came before has been handled
     kChange = 0x00F0000E,       // from vcmd: JSON objects {t_mono_us, path, old, new, by}, one a line; of a refreshed
-                                // value also {refreshedFor}, the endpoint that asked
+                                // value also {refreshedFor}, the endpoint that asked, and {event}, where it is known
     kDebugConfig = 0x00F0000F,  // to any daemon: payload is a JSON object {"level": 3..7}; libvcfg handles it itself
     kService = 0x00F00010,      // only oid -> ServiceHeader, then the apply and the refresh hook, NUL-terminated texts
     kSave = 0x00F00011,         // -                            -> -, when the configuration is on the disk

@@ -37,14 +37,25 @@ bool exchangeByte(uint8_t from, uint8_t to, size_t* place) {
 
 }  // namespace
 
-bool takePlace(uint8_t number, size_t* place) {
-    *place = placeOf(roster.load(std::memory_order_relaxed)->monitors.load(), number);
-    return *place < Roster::kMonitors || exchangeByte(0, number, place);
+bool takePlace(uint8_t number, bool whole, size_t* place) {
+    Roster& all = *roster.load(std::memory_order_relaxed);
+    *place = placeOf(all.monitors.load(), number);
+    if (*place == Roster::kMonitors && !exchangeByte(0, number, place)) {
+        return false;
+    }
+    const uint32_t bit = 1U << *place;
+    whole ? all.whole.fetch_or(bit) : all.whole.fetch_and(~bit);
+    return true;
 }
 
 bool leavePlace(uint8_t number) {
-    size_t place = 0;
-    return number != 0 && exchangeByte(number, 0, &place);
+    Roster& all = *roster.load(std::memory_order_relaxed);
+    size_t place = placeOf(all.monitors.load(), number);
+    if (number == 0 || place == Roster::kMonitors) {
+        return false;
+    }
+    all.whole.fetch_and(~(1U << place));
+    return exchangeByte(number, 0, &place);
 }
 
 uint8_t freshMonitorNumber() {

@@ -30,7 +30,8 @@ struct Roster {
     std::atomic<uint32_t> monitors;
     std::atomic<uint32_t> lastMonitor;
     std::array<std::atomic<uint32_t>, kMonitors> lost;  // copies that a monitor had no room for
-    std::array<uint32_t, 9> reserved;
+    std::atomic<uint32_t> whole;  // a bit for each monitor's place: it takes payloads of any length
+    std::array<uint32_t, 8> reserved;
     std::array<Entry, 256> entries;
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(Roster) == 64 * 257);

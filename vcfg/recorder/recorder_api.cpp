@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "client/monitors.h"
 #include "events.h"
 #include "program.h"
 
@@ -16,6 +17,19 @@ constexpr size_t kLongest = 1000;
 
 std::string_view textOf(const char* text) {
     return text == nullptr ? std::string_view() : std::string_view(text).substr(0, kLongest);
+}
+
+// To those who record, all of it: what is not text may be missing.
+void tell(vcfg::bus::Passing passing, const char* kind, const char* what, int result, uint32_t cause, const void* bytes,
+          size_t size) {
+    if (vcfg::bus::isRecorded()) {
+        vcfg::bus::copyNote({passing,
+                             kind != nullptr ? kind : "",
+                             what != nullptr ? what : "",
+                             result,
+                             cause,
+                             {static_cast<const char*>(bytes), bytes != nullptr ? size : 0}});
+    }
 }
 
 // A report must not become a failure of its own.
@@ -33,7 +47,7 @@ void quietly(const Report& report) {
 
 }  // namespace
 
-uint32_t vcfgEventBegin(const char* kind, uint32_t cause, const char* what, const void* /*bytes*/, size_t /*size*/) {
+uint32_t vcfgEventBegin(const char* kind, uint32_t cause, const char* what, const void* bytes, size_t size) {
     uint32_t before = 0;
     quietly([&] {
         before = recorder::begin(textOf(kind), cause, textOf(what));
@@ -41,6 +55,7 @@ uint32_t vcfgEventBegin(const char* kind, uint32_t cause, const char* what, cons
             recorder::tellChildren(recorder::current());
         }
     });
+    tell(vcfg::bus::Passing::Event, kind, what, 0, cause != 0 ? cause : before, bytes, size);
     return before;
 }
 
@@ -52,8 +67,9 @@ uint32_t vcfgEventCurrent(void) {
     return recorder::current();
 }
 
-void vcfgEventStep(const char* kind, const char* what, int result, const void* /*bytes*/, size_t /*size*/) {
+void vcfgEventStep(const char* kind, const char* what, int result, const void* bytes, size_t size) {
     quietly([=] { recorder::step(recorder::Lane::Lasting, textOf(kind), textOf(what), result); });
+    tell(vcfg::bus::Passing::Step, kind, what, result, 0, bytes, size);
 }
 
 void vcfgEventPlace(const char* file, int line) {

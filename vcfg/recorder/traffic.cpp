@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "client/fe_wire.h"
+#include "client/monitors.h"
 #include "events.h"
 #include "thread.h"
 
@@ -66,6 +67,8 @@ void received(const vcfg_msg_t& message, const Trip& trip) {
     Entry entry = entryOfMessage(Kind::Received, thread, message, trip);
     append(entry, program_invocation_short_name);
     open(*into, thread, entry);
+    const std::string_view envelope(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE);
+    bus::copyNote({bus::Passing::Event, "received", "", 0, 0, envelope});
 }
 
 void askedForNext() {

@@ -2,6 +2,7 @@
 
 #include "client/fe_wire.h"
 #include "message.h"
+#include "recorder/events.h"
 #include "store/clock.h"
 #include "vlog.h"
 
@@ -30,6 +31,9 @@ std::string changeLine(const store::Change& change, const std::string& by, std::
     addValue(line.get(), "old", change.before);
     addValue(line.get(), "new", change.after);
     addText(line.get(), "by", by);
+    if (const uint32_t event = recorder::eventHere(); event != 0) {
+        json_object_object_add(line.get(), "event", json_object_new_int64(event));
+    }
     if (refreshedFor) {
         json_object_object_add(line.get(), "refreshedFor", json_object_new_int(*refreshedFor));
     }

@@ -1,0 +1,1 @@
+"""Playing a recording to a fresh daemon, and comparing what it does with what it did."""

@@ -1,0 +1,152 @@
+"""Recorded stories, played to a fresh daemon; and recordings that are not what they should be."""
+import concurrent.futures
+import json
+import subprocess
+import sys
+
+import pytest
+
+from support import DONE, GW, REFUSED, REPOSITORY
+
+FOLDER = REPOSITORY / "tests" / "recordings"
+STORIES = sorted(path.stem for path in FOLDER.glob("*.jsonl"))
+AT_ONCE = 4
+PATIENCE = 400
+
+
+def replay(*words):
+    command = [sys.executable, str(GW), "replay", "--fast", *map(str, words)]
+    return subprocess.run(command, capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=PATIENCE, check=False)
+
+
+def lines(story):
+    return [json.loads(line) for line in (FOLDER / f"{story}.jsonl").read_text().splitlines()]
+
+
+def otherwise(story):
+    """Another gateway address was written then."""
+    next(line for line in story if line.get("path", "").endswith("GatewayIPAddress") and line["kind"] == "change")["new"] = "203.0.113.99"
+
+
+def less(story):
+    """A command was not run then."""
+    story[:] = [line for line in story if line.get("what") != "/usr/bin/wan adsl open"]
+
+
+def of_another_model(story):
+    story[0]["model"] = "0" * 16
+    story.insert(1, {"kind": "object", "path": "IP.Nowhere.1", "values": {"Name": "x"}})
+    story[2]["values"]["Nothing"] = 7
+
+
+def with_what_is_not_known(story):
+    story[-1:-1] = [{"at": story[-1]["at"], "kind": "telepathy", "what": "x"}, {"at": story[-1]["at"], "kind": "thread"}]
+
+
+def broken_off(story):
+    story.pop()
+
+
+TRIED = {otherwise: "lease_change", less: "cable", of_another_model: "ping", with_what_is_not_known: "ping", broken_off: "ping"}
+
+
+def tried(folder, change):
+    story = lines(TRIED[change])
+    change(story)
+    file = folder / f"{change.__name__}.jsonl"
+    file.write_text("".join(json.dumps(line) + "\n" for line in story) + ('{"at": 77' if change is broken_off else ""))
+    return file
+
+
+@pytest.fixture(scope="module")
+def replayed(tmp_path_factory):
+    """All of them, several at once: mostly they wait."""
+    folder = tmp_path_factory.mktemp("tried")
+    with concurrent.futures.ThreadPoolExecutor(AT_ONCE) as pool:
+        files = {**{story: FOLDER / f"{story}.jsonl" for story in STORIES}, **{change: tried(folder, change) for change in TRIED}}
+        yield {name: pool.submit(replay, file) for name, file in files.items()}
+
+
+@pytest.mark.parametrize("story", STORIES)
+def test_daemon_does_what_it_did(replayed, story):
+    done = replayed[story].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+    assert f"{story}: as recorded: " in done.stdout
+
+
+def test_there_are_ten_stories_with_something_to_do():
+    assert len(STORIES) >= 10
+    for story in STORIES:
+        assert any(line["kind"] in ("datagram", "message") for line in lines(story)[1:]), story
+
+
+def test_daemon_that_does_otherwise_is_found_with_what_led_there(replayed):
+    done = replayed[otherwise].result()
+    assert done.returncode == REFUSED
+    assert 'GatewayIPAddress: "" -> "203.0.113.99"' in done.stdout and "has happened otherwise" in done.stdout
+    assert "-> port-event sends endpoint 2: VCFG_MSG_DHCPC_RENEWED" in done.stdout
+
+
+def test_command_that_is_run_now_and_was_not_then_is_found(replayed):
+    done = replayed[less].result()
+    assert done.returncode == REFUSED
+    assert "was not in the recording: runs /usr/bin/wan adsl open" in done.stdout
+
+
+def test_recording_that_breaks_off_in_a_line_is_played_so_far(replayed):
+    done = replayed[broken_off].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+    assert "it breaks off" in done.stdout
+
+
+def test_recording_of_another_model_is_played_without_what_is_not_there(replayed):
+    done = replayed[of_another_model].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+    assert "another data model" in done.stdout
+
+
+def test_what_has_no_kind_that_is_known_is_passed_over(replayed):
+    assert replayed[with_what_is_not_known].result().returncode == DONE
+
+
+def refused(tmp_path, data):
+    file = tmp_path / "tried.jsonl"
+    file.write_bytes(data)
+    done = replay(file)
+    assert done.returncode == REFUSED, done.stdout
+    assert done.stdout == "" and done.stderr.count("\n") == 1, done.stderr
+    return done.stderr
+
+
+HEADER = json.dumps({"recording": 1, "release": "1", "model": "0", "t_mono_us": 1, "clock": "2026-01-01T00:00:00Z", "daemon": None}).encode() + b"\n"
+
+
+NO_RECORDINGS = [
+    (b"", "it is empty"),
+    (b"\0\xff\x17" * 1000, "line 1 is no JSON"),
+    (b"[1]\n", "line 1 is no JSON object"),
+    (b'{"at": 1}\n', "it is no recording"),
+    (HEADER.replace(b'"recording": 1', b'"recording": 2').replace(b'"release": "1"', b'"release": "9.9"'), "a newer release (9.9)"),
+    (HEADER.replace(b'"2026-01-01T00:00:00Z"', b'"yesterday"'), '"clock"'),
+    (HEADER + b"x" * (1 << 21) + b"\n", "line 2 is longer than 1048576 bytes"),
+    (HEADER + b"[" * 100000 + b"\n", "line 2 is no JSON"),
+    (HEADER + b'{"at": true, "kind": "end"}\n', 'line 2: "at" is no number'),
+    (HEADER + b'{"at": 1, "kind": "message", "from": 1}\n', 'line 2: "to" is missing'),
+    (HEADER + b'{"at": 1, "kind": "message", "from": 1, "to": 777, "type": "0x1", "program": "x"}\n', "there is no endpoint 777"),
+    (HEADER + b'{"at": 1, "kind": "datagram", "hex": "0x"}\n', "hexadecimal"),
+    (HEADER + b'{"kind": "object", "path": "IP", "values": 3}\n', '"values" is no JSON object'),
+    (HEADER + b'{"at": 1, "kind": "end"}\nnoise\n{"at": 2, "kind": "end"}\n', "line 3 is no JSON"),
+]
+
+
+@pytest.mark.parametrize("data, why", NO_RECORDINGS, ids=[why for _, why in NO_RECORDINGS])
+def test_what_is_no_recording_is_refused_in_one_line(tmp_path, data, why):
+    assert why in refused(tmp_path, data)
+
+
+def test_stories_hold_no_secrets():
+    for story in STORIES:
+        assert "a secret of the line" not in (FOLDER / f"{story}.jsonl").read_text()
+    assert '"Password":"********"' in (FOLDER / "backup_mail.jsonl").read_text()
+
+
