@@ -140,4 +140,4 @@ def _own(root):
     models.mkdir(parents=True)
     for name in MODELS:
         source = REPOSITORY / "gateway" / (f"defaults-{name}.json" if name != "defaults" else "defaults.json")
-        (models / f"{name}.json").write_text(json.dumps(boot._read_model(pathlib.Path(source))))
+        (models / f"{name}.json").write_text(json.dumps(boot.read_model(pathlib.Path(source))))

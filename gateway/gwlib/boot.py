@@ -108,10 +108,10 @@ def _save(state):
 
 
 def _install_model(state, source):
-    state.given.write_text(json.dumps(_read_model(pathlib.Path(source))), encoding="utf-8")
+    state.given.write_text(json.dumps(read_model(pathlib.Path(source))), encoding="utf-8")
 
 
-def _read_model(source):
+def read_model(source):
     try:
         model = json.loads(source.read_text(encoding="utf-8"))
     except (OSError, ValueError) as problem:
@@ -127,7 +127,7 @@ def _extended(source, base, changes):
     is below it, away."""
     if base == source.name or not isinstance(base, str):
         raise GatewayError(f"{source} cannot extend {base}")
-    objects = _read_model(source.parent / base)["objects"]
+    objects = read_model(source.parent / base)["objects"]
     gone = tuple(path for path, record in changes.items() if record is None)
     for path in [path for path in objects if path in gone or path.startswith(tuple(f"{name}." for name in gone))]:
         del objects[path]

@@ -57,14 +57,14 @@ def _lifetime(value):
     return number
 
 
-def _delegated(value):
+def delegated(value):
     network = network6(value)
     if int(network.partition("/")[2]) > 64:
         raise ValueError("it takes a prefix of 64 bits or fewer")
     return network
 
 
-def _advertised(value):
+def advertised(value):
     network = network6(value)
     if network.startswith(("fe8", "ff")) or network.endswith("/0"):
         raise ValueError("it takes a prefix that addresses of a link may have")
@@ -91,14 +91,14 @@ def _add_router(verb):
         new.add_argument(f"--{name}", choices=("on", "off"), help=told)
     new.add_argument("--preference", choices=isp6.PREFERENCES, help="as routers rank among each other")
     _option(new.add_argument, "--lifetime", _lifetime, "S", "router lifetime; 0 for no default router")
-    _option(new.add_argument, "--prefix", or_none(_advertised), "NET/W", "advertised prefix; none for none")
+    _option(new.add_argument, "--prefix", or_none(advertised), "NET/W", "advertised prefix; none for none")
 
 
 def _add_dhcpv6(verb):
     new = verb("isp-dhcpv6", verb_dhcpv6, "what the provider's DHCPv6 server hands out; without options, show it")
     new.add_argument("--mode", choices=("answer", "silent"), help="whether it answers")
     _option(new.add_argument, "--address", or_none(address6), "A", "address for the gateway; none for none")
-    _option(new.add_argument, "--delegate", or_none(_delegated), "NET/W", "delegated prefix; none for none")
+    _option(new.add_argument, "--delegate", or_none(delegated), "NET/W", "delegated prefix; none for none")
     _option(new.add_argument, "--dns", or_none(address6), "A", "name server; none for none")
     _option(new.add_argument, "--preferred", whole(1, LONGEST), "S", "preferred lifetime; the client renews after half of it")
     _option(new.add_argument, "--valid", whole(1, LONGEST), "S", "valid lifetime")

@@ -1,93 +1,71 @@
-"""Scenario files: Python files of steps, played on a gateway of their own, one after the other."""
-import importlib.machinery
-import pathlib
+"""The verb that plays scenario files, each on a gateway of its own, one after the other."""
+import os
 import shutil
 import textwrap
-import types
 
 from . import boot
-from .errors import GatewayError
-from .road import Road
+from .scenario import file
+from .scenario.console import Console
+from .scenario.live import Live
+from .scenario.player import Player
 from .state import REPOSITORY, State
-from .terminal import paint
+from .terminal import is_live, paint
 
 OWN = REPOSITORY / "build" / "run"  # where scenarios are played when no other place is named
 
 
-def loaded(file):
-    """The scenario of a file: its first line says what it is, STEPS are its functions."""
-    path = pathlib.Path(file)
-    if not path.is_file():
-        raise GatewayError(f"there is no scenario {file}")
-    if path.suffix != ".py":
-        raise GatewayError(f"{file} is no scenario: a file that ends in .py is")
-    scenario = types.ModuleType(f"scenario_{path.stem}")
-    scenario.__file__ = str(path)
-    try:
-        importlib.machinery.SourceFileLoader(scenario.__name__, scenario.__file__).exec_module(scenario)
-    except Exception as problem:  # whatever somebody's file does wrong is theirs to read
-        raise GatewayError(f"{file} is no scenario: {type(problem).__name__}: {problem}") from None
-    if not getattr(scenario, "STEPS", None) or not scenario.__doc__:
-        raise GatewayError(f"{file} is no scenario: it needs a text at its top and STEPS = [...]; docs/scenarios.md has an example")
-    return scenario
-
-
-def played(scenario, name, state, verbose):
-    """The road, travelled."""
-    about = " ".join(scenario.__doc__.split("\n\n")[0].split())
-    print(paint(textwrap.fill(about, shutil.get_terminal_size().columns), "bold"))
-    road = Road(name, state, verbose, getattr(scenario, "shows", None))
-    try:
-        for step in scenario.STEPS:
-            step(road)
-    except GatewayError as problem:
-        road.end(problem)
-    except Exception as problem:  # in somebody's step: the others are played all the same
-        road.end(f"{type(problem).__name__}: {problem}")
-    finally:
-        road.close()
-    _tell(road)
-    return road
-
-
-def _tell(road):
-    if road.failures:
-        print(paint(f"\n{road.name}: {len(road.failures)} of {road.checks} checks failed, in {road.seconds:.1f} s", "alarm"))
-    else:
-        print(paint(f"\n{road.name}: all {road.checks} checks as expected, in {road.seconds:.1f} s", "green"))
-
-
 def verb_play(state, options):
-    scenarios = [(pathlib.Path(file).stem, loaded(file)) for file in options.file]
+    scenarios = [file.read(name) for name in options.file]
     if hasattr(options, "state"):
         boot.refuse_running(state)
     else:
         state = State(OWN)
         boot.down(state)  # the one that --stay left
-    roads = []
+    played = []
     try:
-        for name, scenario in scenarios:
+        for scenario in scenarios:
             boot.down(state)
-            roads += [played(scenario, name, state, options.verbose)]
+            played += _played(scenario, state, options.verbose)
             print()
     finally:
         if not (options.stay and state.world() is not None):
             boot.down(state)
-    return _verdict(roads, state, options)
+    return _verdict(played, len(scenarios) - len(played), state, options)
 
 
-def _verdict(roads, state, options):
-    checks, seconds = sum(road.checks for road in roads), sum(road.seconds for road in roads)
-    failed = [road for road in roads if road.failures]
-    what = "the road is" if len(roads) == 1 else f"all {len(roads)} roads are"
-    if failed:
-        count = sum(len(road.failures) for road in failed)
-        print(paint(f"== {count} of {checks} checks failed, on {len(failed)} of {len(roads)} roads, in {seconds:.1f} s", "alarm"))
-        for road in failed:
-            for failure in road.failures:
-                print(paint(f"   {road.name}: {failure}", "red"))
+def _played(scenario, state, verbose):
+    """A list of its player, or of nothing when the machine lacks what it needs."""
+    print(paint(textwrap.fill(scenario.about, shutil.get_terminal_size().columns), "bold"))
+    if scenario.lacks:
+        print(paint(f"\n{scenario.name}: skipped: {'; '.join(scenario.lacks)}", "yellow"))
+        return []
+    console = Live if is_live() and os.environ.get("TERM") != "dumb" else Console
+    player = Player(scenario, state, console(verbose))
+    player.play()
+    _tell(scenario.name, player)
+    return [player]
+
+
+def _tell(name, player):
+    if player.failures:
+        print(paint(f"\n{name}: {len(player.failures)} of {player.checks} checks failed, in {player.seconds:.1f} s", "alarm"))
     else:
-        print(paint(f"== {what} as expected: {checks} checks in {seconds:.1f} s", "green"))
+        print(paint(f"\n{name}: all {player.checks} checks as expected, in {player.seconds:.1f} s", "green"))
+
+
+def _verdict(played, skipped, state, options):
+    checks, seconds = sum(player.checks for player in played), sum(player.seconds for player in played)
+    failed = [player for player in played if player.failures]
+    left = f", {skipped} skipped" if skipped else ""
+    if failed:
+        count = sum(len(player.failures) for player in failed)
+        print(paint(f"== {count} of {checks} checks failed, on {len(failed)} of {len(played)} roads, in {seconds:.1f} s{left}", "alarm"))
+        for player in failed:
+            for failure in player.failures:
+                print(paint(f"   {player.scenario.name}: {failure}", "red"))
+    else:
+        what = "the road is" if len(played) == 1 else f"all {len(played)} roads are"
+        print(paint(f"== {what} as expected: {checks} checks in {seconds:.1f} s{left}", "green"))
     _advise(state, options, bool(failed))
     return 1 if failed else 0
 

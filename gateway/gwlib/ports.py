@@ -39,7 +39,7 @@ class Port(NamedTuple):
 
 def of(state):
     """All ports of the gateway's configuration, in its order. One that names none leaves the hardware as it usually is."""
-    found = _named(objects(state)) or _named(_objects(USUAL))
+    found = named(objects(state)) or named(_objects(USUAL))
     names = [port.name for port in found]
     for port in found:
         if not DEVICE.fullmatch(port.name) or port.name in OTHERS:
@@ -62,7 +62,7 @@ def _objects(file):
         return {}
 
 
-def _named(found):
+def named(found):
     return [port for path, record in found.items() if (port := _port(path, record))]
 
 

@@ -3,15 +3,14 @@ import ipaddress
 import json
 import re
 
-from . import inside, isp, isp6, lan, ports, services, times
+from . import inside, isp, isp6, lan, led, ports, services, times
 from .state import inside_number
 
 MARK = "\x1e"
-LEDS = "/proc/tc3162/led_internet /proc/tc3162/led_internet_red"
+COLOURS = led.COLOURS
 TABLES = ("Ethernet.Interface.", "DSL.Line.", "IP.Interface.", "DHCPv4.Client.", "DHCPv6.Client.", "PPP.Interface.")
 ASKED = ("vcfgctl get " + " ".join(TABLES), "ip -json addr", "ip -json route show default", "ip -json -6 route show default",
-         "cat /etc/resolv.conf", f"cat {LEDS}", "gw-linesim state")
-COLOURS = {("2 0", "0"): "green", ("0 0", "2"): "red", ("0 0", "0"): "dark"}
+         "cat /etc/resolv.conf", "cat " + " ".join(led.FILES), "gw-linesim state")
 
 
 def snapshot(state):
@@ -32,7 +31,7 @@ def snapshot(state):
         "interfaces": _interfaces(model, kernel),
         "defaultRoutes": [_route(route) for text in (routes4, routes6) for route in _json(text) or ()],
         "nameServers": re.findall(r"^nameserver\s+(\S+)", resolver, re.M),
-        "internetLed": COLOURS.get(tuple(leds.splitlines()), leds.strip().replace("\n", "/") or None),
+        "internetLed": led.colour(leds.splitlines()) if leds else None,
         "provider": _provider(state),
         "hosts": lan.described(state),
     }

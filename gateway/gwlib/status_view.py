@@ -12,7 +12,7 @@ def lines(now):
     rows = [("gateway", f"up for {_duration(now['upSeconds'])}, state in {now['state']}")]
     for word, texts in (("services", _services(now)), ("cables", map(_cable, now["cables"])), ("lines", map(_line, now["lines"])),
                         ("IP", _interfaces(now)), ("default", map(_route, now["defaultRoutes"])),
-                        ("DNS", [", ".join(now["nameServers"]) or "nobody to ask"]), ("LED", [_coloured(now["internetLed"] or "unknown")]),
+                        ("DNS", [", ".join(now["nameServers"]) or "nobody to ask"]), ("LED", [coloured(now["internetLed"] or "unknown")]),
                         ("provider", [_provider(now["provider"])]), ("hosts", map(_host, now["hosts"].items()))):
         rows += [(word if number == 0 else "", text) for number, text in enumerate(list(texts) or ["none"])]
     return [fitted(f"{word:9} {text}") for word, text in rows]
@@ -23,7 +23,7 @@ def _duration(seconds):
     return " ".join(f"{count} {unit}" for count, unit in ((hours, "h"), (minutes, "min"), (seconds % 60, "s")) if count) or "0 s"
 
 
-def _coloured(status):
+def coloured(status):
     return paint(status, "green" if status in GOOD else "red" if status in BAD else None)
 
 
@@ -44,7 +44,7 @@ def _cable(cable):
 
 
 def _line(line):
-    return f"{line['line']:11} {line['state']}" + (f"  {_coloured(line['status'])}" if line["status"] else "")
+    return f"{line['line']:11} {line['state']}" + (f"  {coloured(line['status'])}" if line["status"] else "")
 
 
 def _interfaces(now):
@@ -54,8 +54,8 @@ def _interfaces(now):
 
 
 def _interface(interface):
-    connections = [f"{connection['path']} {_coloured(connection['status'] or 'unknown')}" for connection in interface["connections"]]
-    return (f"{interface['alias'] or interface['path']:8} {interface['device']:8} {_coloured(interface['status'])}"
+    connections = [f"{connection['path']} {coloured(connection['status'] or 'unknown')}" for connection in interface["connections"]]
+    return (f"{interface['alias'] or interface['path']:8} {interface['device']:8} {coloured(interface['status'])}"
             + "".join(f"  {part}" for part in (*interface["addresses"], *connections)))
 
 

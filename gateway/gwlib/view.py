@@ -6,7 +6,7 @@ import signal
 import subprocess
 import threading
 
-from . import inside, secrets
+from . import inside, led, secrets
 
 # What the daemon says of messages whose content it does not log.
 RECEIVED = {
@@ -18,6 +18,7 @@ RECEIVED = {
     4027: "from the timer: the next poll of the protected setup",
     4028: "a requester asks to start a protected setup", 4029: "a requester asks to stop the protected setup",
 }
+LOOKS = ("ip route | grep 'default'", "ip -6 route | grep 'default'")
 MESSAGE = re.compile(r"process msg type = (\d+) ")
 
 
@@ -83,22 +84,32 @@ def classless_routes(option):
 
 
 class View:
-    """The lines of everything that happens from now on; a road may show less (`shows`)."""
+    """The lines of everything that happens from now on. `heard` gets each as it is, its secrets hidden."""
 
-    def __init__(self, state, shows):
+    def __init__(self, state, heard):
         self.watch = Watch(state)
-        self.sources = [(Tail(state.log), of_log), (Tail(state.journal), of_journal), (self.watch, of_model)]
-        self.shows, self.secrets = shows, secrets.Secrets(state)
+        self.light = led.Light()
+        self.sources = [(Tail(state.log), of_log), (Tail(state.journal), self._of_command), (self.watch, of_model)]
+        self.heard, self.secrets = heard, secrets.Secrets(state)
 
     def new(self):
         """(time, kind, text) of what has happened since it was last asked, in order."""
         seen = []
         for source, describe in self.sources:
             for line in source.new():
-                described = self.shows(self.secrets.hidden(line), describe)
+                line = self.secrets.hidden(line)
+                described = describe(line)
+                self.heard(line)
                 if described is not None:
                     seen.append((line["t_mono_us"] / 1e6, *described))
         return sorted(seen, key=lambda line: line[0])
+
+    def _of_command(self, line):
+        """The LED is told as it changes; the looks that the daemon takes for its sake are not."""
+        if line["command"].strip().endswith(led.FILES):
+            line["led"] = self.light.after(line["command"])
+            return ("led", f"the Internet LED: {line['led'][0]} -> {line['led'][1]}") if line["led"] else None
+        return None if line["command"].strip() in LOOKS else of_journal(line)
 
     def end(self):
         self.watch.end()
