@@ -4,7 +4,6 @@ import sys
 import time
 
 from . import report, times
-from .errors import GatewayError
 from .timeline import Timeline
 from .values import seconds, taking
 
@@ -14,8 +13,7 @@ STEP = 0.2
 def verb_report(state, options):
     """Of what is known since a moment, or of the time to come; both when both are asked for."""
     file = pathlib.Path(options.file)
-    if not file.absolute().parent.is_dir() or file.is_dir():
-        raise GatewayError(f"{file} cannot be written: " + ("it is a folder" if file.is_dir() else f"there is no folder {file.parent}"))
+    report.check(file)
     timeline = Timeline.start(state, _since(state, options))
     _await(state, timeline, options.seconds)
     count = report.write(timeline, file, options.title)

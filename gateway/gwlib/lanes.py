@@ -3,7 +3,7 @@ import re
 from typing import NamedTuple
 
 from .events import value_text
-from .status import COLOURS as LED_COLOURS
+from .led import COLOURS as LED_COLOURS
 from .timeline import LED_FILES
 
 GOOD = {"Up", "Bound", "Enabled", "Connected", "green", "Renewing", "Complete", "Completed", "Success"}

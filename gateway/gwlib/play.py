@@ -3,13 +3,14 @@ import os
 import shutil
 import textwrap
 
-from . import boot
+from . import boot, report
 from .scenario import file
 from .scenario.console import Console
 from .scenario.live import Live
 from .scenario.player import Player
 from .state import REPOSITORY, State
 from .terminal import is_live, paint
+from .timeline import Timeline
 
 OWN = REPOSITORY / "build" / "run"  # where scenarios are played when no other place is named
 
@@ -21,26 +22,36 @@ def verb_play(state, options):
     else:
         state = State(OWN)
         boot.down(state)  # the one that --stay left
-    played = []
+    played, timeline = [], _timeline(state, options)
     try:
         for scenario in scenarios:
             boot.down(state)
-            played += _played(scenario, state, options.verbose)
+            played += _played(scenario, state, options.verbose, timeline.mark if timeline else lambda text, ok=None: None)
             print()
+        if timeline:
+            report.write(timeline, options.report, " ".join(scenario.name for scenario in scenarios))
     finally:
         if not (options.stay and state.world() is not None):
             boot.down(state)
     return _verdict(played, len(scenarios) - len(played), state, options)
 
 
-def _played(scenario, state, verbose):
+def _timeline(state, options):
+    """Of all that happens from now on, where a report is asked for."""
+    if options.report is None:
+        return None
+    report.check(options.report)
+    return Timeline.start(state)
+
+
+def _played(scenario, state, verbose, mark):
     """A list of its player, or of nothing when the machine lacks what it needs."""
     print(paint(textwrap.fill(scenario.about, shutil.get_terminal_size().columns), "bold"))
     if scenario.lacks:
         print(paint(f"\n{scenario.name}: skipped: {'; '.join(scenario.lacks)}", "yellow"))
         return []
     console = Live if is_live() and os.environ.get("TERM") != "dumb" else Console
-    player = Player(scenario, state, console(verbose))
+    player = Player(scenario, state, console(verbose), mark)
     player.play()
     _tell(scenario.name, player)
     return [player]
@@ -85,4 +96,5 @@ def add_verbs(verb):
     new.add_argument("-v", "--verbose", action="store_true",
                      help="show what lies between the checks, too: what arrives (in), what the daemon says (tarn) and runs, "
                           "how the model changes")
+    new.add_argument("--report", metavar="FILE.html", help="write a page about all that happened, for a browser")
     new.add_argument("--stay", action="store_true", help="leave the last gateway up, and say how to talk to it")

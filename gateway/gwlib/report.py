@@ -7,6 +7,7 @@ import json
 import pathlib
 
 from . import arrivals, chains, events, history, lanes, recorded, secrets, times
+from .errors import GatewayError
 from .state import REPOSITORY
 
 PAGE = REPOSITORY / "gateway" / "report"
@@ -15,6 +16,13 @@ TITLE = "What happened in the gateway"
 FILLED = "@{{{}}}@"
 NOTE = ("Causes are as the flight recorder has them; where it has nothing they follow the order in time: what the daemon does belongs to "
         "what it took up last. Passwords, PINs and keys are hidden.")
+
+
+def check(file):
+    """Refuses a file that cannot be written, before there is something to write."""
+    path = pathlib.Path(file)
+    if path.is_dir() or not path.absolute().parent.is_dir():
+        raise GatewayError(f"{file} cannot be written: " + ("it is a folder" if path.is_dir() else f"there is no folder {path.parent}"))
 
 
 def write(timeline, file, title=TITLE):

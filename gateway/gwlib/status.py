@@ -7,7 +7,6 @@ from . import inside, isp, isp6, lan, led, ports, services, times
 from .state import inside_number
 
 MARK = "\x1e"
-COLOURS = led.COLOURS
 TABLES = ("Ethernet.Interface.", "DSL.Line.", "IP.Interface.", "DHCPv4.Client.", "DHCPv6.Client.", "PPP.Interface.")
 ASKED = ("vcfgctl get " + " ".join(TABLES), "ip -json addr", "ip -json route show default", "ip -json -6 route show default",
          "cat /etc/resolv.conf", "cat " + " ".join(led.FILES), "gw-linesim state")

@@ -9,12 +9,12 @@ from typing import NamedTuple
 from . import inside, logs, secrets, times
 from .errors import GatewayError
 from .growing import PAUSE, File, Program, parsed
+from .led import FILES as LED_FILES
 from .waiting import until
 
 MOST = 200_000  # lines of each kind that are kept: the latest
 SETTLE_SECONDS = 2
 RECORDED = ("event", "received", "changed", "end")  # what of the flight recorder tells of causes
-LED_FILES = ("/proc/tc3162/led_internet", "/proc/tc3162/led_internet_red")
 
 
 class Mark(NamedTuple):

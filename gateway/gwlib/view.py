@@ -1,12 +1,9 @@
 """What happens in a gateway, line by line: what the daemon is told, says and runs, and how the data model changes."""
 import json
-import os
 import re
-import signal
-import subprocess
-import threading
 
-from . import inside, led, secrets
+from . import led, secrets
+from .growing import File, Program
 
 # What the daemon says of messages whose content it does not log.
 RECEIVED = {
@@ -22,41 +19,20 @@ LOOKS = ("ip route | grep 'default'", "ip -6 route | grep 'default'")
 MESSAGE = re.compile(r"process msg type = (\d+) ")
 
 
-class Tail:
-    """The whole lines that a file has grown by."""
-
-    def __init__(self, path):
-        self.file = open(path, encoding="utf-8", errors="replace")
-        self.rest = ""
-
-    def new(self):
-        self.rest += self.file.read()
-        *whole, self.rest = self.rest.split("\n")
-        return [json.loads(line) for line in whole]
-
-
 class Watch:
-    """The changes of the data model, from now on."""
+    """The changes of the data model, from now on, through a restart of vcmd too."""
 
     def __init__(self, state):
-        words = inside.entering(state, "gateway", ["vcfgctl", "watch", "--json"])
-        self.process = subprocess.Popen(words, env=inside.environment(), stdout=subprocess.PIPE, text=True,
-                                        stdin=subprocess.DEVNULL, start_new_session=True)
         self.lines = []
-        threading.Thread(target=self._read, daemon=True).start()
-
-    def _read(self):
-        for line in self.process.stdout:
-            self.lines.append(json.loads(line))
+        self.program = Program(state, ["vcfgctl", "watch", "--json"], self.lines.append)
 
     def new(self):
-        lines, self.lines = self.lines, []
+        lines = self.lines[:]
+        del self.lines[: len(lines)]
         return lines
 
     def end(self):
-        """Its child inside the gateway holds this program's standard error: whoever reads that waits for both to end."""
-        os.killpg(self.process.pid, signal.SIGKILL)
-        self.process.wait()
+        self.program.end()
 
 
 def lease_event(text):
@@ -89,7 +65,7 @@ class View:
     def __init__(self, state, heard):
         self.watch = Watch(state)
         self.light = led.Light()
-        self.sources = [(Tail(state.log), of_log), (Tail(state.journal), self._of_command), (self.watch, of_model)]
+        self.sources = [(File(state.log), of_log), (File(state.journal), self._of_command), (self.watch, of_model)]
         self.heard, self.secrets = heard, secrets.Secrets(state)
 
     def new(self):

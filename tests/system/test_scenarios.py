@@ -107,10 +107,13 @@ def test_failing_step_shows_what_happened_to_the_path(tmp_path):
     (tmp_path / "led.toml").write_text('about = "A set value."\nboot = { config = "ppp" }\n[[step]]\ntitle = "Set"\n'
                                        'do = [{ set = { "UPnP.Device.Enable" = true, "PPP.Interface.1.Password" = "s3cr3t-w0rd" } }]\n'
                                        'see = [{ model = "UPnP.Device.Enable == false", within = "1 s" }]\n')
-    done = play(tmp_path / "state", tmp_path / "led.toml")
+    done = play(tmp_path / "state", tmp_path / "led.toml", "--report", tmp_path / "led.html")
     assert done.returncode == REFUSED
+    page = (tmp_path / "led.html").read_text()
+    assert "led: 1. The gateway boots" in page and "led: 2. Set" in page and "led: UPnP.Device.Enable is false" in page
     assert "somebody sets UPnP.Device.Enable=true, PPP.Interface.1.Password=********\n" in done.stdout
-    assert not re.search("s3cr3t|w0rd", done.stdout)
+    assert 'UPnP.Device.Enable is "true"' in done.stdout  # what the recorder knows
+    assert not re.search("s3cr3t|w0rd", done.stdout + page)
     assert "UPnP.Device.Enable" in done.stdout.partition("  seen   UPnP.Device.Enable is true\n")[2].partition("\nled: 1 of")[0]
 
 
@@ -274,6 +277,13 @@ def test_one_bad_file_among_good_ones_starts_nothing(tmp_path):
     done = play(tmp_path / "state", tmp_path / "short.toml", tmp_path / "bad.toml")
     assert (done.returncode, done.stdout) == (USAGE, "")
     assert done.stderr == f'gw: {tmp_path}/bad.toml: step 1 "One": it neither does nor sees anything\n'
+    assert not (tmp_path / "state").exists()
+
+
+def test_report_that_cannot_be_written_is_refused_before_anything_starts(tmp_path):
+    (tmp_path / "short.toml").write_text(SHORT)
+    done = play(tmp_path / "state", tmp_path / "short.toml", "--report", tmp_path / "no" / "page.html")
+    assert (done.returncode, done.stdout) == (REFUSED, "") and done.stderr.startswith(f"gw: {tmp_path}/no/page.html cannot be written")
     assert not (tmp_path / "state").exists()
 
 

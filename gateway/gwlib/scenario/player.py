@@ -10,8 +10,8 @@ UNABLE = (GatewayError, OSError, ValueError, subprocess.TimeoutExpired)  # what 
 
 
 class Player:
-    def __init__(self, scenario, state, console):
-        self.scenario, self.console = scenario, console
+    def __init__(self, scenario, state, console, mark):
+        self.scenario, self.console, self.mark = scenario, console, mark
         self.game = Game(state, console)
         self.checks, self.failures, self.seconds, self.number, self.told = 0, [], 0.0, 0, set()
         self.expected = 1 + len(scenario.ready) + sum(len(step.see) for step in scenario.steps)
@@ -43,6 +43,7 @@ class Player:
         self.game.step()
         self.number += 1
         self.console.title(f"{self.number}. {title}")
+        self.mark(f"{self.scenario.name}: {self.number}. {title}")
         self._tell_progress()
 
     def _step(self, step):
@@ -93,6 +94,7 @@ class Player:
         self.checks += 1
         if not good:
             self.failures.append(text)
+        self.mark(f"{self.scenario.name}: {text}", ok=good)
         self.console.line("ok" if good else "FAIL", text)
         self._tell_progress()
 
