@@ -20,19 +20,12 @@ void finish(WpsSession& session) {
 }
 
 // An access point that is not configured yet may be without a status for a while: that counts as progress.
-int32_t wpsMsgStatusOnWpsConfiguredHandle(WpsSession& session, int32_t result, int32_t wpsStatus) {
+int32_t wpsMsgStatusOnWpsConfiguredHandle(int32_t result, int32_t wpsStatus) {
     if (result != VCFG_OK) {
         return wpsStatus;
     }
     logs::print("%s\n", __func__);
-    if (wpsStatus == kWpsNoStatus) {
-        session.configuredTracking = 1;
-        return kWpsInProgress;
-    }
-    if (wpsStatus == kWpsNotRunning) {
-        session.configuredTracking = 0;
-    }
-    return wpsStatus;
+    return wpsStatus == kWpsNoStatus ? kWpsInProgress : wpsStatus;
 }
 
 int32_t countWithoutStatus(WpsSession& session) {
@@ -47,7 +40,7 @@ int32_t countWithoutStatus(WpsSession& session) {
 // What the status does to the session, and the status that the requester hears.
 int32_t follow(WpsSession& session, int32_t result, int32_t wpsStatus) {
     if (session.wpsConfigured != 1) {
-        wpsStatus = wpsMsgStatusOnWpsConfiguredHandle(session, result, wpsStatus);
+        wpsStatus = wpsMsgStatusOnWpsConfiguredHandle(result, wpsStatus);
     }
     switch (wpsStatus) {
         case kWpsNotRunning:

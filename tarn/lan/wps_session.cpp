@@ -56,7 +56,6 @@ bool takeWpsRequest(WpsSession& session, const char* text) {
     const uint32_t state = session.state;
     session = {};
     session.state = state;
-    session.wpsRunning = request.flag("WPSRunning") ? 1 : 0;
     session.wpsIndex = indexOf(request);
     session.wpsConfigured = !request.has("X_VORAN_WPS_Configured") || request.flag("X_VORAN_WPS_Configured") ? 1 : 0;
     takeStartApp(session, request);

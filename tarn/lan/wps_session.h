@@ -23,12 +23,10 @@ enum WpsStatus : int32_t {
 
 struct WpsSession {
     uint32_t state = kWpsIdle;
-    uint32_t configuredTracking = 0;  // 1 once an access point without configuration has given no status
-    uint32_t noReplyCount = 0;        // polls in a row without a status
-    int32_t elapsed = 0;              // seconds, by the polls
-    uint32_t wpsIndex = 0;            // access point, 1 to 8; 0 for none
-    uint32_t startApp = 0;            // WpsRequester, or whoever else asked
-    uint8_t wpsRunning = 0;
+    uint32_t noReplyCount = 0;  // polls in a row without a status
+    int32_t elapsed = 0;        // seconds, by the polls
+    uint32_t wpsIndex = 0;      // access point, 1 to 8; 0 for none
+    uint32_t startApp = 0;      // WpsRequester, or whoever else asked
     uint8_t wpsConfigured = 0;
     vcfg::Text<18> ifName{};
     vcfg::Text<10> activationMethod{};  // "PushButton", "StationPIN" or "ApPIN"

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "core/timer.h"
 #include "daemon_world.h"
 
 namespace {
@@ -48,6 +49,30 @@ TEST_F(DaemonStart, ServesBothEndpoints) {
     const Daemon daemon(bus);
     EXPECT_TRUE(answers(VCFG_EID_TARN));
     EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+}
+
+TEST_F(DaemonStart, ItsStarterEndsAndItGoesOn) {
+    const pid_t starter = fork();
+    if (starter == 0) {
+        setpgid(0, 0);
+        setenv("TARN_ASKED", bus.path("tarn.asked").c_str(), 1);
+        static_cast<void>(!freopen(bus.path("tarn.log").c_str(), "w", stdout));
+        execl(TARN_PATH, "tarn", nullptr);
+        _exit(127);
+    }
+    int status = -1;
+    EXPECT_TRUE(eventually([&] { return waitpid(starter, &status, WNOHANG) == starter; }));
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    kill(-starter, SIGKILL);
+}
+
+TEST_F(DaemonStart, TimerSendsItTheMessagesOfItsTasks) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    constexpr auto kRun = static_cast<int32_t>(VCFG_MSG_FAKEROOT_SYS_COMMAND);
+    EXPECT_TRUE(eventually([] { return tarnApplyAddObjectTmTask("test", 1, kRun, "true tick") == 1; }));
+    EXPECT_TRUE(daemon.asksFor("true tick"));
 }
 
 TEST_F(DaemonStart, GoesInItsOrder) {

@@ -1,0 +1,25 @@
+// What core/os.cpp says of the real operating system.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "core/os.h"
+
+namespace {
+
+uint32_t secondsSinceBoot() {
+    double seconds = 0;
+    std::ifstream("/proc/uptime") >> seconds;
+    return static_cast<uint32_t>(seconds);
+}
+
+TEST(SystemFacts, UptimeCountsTheSecondsSinceTheBoot) {
+    const uint32_t before = secondsSinceBoot();
+    const std::optional<uint32_t> uptime = os::uptimeSeconds();
+    const uint32_t after = secondsSinceBoot();
+    ASSERT_TRUE(uptime.has_value());
+    EXPECT_GE(*uptime, before);
+    EXPECT_LE(*uptime, after + 1);
+}
+
+}  // namespace
