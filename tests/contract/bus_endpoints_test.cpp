@@ -205,6 +205,20 @@ TEST_F(BusEndpoints, RunDirectoryWithTooLongANameIsRefused) {
     EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("is too long for a socket"));
 }
 
+TEST_F(BusEndpoints, ClosedConnectionThatAForkedChildHoldsDisturbsNobody) {
+    serve(kServer);
+    auto client = std::make_unique<BareSocket>();
+    ASSERT_TRUE(client->send(wireMessage(kTell, 0, 5, "hello")));
+    ASSERT_EQ("hello", payloadOf(receive()));
+    const Process child([](const Process::Ready& ready) {
+        ready();
+        pause();
+    });
+    client.reset();
+    EXPECT_EQ(nullptr, receive(50));
+    EXPECT_EQ(nullptr, receive(50));
+}
+
 TEST_F(BusEndpoints, RemovedSocketIsMadeAnew) {
     const Process server(echoServer(kServer, "A:"));
     const std::string path = directory + "/eid-100";

@@ -70,9 +70,9 @@ TEST_F(DaemonStart, ItsStarterEndsAndItGoesOn) {
 TEST_F(DaemonStart, TimerSendsItTheMessagesOfItsTasks) {
     const Daemon daemon(bus);
     EXPECT_TRUE(answers(VCFG_EID_TARN));
-    constexpr auto kRun = static_cast<int32_t>(VCFG_MSG_FAKEROOT_SYS_COMMAND);
-    EXPECT_TRUE(eventually([] { return tarnApplyAddObjectTmTask("test", 1, kRun, "true tick") == 1; }));
-    EXPECT_TRUE(daemon.asksFor("true tick"));
+    constexpr auto kCompletion = static_cast<int32_t>(VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_TRUE(eventually([] { return tarnApplyAddObjectTmTask("test", 1, kCompletion, nullptr) == 1; }));
+    EXPECT_TRUE(daemon.asksFor("/etc/init.d/mcpd.sh reload"));
 }
 
 TEST_F(DaemonStart, GoesInItsOrder) {
