@@ -268,6 +268,7 @@ TEST_F(BusMonitors, WhatIsNoRosterIsNotUsed) {
 }
 
 TEST_F(BusMonitors, WhatIsNoRosterIsNotKeptOpen) {
+    remove(rosterFile().c_str());
     std::ofstream(rosterFile()) << "short";
     Process process([](const Process::Ready&) {
         const int before = open("/dev/null", O_RDONLY);

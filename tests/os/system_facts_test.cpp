@@ -1,6 +1,7 @@
 // What core/os.cpp says of the real operating system.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
 
 #include "core/os.h"
@@ -20,6 +21,12 @@ TEST(SystemFacts, UptimeCountsTheSecondsSinceTheBoot) {
     ASSERT_TRUE(uptime.has_value());
     EXPECT_GE(*uptime, before);
     EXPECT_LE(*uptime, after + 1);
+}
+
+TEST(SystemFacts, SleepLastsItsTimeAndEnds) {
+    const auto start = std::chrono::steady_clock::now();
+    os::sleepMs(20);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
 }
 
 }  // namespace

@@ -370,7 +370,7 @@ TEST_F(InternetLedRoutes, LineIsReadUpTo250Characters) {
     EXPECT_EQ(device, "ethernet");
     EXPECT_TRUE(hasIpv6DefaultRoute(device));
     EXPECT_EQ(device, "ptm0");
-    gw.commandOutput("ip -6 route | grep 'default'", start + "ethernet metric 5");
+    gw.commandOutput("ip -6 route | grep 'default'", start + "ptm0.12 proto ra");
     EXPECT_FALSE(hasIpv6DefaultRoute(device));
 }
 
