@@ -133,7 +133,7 @@ TEST_F(BusModel, TheLogLevelOfTheDaemonIsLoaded) {
 }
 
 TEST_F(BusModel, FileThatNeedsMoreMemoryThanThereIsLeavesItAsItWas) {
-    store::Store model = makeModel(directory, 128 << 10);
+    store::Store model = makeModel(directory, 512 << 10);
     std::string objects;
     for (int each = 1; each <= 250; ++each) {
         objects += (each > 1 ? "," : "") + ("\"IP.Interface." + std::to_string(each)) + "\":{\"Enable\":true}";
