@@ -65,6 +65,8 @@ TEST_F(DaemonStart, ItsStarterEndsAndItGoesOn) {
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(answers(VCFG_EID_TARN));
     kill(-starter, SIGKILL);
+    EXPECT_TRUE(eventually([] { return askDaemon(VCFG_EID_TARN) == VCFG_ERR_NO_PEER; }))
+        << "it holds the timer's socket";
 }
 
 TEST_F(DaemonStart, TimerSendsItTheMessagesOfItsTasks) {
