@@ -49,12 +49,11 @@ std::string joinedServers(const std::string& servers) {
     }
     const size_t firstEnd = servers.find_first_of(kBlanks, first);
     const size_t second = servers.find_first_not_of(kBlanks, firstEnd);
-    if (firstEnd == std::string::npos || second == std::string::npos) {
-        return servers.substr(first, firstEnd == std::string::npos ? firstEnd : firstEnd - first);
+    const std::string one = servers.substr(first, firstEnd - first);
+    if (second == std::string::npos) {
+        return one;
     }
-    const size_t secondEnd = servers.find_first_of(kBlanks, second);
-    return servers.substr(first, firstEnd - first) + "," +
-           servers.substr(second, secondEnd == std::string::npos ? secondEnd : secondEnd - second);
+    return one + "," + servers.substr(second, servers.find_first_of(kBlanks, second) - second);
 }
 
 void takeLease(Dhcpv4Client& client, const Json& event) {

@@ -175,6 +175,9 @@ TEST_F(BusCalls, ReceiverThatNeverReadsIsToldToItsSenderAndCostsNoMemory) {
     }
     EXPECT_EQ(VCFG_ERR_TIMEOUT, code);
     EXPECT_LT(delivered, 2000);
+    for (int each = 0; each < 5; ++each) {
+        EXPECT_EQ(VCFG_ERR_TIMEOUT, tell(std::string(1000, 'x'), kServer, 10)) << "by another connection?";
+    }
     EXPECT_LE(server.residentKiB(), before + 512);
 }
 
@@ -218,6 +221,22 @@ TEST_F(BusCalls, ReplyToSomebodyWhoDidNotWaitGoesToItsEndpoint) {
     EXPECT_EQ("A:no hurry", payloadOf(reply));
     ASSERT_NE(nullptr, reply);
     EXPECT_EQ(12u, reply->requestId);
+}
+
+TEST_F(BusCalls, ReplyToAnEndpointWhoseQueueIsFullIsRefusedAtOnce) {
+    const Process busy([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        pause();
+    });
+    serve(kClient);
+    int code = VCFG_OK;
+    within(20000, [&] {
+        code = vcfg_msg_serverSend(newMessage(kTell, std::string(60'000, 'x'), kServer, 12).release());
+        return code != VCFG_OK;
+    });
+    EXPECT_EQ(VCFG_ERR_FULL, code);
 }
 
 TEST_F(BusCalls, ReplyToNobodyFails) {

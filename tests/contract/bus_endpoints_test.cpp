@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <numeric>
 #include <thread>
 
 #include "bus_world.h"
@@ -50,10 +51,11 @@ class BusRights : public BusEndpoints {
         }
     }
 
-    // Asks the server as a user in `group`; the code that the call ended with, negated.
-    int askAs(uid_t user, gid_t group) {
-        Process process([=](const Process::Ready&) {
-            if (setgroups(1, &group) != 0 || setgid(user) != 0 || setuid(user) != 0) {
+    int askAs(uid_t user, gid_t group) { return askIn(user, {group}); }
+    // Asks the server as a user in those groups; the code that the call ended with, negated.
+    int askIn(uid_t user, const std::vector<gid_t>& groups) {
+        Process process([&](const Process::Ready&) {
+            if (setgroups(groups.size(), groups.data()) != 0 || setgid(user) != 0 || setuid(user) != 0) {
                 _exit(97);
             }
             int code = 0;
@@ -178,6 +180,16 @@ TEST_F(BusEndpoints, RunDirectoryThatEverybodyMayWriteIsRefusedAndLogged) {
     EXPECT_NE(std::string::npos, logged().find("writable for everybody"));
 }
 
+TEST_F(BusEndpoints, HolderIsNamedByItsProcessEvenByTheSystemsFirst) {
+    vcfg::bus::Holder holder;
+    holder.state = vcfg::bus::Holder::State::Alive;
+    holder.program = "init";
+    holder.process = 1;
+    EXPECT_EQ("process 1 (init)", holder.text());
+    holder.process = 0;
+    EXPECT_EQ("a process (init) that is not seen here", holder.text());
+}
+
 TEST_F(BusEndpoints, RunDirectoryThatItsGroupMayWriteMustBeClosedToOthers) {
     chmod(directory.c_str(), 0775);
     EXPECT_EQ(VCFG_ERR_RIGHTS, vcfg_msg_eidInit(kServer, nullptr));
@@ -188,7 +200,23 @@ TEST_F(BusEndpoints, RunDirectoryThatItsGroupMayWriteMustBeClosedToOthers) {
 TEST_F(BusEndpoints, RunDirectoryWithTooLongANameIsRefused) {
     setenv("VCFG_RUN_DIR", (directory + "/" + std::string(120, 'x')).c_str(), 1);
     ASSERT_EQ(VCFG_OK, vcfg_msg_eidInit(kServer, nullptr));
+    testing::internal::CaptureStderr();
     EXPECT_EQ(VCFG_ERR_INVALID, vcfg_msg_serverInit());
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("is too long for a socket"));
+}
+
+TEST_F(BusEndpoints, ClosedConnectionThatAForkedChildHoldsDisturbsNobody) {
+    serve(kServer);
+    auto client = std::make_unique<BareSocket>();
+    ASSERT_TRUE(client->send(wireMessage(kTell, 0, 5, "hello")));
+    ASSERT_EQ("hello", payloadOf(receive()));
+    const Process child([](const Process::Ready& ready) {
+        ready();
+        pause();
+    });
+    client.reset();
+    EXPECT_EQ(nullptr, receive(50));
+    EXPECT_EQ(nullptr, receive(50));
 }
 
 TEST_F(BusEndpoints, RemovedSocketIsMadeAnew) {
@@ -266,12 +294,34 @@ TEST_F(BusRights, StrangerWhoCanConnectIsClosedAndLogged) {
     EXPECT_NE(std::string::npos, logged().find("of user 65534"));
 }
 
+TEST_F(BusRights, HolderThatAStrangerMayNotSignalIsAliveToHim) {
+    const Process server(echoServer(kServer, ""));
+    chmod(directory.c_str(), 0755);
+    chmod((directory + "/eid-100").c_str(), 0666);
+    Process stranger([](const Process::Ready&) {
+        if (setgroups(0, nullptr) != 0 || setuid(kNobody) != 0) {
+            _exit(97);
+        }
+        _exit(vcfg::bus::holderOf(kServer).state == vcfg::bus::Holder::State::Alive ? 0 : 1);
+    });
+    EXPECT_EQ(0, stranger.exitStatus());
+}
+
 TEST_F(BusRights, GroupOfTheRunDirectoryMayTalk) {
     ASSERT_EQ(0, chown(directory.c_str(), 0, kGroup));
     ASSERT_EQ(0, chmod(directory.c_str(), 0770));
     const Process server(echoServer(kServer, ""));
     EXPECT_EQ(0, askAs(kNobody, kGroup));
     EXPECT_EQ(-VCFG_ERR_RIGHTS, askAs(kNobody, kNobody));
+}
+
+TEST_F(BusRights, UserOfManyGroupsMayTalkByTheLastOfThem) {
+    ASSERT_EQ(0, chown(directory.c_str(), 0, kGroup));
+    ASSERT_EQ(0, chmod(directory.c_str(), 0770));
+    const Process server(echoServer(kServer, ""));
+    std::vector<gid_t> groups(100);
+    std::iota(groups.begin(), groups.end(), kGroup - 99);
+    EXPECT_EQ(0, askIn(kNobody, groups));
 }
 
 TEST_F(BusRights, RootMayTalkToAnybodysServer) {

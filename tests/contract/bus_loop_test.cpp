@@ -95,7 +95,15 @@ TEST_F(BusLoop, WatchWithoutVcmdFails) {
     EXPECT_EQ(nullptr, watch);
     EXPECT_EQ(VCFG_ERR_INVALID, vcfgWatchOpen(nullptr, 1, &watch));
     EXPECT_EQ(VCFG_ERR_INVALID, vcfgWatchOpen(nullptr, 0, nullptr));
+    const std::string longest(VCFG_MSG_PAYLOAD_MAX - 2, 'x');
+    const std::string longer = longest + "x";
+    for (const auto& [path, code] : {std::pair{longest, VCFG_ERR_NO_PEER}, std::pair{longer, VCFG_ERR_INVALID}}) {
+        const char* const paths[] = {path.c_str()};
+        EXPECT_EQ(code, vcfgWatchOpen(paths, 1, &watch)) << path.size();
+    }
     EXPECT_EQ(-1, vcfgWatchFd(nullptr));
+    vcfg_change_t change;
+    EXPECT_EQ(VCFG_ERR_INVALID, vcfgWatchNext(nullptr, &change));
     vcfgWatchClose(nullptr);
 }
 

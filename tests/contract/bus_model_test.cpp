@@ -84,6 +84,19 @@ TEST_F(BusModel, IsReadWhileNobodyServes) {
 
 TEST_F(BusModel, NoneIsNoPeer) {
     EXPECT_EQ(codeOfRead(), -VCFG_ERR_NO_PEER);
+    EXPECT_NE(logged().find("there is no model; vcmd has not made one yet"), std::string::npos);
+}
+
+TEST_F(BusModel, OfAVcmdThatBeginsIsWaitedFor) {
+    const Process vcmd([this](const Process::Ready& ready) {
+        serve(VCFG_EID_VCMD);
+        ready();
+        const Message question = receive();
+        const store::Store model = makeModel(directory);
+        answer(question, "");
+        receive(0);
+    });
+    EXPECT_EQ(codeOfRead(), VCFG_OK);
 }
 
 TEST_F(BusModel, AnIterationWritesTheInstanceFoundAndEndsWithoutALine) {
@@ -117,6 +130,19 @@ TEST_F(BusModel, TheLogLevelOfTheDaemonIsLoaded) {
     EXPECT_EQ(VCFG_OK, vcfgFeDebugCfgObjInit("other"));
     EXPECT_FALSE(vlog_levelAllow(VLOG_INFO));
     EXPECT_EQ(VCFG_OK, vcfgFeDebugCfgObjInit("unknown"));
+}
+
+TEST_F(BusModel, FileThatNeedsMoreMemoryThanThereIsLeavesItAsItWas) {
+    store::Store model = makeModel(directory, 512 << 10);
+    std::string objects;
+    for (int each = 1; each <= 250; ++each) {
+        objects += (each > 1 ? "," : "") + ("\"IP.Interface." + std::to_string(each)) + "\":{\"Enable\":true}";
+    }
+    std::string why;
+    const std::string text = R"({"version":1,"objects":{)" + objects + "}}";
+    EXPECT_EQ(model.fromText(text, store::What::All, store::Unknown::Refuse, nullptr, &why), VCFG_ERR_FULL);
+    EXPECT_NE(why.find("the model's memory is full"), std::string::npos) << why;
+    EXPECT_EQ(writePair(model, 1), VCFG_OK);
 }
 
 TEST_F(BusModel, OfAnotherModelIsRefusedWithOneLine) {

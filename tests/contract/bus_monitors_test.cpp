@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vcfg/loop.h>
 
 #include <atomic>
 #include <fstream>
@@ -46,9 +47,9 @@ class Monitor {
     uint32_t lost() const { return bus::lostOf(place_); }
     std::string file() const { return bus::monitorPath(number_); }
 
-    // The payload of the next copy of the first sender; "" when there is none.
+    // The payload of the next copy of the first sender, room for one byte too many; "" when there is none.
     std::string next(bus::CopyHeader* header = nullptr) {
-        std::string bytes(sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + VCFG_MSG_PAYLOAD_MAX, '\0');
+        std::string bytes(sizeof(bus::CopyHeader) + VCFG_MSG_HEADER_SIZE + VCFG_MSG_PAYLOAD_MAX + 1, '\0');
         if (connection_ < 0) {
             connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
         }
@@ -90,12 +91,25 @@ TEST_F(BusMonitors, MonitorGetsACopyOfWhatIsSent) {
     const Process server(echoServer(kServer, "echo:"));
     Monitor monitor;
     ASSERT_TRUE(monitor.looks());
+    EXPECT_EQ(0u, monitor.lost());
     EXPECT_EQ("echo:hello", payloadOf(ask("hello")));
     bus::CopyHeader header{};
     EXPECT_EQ("hello", monitor.next(&header));
     EXPECT_EQ(bus::Passing::Call, header.passing);
     EXPECT_EQ(bus::ownProgram(), header.program.data());
     EXPECT_EQ("", monitor.next());
+}
+
+TEST_F(BusMonitors, MonitorGetsACopyOfWhatAWatchAsks) {
+    const Process server(echoServer(VCFG_EID_VCMD, ""));
+    Monitor monitor;
+    const char* const path = "IP.Interface.1.Status";
+    vcfg_watch_t* watch = nullptr;
+    EXPECT_EQ(VCFG_OK, vcfgWatchOpen(&path, 1, &watch));
+    vcfgWatchClose(watch);
+    bus::CopyHeader header{};
+    EXPECT_EQ(path + std::string("\n\0", 2), monitor.next(&header));
+    EXPECT_EQ(bus::Passing::Call, header.passing);
 }
 
 TEST_F(BusMonitors, EachOfFourGetsACopyAndAFifthHasNoPlace) {
@@ -115,6 +129,18 @@ TEST_F(BusMonitors, WhatDoesNotArriveIsToldToo) {
     EXPECT_EQ(VCFG_ERR_NO_PEER, code);
     bus::CopyHeader header{};
     EXPECT_EQ("hello", monitor.next());
+    monitor.next(&header);
+    EXPECT_EQ(bus::Passing::Failure, header.passing);
+    EXPECT_EQ(VCFG_ERR_NO_PEER, header.code);
+}
+
+TEST_F(BusMonitors, WatchThatFailsIsToldToo) {
+    Monitor monitor;
+    vcfg_watch_t* watch = nullptr;
+    EXPECT_EQ(VCFG_ERR_NO_PEER, vcfgWatchOpen(nullptr, 0, &watch));
+    bus::CopyHeader header{};
+    monitor.next(&header);
+    EXPECT_EQ(bus::Passing::Call, header.passing);
     monitor.next(&header);
     EXPECT_EQ(bus::Passing::Failure, header.passing);
     EXPECT_EQ(VCFG_ERR_NO_PEER, header.code);
@@ -272,6 +298,20 @@ TEST_F(BusMonitors, WhatIsNoRosterIsNotUsed) {
     replace([&] { mkdir(rosterFile().c_str(), 0700); });
     replace([&] { mkfifo(rosterFile().c_str(), 0600); });
     replace([&] { static_cast<void>(!symlink("/etc/passwd", rosterFile().c_str())); });
+}
+
+TEST_F(BusMonitors, WhatIsNoRosterIsNotKeptOpen) {
+    remove(rosterFile().c_str());
+    std::ofstream(rosterFile()) << "short";
+    Process process([](const Process::Ready&) {
+        const int before = open("/dev/null", O_RDONLY);
+        close(before);
+        for (int each = 0; each < 10; ++each) {
+            bus::attachRoster();
+        }
+        _exit(open("/dev/null", O_RDONLY) == before ? 0 : 1);
+    });
+    EXPECT_EQ(0, process.exitStatus());
 }
 
 TEST_F(BusMonitors, RosterThatWasRemovedIsMadeAnewAndFoundByNewConnections) {

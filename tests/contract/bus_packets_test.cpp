@@ -1,9 +1,17 @@
 // What arrives at an endpoint, from senders that keep the rules and from those that do not.
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "bus_world.h"
+#include "client/listener.h"
+#include "client/run_dir.h"
 
 namespace {
+
+constexpr uint8_t kBadServer = 102;
 
 class BusPackets : public BusWorld {
   protected:
@@ -38,6 +46,22 @@ TEST_F(BusPackets, LengthSmallerThanWhatArrivedIsRefused) {
 
 TEST_F(BusPackets, PacketLargerThanAnyMessageIsRefused) {
     expectRefused(wireMessage(kAsk, 1, 65535, std::string(66000, 'x')), "its length is not what the envelope says");
+}
+
+TEST_F(BusPackets, AnswerThatIsNoneIsRefusedLoggedAndFailsItsCall) {
+    const Process server([](const Process::Ready& ready) {
+        const int listener = vcfg::bus::listenForPackets(vcfg::bus::socketPath(kBadServer), 1);
+        ready();
+        pollfd state{listener, POLLIN, 0};
+        poll(&state, 1, kSoon);
+        const int peer = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        static_cast<void>(!write(peer, "rubbish", 7));
+        pause();
+    });
+    int code = VCFG_OK;
+    EXPECT_EQ(nullptr, ask("hello", &code, kBadServer));
+    EXPECT_EQ(VCFG_ERR_FAIL, code);
+    EXPECT_NE(std::string::npos, logged().find("an answer is refused: it is shorter than an envelope"));
 }
 
 TEST_F(BusPackets, OthersAreServedAfterABadPacket) {

@@ -1,8 +1,11 @@
 // Log, clock, commands, debug configuration and mail.
+#include <fcntl.h>
 #include <json-c/json.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "bus_world.h"
 #include "client/fe_wire.h"
@@ -86,6 +89,21 @@ TEST_F(BusPlatform, LogGoesToStandardErrorWhenNobodyCollectsIt) {
     EXPECT_NE(std::string::npos, content("/stderr").find("error tarn:5 main: hello\n"));
 }
 
+TEST_F(BusPlatform, LogThatNobodyCollectsKeepsNoDescriptor) {
+    unlink((directory + "/vlog").c_str());
+    Process process([](const Process::Ready&) {
+        static_cast<void>(!freopen("/dev/null", "w", stderr));
+        vlog_log_f(VLOG_ERROR, "tarn", 5, "main", "hello");
+        const int before = open("/dev/null", O_RDONLY);
+        close(before);
+        for (int each = 0; each < 10; ++each) {
+            vlog_log_f(VLOG_ERROR, "tarn", 5, "main", "hello");
+        }
+        _exit(open("/dev/null", O_RDONLY) == before ? 0 : 1);
+    });
+    EXPECT_EQ(0, process.exitStatus());
+}
+
 TEST_F(BusPlatform, LogToABrokenPipeEndsNobodyAndLeavesNoSignal) {
     unlink((directory + "/vlog").c_str());
     Process process([&](const Process::Ready&) {
@@ -113,6 +131,26 @@ TEST_F(BusPlatform, LogNeverWaitsLongForACollectorThatIsBehind) {
     });
     EXPECT_EQ(0, process.exitStatus());
     EXPECT_LT(nowMs() - start, 500);
+}
+
+// More lines than the collector's queue takes. A collector may lose its processor for longer than it is waited for.
+TEST_F(BusPlatform, LogWaitsForACollectorThatCatchesUp) {
+    constexpr long kLines = 40;
+    EXPECT_TRUE(within(20000, [&] {
+        Process process([&](const Process::Ready& ready) {
+            static_cast<void>(!freopen("/dev/null", "w", stderr));
+            ready();
+            for (long each = 0; each < kLines; ++each) {
+                vlog_log_f(VLOG_INFO, "x", 1, "x", "line %ld", each);
+            }
+        });
+        std::string lines;
+        within(500, [&] {
+            lines += logged();
+            return std::count(lines.begin(), lines.end(), '\n') == kLines;
+        });
+        return std::count(lines.begin(), lines.end(), '\n') == kLines;
+    }));
 }
 
 TEST_F(BusPlatform, LogLevelIsInfoUntilConfigured) {

@@ -3,8 +3,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
+#include "core/timer.h"
 #include "daemon_world.h"
 
 namespace {
@@ -48,6 +50,36 @@ TEST_F(DaemonStart, ServesBothEndpoints) {
     const Daemon daemon(bus);
     EXPECT_TRUE(answers(VCFG_EID_TARN));
     EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+}
+
+TEST_F(DaemonStart, ItsStarterEndsAndItGoesOn) {
+    const pid_t starter = fork();
+    if (starter == 0) {
+        setpgid(0, 0);
+        setenv("TARN_ASKED", bus.path("tarn.asked").c_str(), 1);
+        static_cast<void>(!freopen(bus.path("tarn.log").c_str(), "w", stdout));
+        execl(TARN_PATH, "tarn", nullptr);
+        _exit(127);
+    }
+    int status = -1;
+    EXPECT_TRUE(eventually([&] { return waitpid(starter, &status, WNOHANG) == starter; }));
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    kill(-starter, SIGKILL);
+    EXPECT_TRUE(eventually([] { return askDaemon(VCFG_EID_TARN) == VCFG_ERR_NO_PEER; }))
+        << "it holds the timer's socket";
+}
+
+TEST_F(DaemonStart, TimerSendsItTheMessagesOfItsTasks) {
+    const Daemon daemon(bus);
+    EXPECT_TRUE(answers(VCFG_EID_TARN));
+    constexpr auto kCompletion = static_cast<int32_t>(VCFG_MSG_INIT_DATAMODEL_FIN);
+    // What the one before has left of its socket may take the first ones.
+    EXPECT_TRUE(eventually([&] {
+        const auto asked = daemon.asked();
+        return std::find(asked.begin(), asked.end(), "/etc/init.d/mcpd.sh reload") != asked.end() ||
+               tarnApplyAddObjectTmTask("test", 1, kCompletion, nullptr) == 0;
+    }));
 }
 
 TEST_F(DaemonStart, GoesInItsOrder) {

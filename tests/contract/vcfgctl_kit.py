@@ -30,7 +30,7 @@ class Bus:
             "VCFG_DATA_DIR": str(directory / "data"),
             "VCFG_HOOK_DIR": str(directory / "hooks"),
         }
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"):
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS", "TARN_PLANTED", "TARN_REACHED"):
             if name in os.environ:
                 self.environment[name] = os.environ[name]
         self.processes = []

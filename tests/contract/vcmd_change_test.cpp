@@ -102,6 +102,15 @@ TEST_F(VcmdChange, TheRefusalNamesThePath) {
     EXPECT_EQ(record<IpInterface>(interfaces[0]).Alias, "");
 }
 
+TEST_F(VcmdChange, ARefusedOneLeavesItsStepsAsTheyWere) {
+    vcfg_step_t steps[] = {{VCFG_STEP_ADD, RDM_OID_IP_IFACE, {}, nullptr},
+                           {VCFG_STEP_WRITE, RDM_OID_IP_IFACE, interfaces[0], R"({"Status":"Sideways"})"}};
+    EXPECT_EQ(vcfgFeObjChange(steps, std::size(steps), VCFG_FE_WRITE_APPLY, nullptr), VCFG_ERR_INVALID);
+    EXPECT_EQ(steps[0].iid.level, 0);
+    EXPECT_EQ(steps[1].iid.level, 1);
+    EXPECT_EQ(steps[1].iid.idx[0], interfaces[0].idx[0]);
+}
+
 TEST_F(VcmdChange, ItIsOneChangeForWhoWatches) {
     vcfg_watch_t* watch = nullptr;
     ASSERT_EQ(vcfgWatchOpen(nullptr, 0, &watch), VCFG_OK);
@@ -140,6 +149,17 @@ TEST_F(VcmdChange, ANewInstancesHookHasItsValues) {
     EXPECT_EQ(vcmd.file("applied"), "add IP.Interface.3\n");
     EXPECT_NE(vcmd.file("input").find(R"("Alias":"new")"), std::string::npos);
     EXPECT_NE(vcmd.file("input").find(R"("previous":{})"), std::string::npos) << vcmd.file("input");
+}
+
+TEST_F(VcmdChange, HooksRunForWhatCameAndForWhatWentInOneTable) {
+    vcmd.hook("apply", kInterface, R"(echo $1 $2 >>applied)");
+    EXPECT_EQ(change({{VCFG_STEP_ADD, RDM_OID_IP_IFACE, {}, nullptr},
+                      {VCFG_STEP_DELETE, RDM_OID_IP_IFACE, interfaces[0], nullptr}},
+                     VCFG_FE_WRITE_AND_WAIT),
+              VCFG_OK);
+    const std::string applied = vcmd.file("applied");
+    EXPECT_NE(applied.find("add IP.Interface.3\n"), std::string::npos) << applied;
+    EXPECT_NE(applied.find("del IP.Interface.1\n"), std::string::npos) << applied;
 }
 
 TEST_F(VcmdChange, WhoWaitsIsAnsweredBehindTheLastHookWithTheFirstFailure) {

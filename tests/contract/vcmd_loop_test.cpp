@@ -6,13 +6,24 @@
 
 namespace {
 
+int64_t nowUs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
+}
+
+int awaitChange(vcfg_watch_t* watch, vcfg_change_t* change) {
+    int code = VCFG_OK;
+    pollfd state{vcfgWatchFd(watch), POLLIN, 0};
+    while ((code = vcfgWatchNext(watch, change)) == VCFG_ERR_TIMEOUT && poll(&state, 1, 5000) > 0) {
+    }
+    return code;
+}
+
 // The next change as "path old -> new", "-" for what is not there; the code when there is none.
 std::string nextChange(vcfg_watch_t* watch) {
     vcfg_change_t change;
-    int code = VCFG_OK;
-    pollfd state{vcfgWatchFd(watch), POLLIN, 0};
-    while ((code = vcfgWatchNext(watch, &change)) == VCFG_ERR_TIMEOUT && poll(&state, 1, 5000) > 0) {
-    }
+    const int code = awaitChange(watch, &change);
     const auto text = [](const char* value) { return std::string(value != nullptr ? value : "-"); };
     return code != VCFG_OK ? std::to_string(code)
                            : text(change.path) + " " + text(change.oldValue) + " -> " + text(change.newValue) + " " +
@@ -35,6 +46,21 @@ TEST(VcmdLoop, ChangesComeInOrderWithOldAndNewAndWho) {
     EXPECT_EQ(nextChange(watch), "IP.Interface.1.Alias  -> a eid 200");
     EXPECT_EQ(nextChange(watch), "IP.Interface.1.Alias a -> b eid 200");
     EXPECT_EQ(nextChange(watch), "IP.Interface.1  -> - eid 200");
+    vcfgWatchClose(watch);
+}
+
+TEST(VcmdLoop, EachChangeSaysWhenItWasMade) {
+    Vcmd vcmd;
+    vcmd.start();
+    vcfg_watch_t* watch = nullptr;
+    ASSERT_EQ(vcfgWatchOpen(nullptr, 0, &watch), VCFG_OK);
+    const int64_t before = nowUs();
+    addInstance(RDM_OID_IP_IFACE);
+    const int64_t after = nowUs();
+    vcfg_change_t change{};
+    ASSERT_EQ(awaitChange(watch, &change), VCFG_OK);
+    EXPECT_GE(change.timeUs, before);
+    EXPECT_LE(change.timeUs, after);
     vcfgWatchClose(watch);
 }
 

@@ -77,6 +77,32 @@ TEST_F(SystemLogCollector, LinesOfABurstWaitForACollectorThatReads) {
     EXPECT_NE(std::string::npos, read.back().find(": line " + std::to_string(kBurst - 1) + "\n"));
 }
 
+// All in all for longer than a collector that does not read at all is waited for.
+TEST_F(SystemLogCollector, LinesWaitAsLongAsItGoesOnReading) {
+    reader_ = listen(SOCK_DGRAM);
+    const timeval patience{20, 0};
+    setsockopt(reader_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    constexpr int kRounds = 50;
+    std::string last;
+    std::thread collector([&] {
+        char chunk[512];
+        for (int each = 0; each < 10 * kRounds; ++each) {
+            const ssize_t size = recv(reader_, chunk, sizeof chunk, 0);
+            last.assign(chunk, static_cast<size_t>(std::max<ssize_t>(size, 0)));
+            if (last.empty()) {
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(each % 10 == 0 ? 10 : 0));
+        }
+    });
+    os::SystemLog log(path_);
+    for (int each = 0; each < 10 * kRounds; ++each) {
+        log.put(LOG_INFO, "line " + std::to_string(each) + "\n");
+    }
+    collector.join();
+    EXPECT_NE(std::string::npos, last.find(": line " + std::to_string(10 * kRounds - 1) + "\n"));
+}
+
 TEST_F(SystemLogCollector, ThatComesLateHearsHowManyLinesItMissed) {
     os::SystemLog log(path_);
     log.put(LOG_INFO, "one\n");

@@ -1,9 +1,11 @@
 // JSON while memory is short, down in the JSON library: the one allocation after so many fails.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/json.h"
@@ -74,6 +76,32 @@ TEST_F(JsonShortOfMemory, CopyingEndsTheEventAndNotTheProcess) {
                   request.copy("a", from, "a");
               }),
               0);
+}
+
+TEST_F(JsonShortOfMemory, WhatWasCopiedWithoutAFailureIsThere) {
+    const Json from = Json::parse(R"({"a":{"b":1}})");
+    failEachAllocation([&from] {
+        Json request = Json::object();
+        request.copy("a", from, "a");
+        const int untilTheFailure = std::exchange(left, -1);
+        EXPECT_EQ(request.toText(), R"({"a":{"b":1}})") << untilTheFailure;
+        left = untilTheFailure;
+    });
+}
+
+TEST_F(JsonShortOfMemory, WhatIsRefusedKeepsNone) {
+    const auto used = [] { return mallinfo2().uordblks; };
+    const auto refuse = [] {
+        for (const char* text : {"[1,2,3]", R"({"a":[1,2)", "7"}) {
+            EXPECT_FALSE(Json::parse(text).valid()) << text;
+        }
+    };
+    refuse();
+    const size_t before = used();
+    for (int each = 0; each < 1000; ++each) {
+        refuse();
+    }
+    EXPECT_LT(used(), before + 50'000);
 }
 
 TEST_F(JsonShortOfMemory, WritingTheTextEndsTheEventAndNotTheProcess) {

@@ -34,6 +34,13 @@ TEST_F(ReadFile, GivesTheContentUpToTheLimit) {
     EXPECT_EQ(os::readFile(folder + "/file", 2), "47");
 }
 
+TEST_F(ReadFile, GivesWhatWasWrittenAndNoMore) {
+    EXPECT_TRUE(os::writeFile(folder + "/file", std::string("on\0off", 6)));
+    EXPECT_EQ(os::readFile(folder + "/file", 64), std::string("on\0off", 6));
+    EXPECT_TRUE(os::writeFile(folder + "/file", "off"));
+    EXPECT_EQ(os::readFile(folder + "/file", 64), "off");
+}
+
 TEST_F(ReadFile, TakesFilesOfProc) {
     EXPECT_TRUE(os::readFile("/proc/self/task/" + std::to_string(getpid()) + "/comm", 1));
 }

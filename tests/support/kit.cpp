@@ -79,6 +79,7 @@ Gateway::Gateway() {
     world().answers.clear();
     world().typedAnswers.clear();
     world().timerSocket.clear();
+    world().timerHangsUp = false;
     world().debugTypes.clear();
     world().clockMs = 0;
     world().commandResults.clear();
@@ -230,6 +231,11 @@ void Gateway::endpointAnswers(uint8_t eid, uint32_t type, const Answer& answer) 
 void Gateway::timerSocket(const std::string& path) {
     const std::lock_guard lock(world().guard);
     world().timerSocket = path;
+}
+
+void Gateway::timerHangsUp() {
+    const std::lock_guard lock(world().guard);
+    world().timerHangsUp = true;
 }
 
 void Gateway::debugConfiguration(uint32_t type) {

@@ -96,6 +96,7 @@ class Gateway {
     void endpointAnswers(uint8_t eid, uint32_t type, const Answer& answer);  // a request of that type, from now on
     // Where timer requests go: to a socket at `path`, real; without one they are recorded.
     void timerSocket(const std::string& path);
+    void timerHangsUp();                     // on whoever connects
     void debugConfiguration(uint32_t type);  // messages of that type are the framework's own
     void refuseThreads(bool refuse = true);
     void process(pid_t pid, bool alive = true);  // alive processes take signals

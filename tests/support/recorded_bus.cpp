@@ -171,7 +171,11 @@ int voUtilTcpConnInit(const char*) {
         return VCFG_ERR_FAIL;
     }
     const std::lock_guard lock(world().guard);
-    world().timerClients.push_back(ends[1]);
+    if (world().timerHangsUp) {
+        close(ends[1]);
+    } else {
+        world().timerClients.push_back(ends[1]);
+    }
     return ends[0];
 }
 

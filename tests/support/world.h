@@ -28,6 +28,7 @@ struct World {
     std::map<uint8_t, int> answers;
     std::map<std::pair<uint8_t, uint32_t>, Answer> typedAnswers;  // by endpoint and type
     std::string timerSocket;
+    bool timerHangsUp = false;
     std::vector<int> timerClients;  // far ends of recorded connections to the timer
     std::vector<std::string> timerRequests;
     std::set<uint32_t> debugTypes;

@@ -1,3 +1,5 @@
+#include "connection/dhcpv4_client.h"
+#include "core/json.h"
 #include "dhcp_support.h"
 
 namespace {
@@ -14,6 +16,12 @@ TEST_F(Dhcp6rd, AssignedParametersReachTheInterface) {
     EXPECT_EQ(interface("X_VORAN_IPv4MaskLength"), "8");
     EXPECT_EQ(interface("X_VORAN_SPIPv6Prefix"), "2001:db8::/32");
     EXPECT_EQ(interface("X_VORAN_BorderRelayIPv4Addresses"), "192.0.2.7");
+}
+
+TEST_F(Dhcp6rd, OfAnInterfaceThatCannotBeReadIsToldAndWritesNothing) {
+    tarnSet6rdInfo({1, {9, 0, 0, 0, 0, 0}}, Json::parse(R"({"v6rdAssigned":true})"), true);
+    EXPECT_TRUE(gw.logged("stdout", "tarnSet6rdInfo : Get IP Interface fail"));
+    EXPECT_TRUE(gw.writes().empty());
 }
 
 TEST_F(Dhcp6rd, MissingPrefixGivesAnEmptyText) {

@@ -210,6 +210,19 @@ TEST_F(Dhcpv6Timeout, RefusedDeletionsDoNotStopTheOthers) {
     EXPECT_EQ(gw.writes(), (Writes{"delete IP.Interface.4.IPv6Prefix.3", "delete IP.Interface.4.IPv6Prefix.4"}));
 }
 
+TEST_F(Dhcpv6Timeout, EachRefusedDeletionIsLoggedAndNothingElse) {
+    gw.refuseWrite(Operation::Delete, "IP.Interface.{i}.IPv6Address.{i}");
+    EXPECT_EQ(handle(R"(,"timeout":true)"), VCFG_OK);
+    EXPECT_TRUE(gw.logged("vlog", VLOG_ERROR, "cannot delete the address of IP.Interface.4"));
+    EXPECT_FALSE(gw.loggedContaining("cannot delete a prefix"));
+    gw.forget();
+    prefixOf("2", "PrefixDelegation");
+    gw.refuseWrite(Operation::Delete, "IP.Interface.{i}.IPv6Prefix.{i}");
+    EXPECT_EQ(handle(R"(,"timeout":true)"), VCFG_OK);
+    EXPECT_TRUE(gw.logged("vlog", VLOG_ERROR, "cannot delete a prefix of IP.Interface.4"));
+    EXPECT_FALSE(gw.loggedContaining("cannot delete the address"));
+}
+
 TEST_F(Dhcpv6Timeout, UnknownClientReturnsTheCodeThatEndedTheSearch) {
     gw.refuseWrite(Operation::Next, "DHCPv6.Client.{i}");
     inproc::fail(Operation::Next, "DHCPv6.Client.{i}", 1, VCFG_ERR_TIMEOUT);

@@ -169,6 +169,15 @@ TEST_F(InternetLedUp, LowerLayerDownCountsOnAVlanThatIsUp) {
     EXPECT_EQ(update(), 3);
 }
 
+TEST_F(InternetLedUp, VlanThatIsUpDoesNotRaiseAnInterfaceOfAnyOtherStatus) {
+    for (const char* status : {"Down", "Dormant", "NotPresent", "Error", "Unknown"}) {
+        wanInterface(1, status);
+        gw.set("IP.Interface.1.LowerLayers", "Ethernet.VLANTermination.2");
+        gw.set("Ethernet.VLANTermination.2.Status", "Up");
+        EXPECT_EQ(update(), 0) << status;
+    }
+}
+
 class InternetLedPpp : public LedTest, public testing::WithParamInterface<std::pair<const char*, const char*>> {};
 
 TEST_P(InternetLedPpp, InterfaceOnAPppLinkInUseCounts) {
@@ -350,6 +359,19 @@ TEST_F(InternetLedRoutes, Ipv4RouteGivesItsDevice) {
     std::string device;
     EXPECT_TRUE(hasDefaultRoute(device));
     EXPECT_EQ(device, "ppp0");
+}
+
+TEST_F(InternetLedRoutes, LineIsReadUpTo250Characters) {
+    const std::string start = "default via " + std::string(225, '1') + " dev ";
+    gw.commandOutput("ip route | grep 'default'", start + "ethernet0 metric 5");
+    gw.commandOutput("ip -6 route | grep 'default'", start + "ptm0 p metric 5");
+    std::string device;
+    EXPECT_TRUE(hasDefaultRoute(device));
+    EXPECT_EQ(device, "ethernet");
+    EXPECT_TRUE(hasIpv6DefaultRoute(device));
+    EXPECT_EQ(device, "ptm0");
+    gw.commandOutput("ip -6 route | grep 'default'", start + "ptm0.12 proto ra");
+    EXPECT_FALSE(hasIpv6DefaultRoute(device));
 }
 
 TEST_F(InternetLedRoutes, Ipv6RouteNeedsAThirdField) {

@@ -69,6 +69,14 @@ TEST(LogLine, OrdinaryTextStaysLetterForLetter) {
     EXPECT_TRUE(gw.logged("vlog", VLOG_ERROR, text));
 }
 
+TEST(LogLine, LoneFirstByteOfATwoByteLetterStaysAsItIs) {
+    Gateway gw;
+    logs::print("%s", "cut \xC2");
+    logs::print("%s\n", "cut too \xC2");
+    EXPECT_TRUE(gw.logged("stdout", "cut \xC2"));
+    EXPECT_TRUE(gw.logged("stdout", "cut too \xC2"));
+}
+
 TEST(LogLine, AnnouncedPayloadCannotForgeALine) {
     Gateway gw;
     gw.receive(VCFG_MSG_FAKEROOT_SYS_COMMAND, "x\"\nSystem: System init finished\n");

@@ -126,6 +126,12 @@ TEST_F(Option121, WidthAbove32EndsTheWalkWithOneLine) {
                           "the rest"));
 }
 
+TEST_F(Option121, Width33IsRefusedWithAllItsOctetsThere) {
+    apply("791218c0a801c0a80101210102030405c0a80101");
+    EXPECT_EQ(routeCount(), 1u);
+    EXPECT_TRUE(gw.loggedContaining("bad route descriptor at byte 10 of option 121"));
+}
+
 TEST_F(Option121, LengthPastTheEndKeepsTheRoutesBefore) {
     apply("79ff18c0a801c0a8010118c0a8");
     ASSERT_EQ(routeCount(), 1u);
@@ -147,6 +153,13 @@ TEST_F(Option121, LoneLastDigitIsDropped) {
 TEST_F(Option121, TextEndsAtTheFirstPairThatIsNoNumber) {
     apply("790818c0a8zz01c0a80101");
     EXPECT_EQ(routeCount(), 0u);
+}
+
+TEST_F(Option121, NeighboursOfTheDigitsAreNone) {
+    for (const char* pair : {":0", "0:", "/0", "0/", "`0", "g0", "@0", "G0"}) {
+        apply("790818c0a8" + std::string(pair) + "01c0a80101");
+        EXPECT_EQ(routeCount(), 0u) << pair;
+    }
 }
 
 TEST_F(Option121, RefusedAddIsLoggedAndTheNextRouteTried) {

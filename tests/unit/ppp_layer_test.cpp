@@ -149,6 +149,18 @@ TEST_F(PppIpv4Up, UnreadableLayerObjectEndsTheEvent) {
     EXPECT_TRUE(gw.writes().empty());
 }
 
+TEST_F(PppIpv4Up, LayerObjectThatIsNotWrittenIsAFailure) {
+    const objIndex link{1, {2, 0, 0, 0, 0, 0}};
+    gw.refuseWrite(Operation::Get, "PPP.Interface.{i}.IPCP");
+    gw.refuseWrite(Operation::Get, "PPP.Interface.{i}.IPv6CP");
+    EXPECT_EQ(tarnIpcpObjSet(link, "192.0.2.7", "192.0.2.1", ""), VCFG_ERR_FAIL);
+    EXPECT_EQ(tarnIpv6cpObjSet(link, "::1", "::2"), VCFG_ERR_FAIL);
+    gw.refuseWrite(Operation::Set, "PPP.Interface.{i}.IPCP");
+    gw.refuseWrite(Operation::Set, "PPP.Interface.{i}.IPv6CP");
+    EXPECT_EQ(tarnIpcpObjSet(link, "192.0.2.7", "192.0.2.1", ""), VCFG_ERR_FAIL);
+    EXPECT_EQ(tarnIpv6cpObjSet(link, "::1", "::2"), VCFG_ERR_FAIL);
+}
+
 TEST_F(PppIpv4Up, NullLayerObjectIsToldAndEndsTheEvent) {
     inproc::nullRecord("PPP.Interface.{i}.IPCP");
     EXPECT_EQ(processPppdMsg(kIpv4Up), VCFG_ERR_FAIL);

@@ -57,6 +57,16 @@ TEST(StartupCompletion, LeavesDisabledUpnpAlone) {
     }
 }
 
+TEST(StartupCompletion, NoticeIsAwaitedWithoutLimit) {
+    Gateway gw;
+    gw.receiveEmpty(VCFG_MSG_INIT_DATAMODEL_FIN);
+    ASSERT_FALSE(gw.requests().empty());
+    const SentMessage notice = gw.requests().back();
+    EXPECT_EQ(notice.type, VCFG_MSG_INIT_DATAMODEL_FIN);
+    EXPECT_TRUE(notice.awaited);
+    EXPECT_EQ(notice.patienceMs, 0u);
+}
+
 TEST(StartupCompletion, SecondRunsTheScriptsAndUpnpAgain) {
     Gateway gw;
     gw.set("UPnP.Device.Enable", "true");

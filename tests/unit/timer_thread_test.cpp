@@ -290,6 +290,13 @@ TEST_F(TimerRequest, WithoutTimerItFails) {
     EXPECT_TRUE(gw.logged("vlog", 3, "Init skCltLocalConn failed"));
 }
 
+TEST_F(TimerRequest, ToATimerThatHangsUpFails) {
+    gw.timerHangsUp();
+    EXPECT_EQ(sendMsgTarnTmTask("{}"), -1);
+    EXPECT_TRUE(gw.logged("vlog", 3, "fail to send"));
+    EXPECT_FALSE(gw.loggedContaining("send msg to timer_thread"));
+}
+
 TEST_F(TimerRequest, ObjectThatCannotBeMadeFails) {
     short_memory::leaveJson(0);
     EXPECT_EQ(tarnApplyAddObjectTmTask("a", 1, 1, nullptr), -1);

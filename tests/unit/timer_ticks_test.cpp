@@ -39,6 +39,24 @@ TEST_F(TimerTicks, DisableDisarmsUntilTheNextTaskIsAdded) {
     EXPECT_EQ(pass(2000), (Names{"b@11000", "a@12000"}));
 }
 
+TEST_F(TimerTicks, RemovingItsLastTaskDisarmsAnEnabledTimer) {
+    request(R"({"tmenable":"enable"})");
+    add("a", "2");
+    add("b", "2");
+    remove("a");
+    EXPECT_NE(left(), std::nullopt);
+    remove("b");
+    EXPECT_EQ(left(), std::nullopt);
+}
+
+TEST_F(TimerTicks, IntervalOfZeroLeavesTheTimeToTheNextTickAsItIs) {
+    request(R"({"tmenable":"enable","tminterval":10})");
+    add("a", "30");
+    pass(4000);
+    request(R"({"tminterval":0})");
+    EXPECT_EQ(left(), 6000u);
+}
+
 TEST_F(TimerTicks, EveryRequestBeginsAWholeIntervalOfAnEnabledTimer) {
     request(R"({"tmenable":"enable"})");
     add("a", "1");

@@ -250,6 +250,8 @@ TEST_F(WanCommandDualStack, RefusedInterfaceWriteRecordsAndAnswersNobody) {
         gw.refuseWrite(Operation::Set, "IP.Interface.{i}");
         gw.receiveEmpty(type, kPage, instanceId({2}));
         EXPECT_NO_REPLY(gw);
+        EXPECT_TRUE(
+            gw.logged("vlog", VLOG_ERROR, "IP.Interface.3 refused its new Status, its requester is not answered"));
         EXPECT_FALSE(pending::peek());
         EXPECT_FALSE(gw.loggedContaining("Set IP Interface Success"));
     }

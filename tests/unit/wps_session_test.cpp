@@ -24,6 +24,20 @@ TEST_F(WpsStop, WhenIdleSendsStopAndSaysSo) {
     EXPECT_TRUE(gw.told().empty());
 }
 
+TEST_F(WpsStop, PrintsWhatWasAnswered) {
+    gw.wireless(4015, says(0, R"({"a":1})"));
+    gw.stop(gw.request(kWebServer));
+    for (const char* line : {"wpsParseReplyMsg: now status: 0", "wpsParseReplyMsg: rst: 0",
+                             "wpsParseReplyMsg: statCode: 0", "wpsParseReplyMsg: replyMsgData: {\"a\":1}"}) {
+        EXPECT_TRUE(gw.logged("stdout", line)) << line;
+    }
+    gw.forget();
+    gw.wireless(4015, says(0));
+    gw.stop(gw.request(kWebServer));
+    EXPECT_TRUE(gw.logged("stdout", "wpsParseReplyMsg: statCode: 0"));
+    EXPECT_FALSE(gw.loggedContaining("replyMsgData"));
+}
+
 TEST_F(WpsStop, OfAnyApplicationIsSent) {
     gw.stop(gw.request(kStranger));
     EXPECT_EQ(gw.runningStatus(1), "NoError, WPS stop!");

@@ -34,6 +34,7 @@ int EndpointServer::start() {
         CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot be opened: %s", eid_, strerror(errno));
         return VCFG_ERR_FAIL;
     }
+    connections_.watchedBy(epoll_);
     if (!watch(listener_.fileWatch(), kSocketFile)) {
         CLIENT_LOG(VLOG_WARNING, "endpoint %u will not notice that its socket is removed: %s", eid_, strerror(errno));
     }
@@ -54,6 +55,7 @@ int EndpointServer::listen() {
     const auto drain = [this] {
         for (int each = 0; each <= Listener::kBacklog && acceptOne(); ++each) {
         }
+        epoll_ctl(epoll_, EPOLL_CTL_DEL, listener_.descriptor(), nullptr);  // a forked child may hold it open
     };
     return listener_.listen([this](int socket) { return watch(socket, kListener); }, drain);
 }

@@ -1,5 +1,6 @@
 #include "connections.h"
 
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -66,6 +67,7 @@ void Connections::close(ConnectionId id) {
     Connection* connection = find(id);
     if (connection != nullptr) {
         forget(*connection, connection->open);
+        epoll_ctl(epoll_, EPOLL_CTL_DEL, connection->socket, nullptr);  // a forked child may hold it open
         ::close(connection->socket);
         all_.erase(all_.begin() + (connection - all_.data()));
     }

@@ -37,6 +37,7 @@ class Connections {
     Connections(const Connections&) = delete;
     Connections& operator=(const Connections&) = delete;
 
+    void watchedBy(int epoll) { epoll_ = epoll; }
     Connection& add(int socket, uint32_t name);
     Connection* find(ConnectionId id);
     void close(ConnectionId id);
@@ -60,6 +61,7 @@ class Connections {
     // How many unanswered requests there are of each of 256 kinds, so that hardly ever all must be looked at.
     std::array<uint16_t, 256> openLike_{};
     ConnectionId lastId_ = 0;
+    int epoll_ = -1;
     size_t lastFound_ = 0;  // whose turn it is, is looked up again and again
     uint64_t uses_ = 0;
 };

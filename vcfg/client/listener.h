@@ -25,6 +25,7 @@ class Listener {
     bool prepare();
     // Readable when something has happened to the socket's file; -1 when that cannot be watched.
     int fileWatch() const { return inotify_; }
+    int descriptor() const { return socket_; }
 
     // Puts a new socket in the place of whatever is there. `watch` gets it before it can be found; `drain` is called
     // when it can be, while accept() still takes who waits at the former one. Answers a vcfg_code.

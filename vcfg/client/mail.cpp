@@ -78,7 +78,7 @@ bool converse(const Helper& helper, std::string_view request, const Deadline& de
         }
         if ((state.revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
             const ssize_t received = recv(helper.talk, chunk.data(), chunk.size(), MSG_DONTWAIT);
-            if (received == 0 || (received < 0 && errno != EAGAIN && errno != EINTR)) {
+            if (received == 0 || (received < 0 && errno != EAGAIN)) {
                 return true;
             }
             if (received > 0 && complaint->size() < kLongestComplaint) {
