@@ -1,8 +1,12 @@
 // Mistakes that failing calls have shown, each in a test of its own.
 #include <vcfg/msg_types.h>
 
+#include <new>
+
 #include "core/log.h"
 #include "injector.h"
+#include "store/json.h"
+#include "store/store.h"
 #include "support/kit.h"
 
 namespace {
@@ -87,6 +91,32 @@ TEST(FaultsFound, PingSeriesDoesNotBeginWithAMessageThatIsGivenUp) {
         EXPECT_EQ(gateway.get("IP.Diagnostics.ServerSelectionDiagnostics.DiagnosticsState"), "Error_Internal")
             << number;
     }
+}
+
+TEST(FaultsFound, ModelIsWrittenWholeOrNotAtAll) {
+    using namespace vcfg::store;
+    Store store;
+    for (const char* const text : {"a", "b"}) {
+        objIndex iid{};
+        ASSERT_EQ(store.add(RDM_OID_PPP_IFACE, &iid, nullptr), VCFG_OK);
+        const JsonPtr values = parseObject(std::string(R"({"Alias":")") + text + R"("})", nullptr);
+        ASSERT_EQ(store.write(RDM_OID_PPP_IFACE, iid, values.get(), nullptr), VCFG_OK);
+    }
+    const std::string whole = store.toText(What::All);
+    uint32_t number = 0;
+    for (bool struck = true; struck;) {
+        std::string text = whole;
+        faults::arm(Kind::Memory, ++number);
+        try {
+            const faults::Exposed now;
+            text = store.toText(What::All);
+        } catch (const std::bad_alloc&) {
+        }
+        faults::disarm();
+        struck = faults::hasStruck();
+        EXPECT_EQ(text, whole) << number;
+    }
+    EXPECT_GT(number, 10u);
 }
 
 }  // namespace
