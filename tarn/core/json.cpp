@@ -44,8 +44,11 @@ Json Json::parse(const char* text) {
 }
 
 Json Json::parse(const char* text, const char*& error) {
-    json_tokener_error code = json_tokener_success;
+    json_tokener_error code = json_tokener_continue;  // a whole text has another outcome, unless there is no parser
     json_object* parsed = json_tokener_parse_verbose(text != nullptr ? text : "", &code);
+    if (code == json_tokener_continue) {
+        outOfMemory(strlen(text != nullptr ? text : "") + 1);
+    }
     error = code != json_tokener_success ? json_tokener_error_desc(code) : nullptr;
     if (parsed != nullptr && json_object_get_type(parsed) != json_type_object) {
         json_object_put(parsed);

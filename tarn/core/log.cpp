@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "core/os.h"
@@ -60,16 +61,26 @@ void show(std::string_view text, const Put& put) {
     }
 }
 
-// The arguments put into the format, as a line shows them; nothing when memory is short.
+// The arguments put into the format, as a line shows them.
 std::string formatted(const char* format, va_list arguments) {
     char* text = nullptr;
     if (vasprintf(&text, format, arguments) < 0) {
-        return {};
+        throw std::bad_alloc();
     }
     const std::unique_ptr<char, void (*)(void*)> owned(text, free);
     std::string shown;
     show(text, [&shown](std::string_view piece) { shown += piece; });
     return shown;
+}
+
+// A line that finds no memory is lost; what it tells of goes on.
+template <class Tell>
+void tellOrLose(const char* format, va_list arguments, const Tell& tell) {
+    try {
+        tell(formatted(format, arguments));
+    } catch (const std::bad_alloc&) {
+        VLOG_OUT_OF_MEMORY(strlen(format) + 1, "insuffcient");
+    }
 }
 
 }  // namespace
@@ -95,20 +106,20 @@ void framework(int level, const char* source, int line, const char* function, co
 void system(int priority, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    tellOrLose(format, arguments, [priority](const std::string& text) { os::systemLog(priority, text); });
     va_end(arguments);
-    os::systemLog(priority, text);
 }
 
 void print(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    std::string text = formatted(format, arguments);
+    tellOrLose(format, arguments, [](std::string text) {
+        if (text.empty() || text.back() != '\n') {
+            text.push_back('\n');
+        }
+        os::standardOutput(text);
+    });
     va_end(arguments);
-    if (text.empty() || text.back() != '\n') {
-        text.push_back('\n');
-    }
-    os::standardOutput(text);
 }
 
 }  // namespace logs

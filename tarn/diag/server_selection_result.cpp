@@ -37,22 +37,20 @@ struct Outcome {
     std::optional<Json> result = {};  // to be written; the series is over then
 };
 
-bool takeFasterPingHost(Series& current, const Times& host) {
-    if (host.average == 0 || host.average >= current.best.average) {
-        return false;
-    }
-    current.best = host;
-    return true;
+bool isFaster(const Times& host, const Series& current) {
+    return host.average != 0 && host.average < current.best.average;
 }
 
-void addPingHostResult(Series& current, const Json& report) {
+// It is the best when its result is complete: a message that memory was short for may come again.
+void takePingHost(Series& current, const Times& host, const Json& report) {
     Json& result = *current.result;
-    result.set("MinimumResponseTime", current.best.minimum);
-    result.set("AverageResponseTime", current.best.average);
-    result.set("MaximumResponseTime", current.best.maximum);
+    result.set("MinimumResponseTime", host.minimum);
+    result.set("AverageResponseTime", host.average);
+    result.set("MaximumResponseTime", host.maximum);
     if (!result.copy("FastestHost", report, "FastestHost")) {
         result.remove("FastestHost");  // the host before is not the one that these times are of
     }
+    current.best = host;
 }
 
 std::optional<Times> timesOf(const Json& report) {
@@ -63,20 +61,16 @@ std::optional<Times> timesOf(const Json& report) {
                  report.unsigned32("MaximumResponseTime")};
 }
 
-Json& resultOf(Series& current) {
-    if (!current.result) {
-        current.result = Json::object();
-    }
-    return *current.result;
-}
-
-Outcome end(Series& current, bool stopsWorkers) {
-    return {stopsWorkers, std::exchange(current.result, std::nullopt)};
+// Takes the result out of the series, which is over then.
+Json end(Series& current) {
+    std::optional<Json> result = std::exchange(current.result, std::nullopt);
+    return result ? std::move(*result) : Json::object();
 }
 
 Outcome endWith(Series& current, const char* state) {
-    resultOf(current).set(kState, state);
-    return end(current, true);
+    Json result = end(current);
+    result.set(kState, state);
+    return {true, std::move(result)};
 }
 
 Outcome start(Series& current, const Json& report) {
@@ -85,8 +79,7 @@ Outcome start(Series& current, const Json& report) {
     if (!times) {
         return endWith(current, kErrorInternal);
     }
-    current.best = *times;
-    addPingHostResult(current, report);
+    takePingHost(current, *times, report);
     return {};
 }
 
@@ -95,8 +88,8 @@ Outcome measured(Series& current, const Json& report) {
     if (!current.result || !times) {
         return endWith(current, kErrorInternal);
     }
-    if (takeFasterPingHost(current, *times)) {
-        addPingHostResult(current, report);
+    if (isFaster(*times, current)) {
+        takePingHost(current, *times, report);
     }
     return {};
 }
@@ -106,8 +99,9 @@ Outcome complete(Series& current, const Json& report) {
     if (!state) {
         return endWith(current, kErrorInternal);
     }
-    resultOf(current).copy(kState, report, kState);
-    return end(current, state->find("Error") != std::string::npos);
+    Json result = end(current);
+    result.copy(kState, report, kState);
+    return {state->find("Error") != std::string::npos, std::move(result)};
 }
 
 Outcome take(Series& current, const Json& report) {

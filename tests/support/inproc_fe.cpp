@@ -285,6 +285,11 @@ std::string get(const std::string& path) {
     return valueText(*where->parameter, record);
 }
 
+std::string text() {
+    const std::lock_guard lock(mutex);
+    return world.store.toText(vcfg::store::What::All);
+}
+
 bool exists(const std::string& path) {
     const std::lock_guard lock(mutex);
     const auto where = vcfg::model::resolve(path);

@@ -19,6 +19,7 @@ bool isKept();
 // exist.
 std::string set(const std::string& path, const std::string& value);  // why it was refused, or empty
 std::string get(const std::string& path);
+std::string text();  // all of it, as it would be kept
 bool exists(const std::string& path);
 std::vector<std::string> instancesOf(const std::string& tablePath);  // "IP.Interface.1.IPv4Address" -> full paths
 

@@ -17,6 +17,7 @@
 #include "guarded.h"
 #include "log_level.h"
 #include "model/describe.h"
+#include "store/json_text.h"
 
 namespace vcfg {
 namespace {
@@ -164,8 +165,7 @@ int vcfgFeObjJsonSetWithAdditions(uint32_t oid, const objIndex* iid, json_object
                                   uint32_t requestType, void* /*feedback*/) {
     return guarded([=] {
         const bool valid = json != nullptr && additions == 0;
-        return valid ? writeJson(oid, iid, json_object_to_json_string_ext(json, JSON_C_TO_STRING_PLAIN), requestType)
-                     : VCFG_ERR_INVALID;
+        return valid ? writeJson(oid, iid, store::textOf(json).c_str(), requestType) : VCFG_ERR_INVALID;
     });
 }
 

@@ -42,14 +42,15 @@ int EndpointServer::sendAnswer(Connection& connection, const vcfg_msg_t& message
         connections_.close(connection.id);
         return error == 0 ? VCFG_OK : VCFG_ERR_NO_PEER;
     }
+    if (error == 0) {
+        return VCFG_OK;
+    }
+    // Who waits is told; what it sent before is still received.
+    shutdown(connection.socket, SHUT_RDWR);
     if (error == EAGAIN) {
         CLIENT_LOG(VLOG_WARNING, "endpoint %u does not read its answers: its connection is closed", message.dstEid);
         copyFailure(message, VCFG_ERR_FULL);
-        shutdown(connection.socket, SHUT_RDWR);  // what it sent before is still received
         return VCFG_ERR_FULL;
-    }
-    if (error == 0) {
-        return VCFG_OK;
     }
     return error == EPIPE || error == ECONNRESET || error == ENOTCONN ? VCFG_ERR_NO_PEER : VCFG_ERR_FAIL;
 }

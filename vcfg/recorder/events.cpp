@@ -1,11 +1,25 @@
 // The entries of what the programs tell.
 #include "events.h"
 
+#include <new>
+
 #include "program.h"
 #include "secrets.h"
 #include "thread.h"
 
 namespace vcfg::recorder {
+namespace {
+
+// Where memory is short, the text is missed and nothing else.
+void appendMasked(Entry& entry, std::string_view text) {
+    try {
+        append(entry, masked(text));
+    } catch (const std::bad_alloc&) {
+        append(entry, "(memory is short)");
+    }
+}
+
+}  // namespace
 
 uint32_t begin(std::string_view kind, uint32_t cause, std::string_view what) {
     File* const into = file.load(std::memory_order_acquire);
@@ -19,7 +33,7 @@ uint32_t begin(std::string_view kind, uint32_t cause, std::string_view what) {
     entry.cause = cause != 0 ? cause : before;
     appendField(entry, kind);
     appendField(entry, program_invocation_short_name);
-    append(entry, masked(what));
+    appendMasked(entry, what);
     open(*into, thread, entry);
     return before;
 }
@@ -61,7 +75,7 @@ void step(Lane lane, std::string_view kind, std::string_view what, int result) {
     Entry entry = entryOf(Kind::Step, thread);
     entry.numbers[0] = static_cast<uint32_t>(result);
     appendField(entry, kind);
-    append(entry, masked(what));
+    appendMasked(entry, what);
     add(*into, thread, lane, entry);
 }
 

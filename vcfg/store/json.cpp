@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "json_text.h"
+
 namespace vcfg::store {
 namespace {
 
@@ -114,12 +116,12 @@ JsonPtr recordJson(const Object& object, const void* record) {
 
 bool setJson(const Parameter& parameter, void* record, json_object* value, std::string* why) {
     const json_type type = json_object_get_type(value);
+    std::string printed;
     std::string_view text;
-    if (fits(parameter, type)) {
-        text = type == json_type_string
-                   ? std::string_view(json_object_get_string(value),
-                                      static_cast<size_t>(json_object_get_string_len(value)))
-                   : std::string_view(json_object_to_json_string_ext(value, JSON_C_TO_STRING_PLAIN));
+    if (fits(parameter, type) && type == json_type_string) {
+        text = {json_object_get_string(value), static_cast<size_t>(json_object_get_string_len(value))};
+    } else if (fits(parameter, type)) {
+        text = printed = textOf(value);
     } else if (parameter.isText()) {
         return refuse(why, std::string(parameter.name) + " takes a text");
     } else {

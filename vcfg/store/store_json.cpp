@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "json_text.h"
 #include "members.h"
 #include "store.h"
 
@@ -115,10 +116,7 @@ JsonPtr Store::toJson(What what) const {
 }
 
 std::string Store::toText(What what) const {
-    const JsonPtr json = toJson(what);
-    const char* text =
-        json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE);
-    return text != nullptr ? text : throw std::bad_alloc();
+    return textOf(toJson(what).get(), JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
 // The objects that the model has, parents before what is below them. False when one that it has not is refused.

@@ -1,7 +1,10 @@
 // How a request changes the model, and the apply hooks that follow.
 #include <vcfg/fe.h>
 
+#include <new>
+
 #include "client/fe_wire.h"
+#include "store/json_text.h"
 #include "vlog.h"
 #include "writes.h"
 
@@ -24,7 +27,7 @@ std::string textOf(const Edited& one) {
     json_object* before =
         one.fate != Fate::Came ? store::recordJson(*one.object, one.before.data()).release() : json_object_new_object();
     json_object_object_add(json.get(), "previous", before);
-    return json_object_to_json_string_ext(json.get(), JSON_C_TO_STRING_PLAIN);
+    return store::textOf(json.get());
 }
 
 void report(const HookRun& run) {
@@ -80,11 +83,16 @@ vcfg_msg_t* envelopeOf(const vcfg_msg_t& message) {
 }
 
 void ended(Vcmd& vcmd, Waiting& waiting, const HookRun& run) {
-    report(run);
-    if (!run.failure.empty() && waiting.failure.empty()) {
-        waiting.failure = hookFailure(run);
+    --waiting.left;
+    try {
+        report(run);
+        if (!run.failure.empty() && waiting.failure.empty()) {
+            waiting.failure = hookFailure(run);
+        }
+    } catch (const std::bad_alloc&) {
+        waiting.failure = "no memory";  // a text that needs none
     }
-    if (--waiting.left > 0) {
+    if (waiting.left > 0) {
         return;
     }
     if (!waiting.failure.empty()) {
@@ -102,6 +110,7 @@ void answerWhenApplied(Vcmd& vcmd, Staged& staged) {
     for (HookJob& job : staged.jobs) {
         job.done = [&vcmd, waiting](const HookRun& run) { ended(vcmd, *waiting, run); };
     }
+    staged.request.message.reset();
 }
 
 }  // namespace

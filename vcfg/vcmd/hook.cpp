@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "recorder/events.h"
@@ -165,6 +166,17 @@ std::string describeStatus(int status, const std::string& complaint) {
     return complaint.empty() ? text : text + ", \"" + complaint + "\"";
 }
 
+void takeEnd(HookRun& run, int status) {
+    readComplaints(run, kMostPiecesAtEnd);
+    readOutput(run);
+    if (run.failure.empty() && run.text.size() > kMaxOutput) {
+        run.failure = "wrote more than " + std::to_string(kMaxOutput) + " bytes";
+    }
+    if (run.failure.empty() && status != 0) {
+        run.failure = describeStatus(status, run.complaint.line());
+    }
+}
+
 }  // namespace
 
 bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
@@ -223,13 +235,10 @@ bool reapHook(HookRun& run) {
         return false;
     }
     run.pid = -1;
-    readComplaints(run, kMostPiecesAtEnd);
-    readOutput(run);
-    if (run.failure.empty() && run.text.size() > kMaxOutput) {
-        run.failure = "wrote more than " + std::to_string(kMaxOutput) + " bytes";
-    }
-    if (run.failure.empty() && status != 0) {
-        run.failure = describeStatus(status, run.complaint.line());
+    try {
+        takeEnd(run, status);
+    } catch (const std::bad_alloc&) {
+        run.failure = "memory is short";
     }
     run.output.reset();
     run.complaints.reset();

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 
 #include "recorder/events.h"
 
@@ -10,6 +11,7 @@ namespace vcfg::vcmd {
 namespace {
 
 constexpr size_t kMostRefreshing = 32;
+constexpr const char* kNoMemory = "memory is short";  // a text that needs none
 
 std::deque<HookJob>& waiting(Hooks& hooks, HookKind kind) {
     return kind == HookKind::Apply ? hooks.apply : hooks.refresh;
@@ -18,6 +20,23 @@ std::deque<HookJob>& waiting(Hooks& hooks, HookKind kind) {
 size_t countRunning(const Hooks& hooks, HookKind kind) {
     return static_cast<size_t>(std::count_if(hooks.running.begin(), hooks.running.end(),
                                              [kind](const auto& one) { return one->job.kind == kind; }));
+}
+
+void fail(HookJob& job) {
+    HookRun run;
+    run.failure = kNoMemory;
+    run.call = std::move(job.call);
+    job.done(run);
+}
+
+bool startNow(Hooks& hooks, Hooks::Running& running) {
+    try {
+        hooks.running.reserve(hooks.running.size() + 1);
+        return startHook(running.job.call, hooks.limitMs, running.run);
+    } catch (const std::bad_alloc&) {
+        running.run.failure = kNoMemory;
+        return false;
+    }
 }
 
 // What is done with it belongs to its event.
@@ -31,9 +50,13 @@ void conclude(Hooks::Running& ended) {
 
 // False when the hook could not be started; its job is over then.
 bool start(Hooks& hooks, HookJob job) {
-    auto running = std::make_unique<Hooks::Running>();
+    std::unique_ptr<Hooks::Running> running(new (std::nothrow) Hooks::Running);
+    if (running == nullptr) {
+        fail(job);
+        return false;
+    }
     running->job = std::move(job);
-    const bool started = startHook(running->job.call, hooks.limitMs, running->run);
+    const bool started = startNow(hooks, *running);
     if (started) {
         hooks.running.push_back(std::move(running));
     } else {
@@ -58,6 +81,7 @@ bool startWaiting(Hooks& hooks) {
 
 bool finishEnded(Hooks& hooks) {
     std::vector<std::unique_ptr<Hooks::Running>> ended;
+    ended.reserve(hooks.running.size());  // an end is found once
     for (auto& one : hooks.running) {
         tendHook(one->run);
         if (reapHook(one->run)) {
@@ -83,9 +107,14 @@ size_t hookRoom(const Hooks& hooks, HookKind kind) {
     return used < kMostWaitingHooks ? kMostWaitingHooks - used : 0;
 }
 
-void queueHook(Hooks& hooks, HookJob job) {
+// A job that finds no memory has failed: whoever waits for its end is told.
+void queueHook(Hooks& hooks, HookJob&& job) {
     job.call.cause = recorder::current();
-    waiting(hooks, job.kind).push_back(std::move(job));
+    try {
+        waiting(hooks, job.kind).push_back(std::move(job));
+    } catch (const std::bad_alloc&) {
+        fail(job);
+    }
 }
 
 void pollHooks(const Hooks& hooks, std::vector<pollfd>& fds) {

@@ -43,7 +43,7 @@ inline constexpr size_t kMostWaitingHooks = 256;
 std::string hookProgram(const Hooks& hooks, HookKind kind, const model::Object& object);
 // Room for more waiting jobs of that kind.
 size_t hookRoom(const Hooks& hooks, HookKind kind);
-void queueHook(Hooks& hooks, HookJob job);
+void queueHook(Hooks& hooks, HookJob&& job);
 
 // Appends what to poll for.
 void pollHooks(const Hooks& hooks, std::vector<pollfd>& fds);

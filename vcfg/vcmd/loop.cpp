@@ -1,6 +1,7 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <new>
 #include <utility>
 
 #include "debug_level.h"
@@ -51,36 +52,47 @@ int timeout(const Vcmd& vcmd) {
     return sooner(vcmd.keeper.due.remainingMs(), sooner(hookTimeout(vcmd.hooks), vcmd.announcer.nextTry.remainingMs()));
 }
 
+// Waits for something to do and does it; true when there may be more.
+bool round(Vcmd& vcmd, const Fd& signals, bool more) {
+    std::vector<pollfd> fds = {{vcmd.server->pollFd(), POLLIN, 0},
+                               {signals.get(), POLLIN, 0},
+                               {vcmd.announcer.watch.get(), POLLIN, 0},
+                               {vcmd.hookWatch.changes.get(), POLLIN, 0}};
+    pollHooks(vcmd.hooks, fds);
+    poll(fds.data(), fds.size(), more ? 0 : timeout(vcmd));
+    if (fds[1].revents != 0) {
+        takeSignals(vcmd, signals.get());
+    }
+    if (fds[2].revents != 0) {
+        lookAtRunDirectory(vcmd);
+    }
+    if (fds[3].revents != 0) {
+        lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
+    }
+    announce(vcmd.announcer);
+    tendHooks(vcmd.hooks);
+    const bool moreRequests = serveRequests(vcmd);
+    forgetLoading(vcmd);
+    tendHooks(vcmd.hooks);
+    keep(vcmd.keeper, vcmd.store);
+    tellNews(vcmd);
+    return moreRequests;
+}
+
 }  // namespace
 
+// What a round leaves undone, because memory is short, is found again in the next one.
 void run(Vcmd& vcmd) {
     const Fd signals = openSignals();
     lookAtRunDirectory(vcmd);
     bool more = true;
-    std::vector<pollfd> fds;
     while (!vcmd.stop) {
-        fds = {{vcmd.server->pollFd(), POLLIN, 0},
-               {signals.get(), POLLIN, 0},
-               {vcmd.announcer.watch.get(), POLLIN, 0},
-               {vcmd.hookWatch.changes.get(), POLLIN, 0}};
-        pollHooks(vcmd.hooks, fds);
-        poll(fds.data(), fds.size(), more ? 0 : timeout(vcmd));
-        if (fds[1].revents != 0) {
-            takeSignals(vcmd, signals.get());
+        try {
+            more = round(vcmd, signals, more);
+        } catch (const std::bad_alloc&) {
+            VCMD_LOG(VLOG_ERROR, "memory is short");
+            more = true;
         }
-        if (fds[2].revents != 0) {
-            lookAtRunDirectory(vcmd);
-        }
-        if (fds[3].revents != 0) {
-            lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
-        }
-        announce(vcmd.announcer);
-        tendHooks(vcmd.hooks);
-        more = serveRequests(vcmd);
-        forgetLoading(vcmd);
-        tendHooks(vcmd.hooks);
-        keep(vcmd.keeper, vcmd.store);
-        tellNews(vcmd);
     }
     killHooks(vcmd.hooks);
     std::string why;

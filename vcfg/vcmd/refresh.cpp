@@ -1,7 +1,10 @@
 // Owners who refresh their instances before they are read: who reads asks for it here.
+#include <new>
+
 #include "client/fe_wire.h"
 #include "recorder/events.h"
 #include "requests.h"
+#include "store/json_text.h"
 #include "vlog.h"
 
 namespace vcfg::vcmd {
@@ -29,21 +32,31 @@ void takeRefreshed(Vcmd& vcmd, const vcfg_msg_t& request, const HookRun& run) {
     }
 }
 
+// Who reads is answered, with or without the values.
+void takeOrLose(Vcmd& vcmd, const vcfg_msg_t& request, const HookRun& run) {
+    try {
+        takeRefreshed(vcmd, request, run);
+    } catch (const std::bad_alloc&) {
+        VCMD_LOG(VLOG_WARNING, "memory is short for what a refresh hook has printed");
+    }
+}
+
 void startRefresh(Vcmd& vcmd, Staged& staged, const model::Object& object, const void* record, std::string program) {
     if (hookRoom(vcmd.hooks, HookKind::Refresh) == 0) {
         return refuse(staged, VCFG_ERR_FULL, "too many refreshes are waiting");
     }
     const store::JsonPtr values = store::recordJson(object, record);
     HookCall call{std::move(program), "get", model::path(object, staged.request.message->objIid),
-                  json_object_to_json_string_ext(values.get(), JSON_C_TO_STRING_PLAIN), true};
+                  store::textOf(values.get()), true};
     // Shared, as a std::function wants to be copyable.
     auto request = std::make_shared<Staged>();
+    HookJob job{HookKind::Refresh, std::move(call), [&vcmd, request](const HookRun& run) {
+                    takeOrLose(vcmd, *request->request.message, run);
+                    confirm(*request);
+                    answerNow(vcmd, *request);
+                }};
     request->request = std::move(staged.request);
-    queueHook(vcmd.hooks, {HookKind::Refresh, std::move(call), [&vcmd, request](const HookRun& run) {
-                               takeRefreshed(vcmd, *request->request.message, run);
-                               confirm(*request);
-                               answerNow(vcmd, *request);
-                           }});
+    queueHook(vcmd.hooks, std::move(job));
 }
 
 }  // namespace

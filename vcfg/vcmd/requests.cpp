@@ -18,6 +18,11 @@ bool expectsAnswer(const vcfg_msg_t& message) {
     return (message.type & VCFG_MSG_NO_REPLY) == 0;
 }
 
+// The daemon waits for this answer although the type says that none is expected.
+bool isAwaited(const vcfg_msg_t& message) {
+    return expectsAnswer(message) || message.type == VCFG_MSG_INIT_DATAMODEL_FIN;
+}
+
 void serveWatch(Vcmd& vcmd, Staged& staged) {
     const std::string_view payload = staged.request.payload();
     if (!payload.empty() && payload.find('\0') != payload.size() - 1) {
@@ -28,7 +33,7 @@ void serveWatch(Vcmd& vcmd, Staged& staged) {
     code == VCFG_OK ? confirm(staged) : refuse(staged, code, "there are too many watchers");
 }
 
-// The daemon waits for this answer although the type says that none is expected; it prints the text.
+// The daemon prints the answer's text.
 void confirmStartUp(Vcmd& vcmd, Staged& staged) {
     const vcfg_msg_t& notice = *staged.request.message;
     lookForDaemon(vcmd.announcer);  // or a socket that is found to be new later would take it for its predecessor's
@@ -112,6 +117,8 @@ void confirm(Staged& staged, const objIndex& iid, std::span<const std::byte> rec
 void answerNow(Vcmd& vcmd, Staged& staged) {
     if (staged.answer != nullptr) {
         vcmd.server->answer(staged.request.from, *staged.answer);
+    } else if (staged.request.message != nullptr && isAwaited(*staged.request.message)) {
+        vcmd.server->close(staged.request.from);
     }
 }
 

@@ -9,7 +9,7 @@
 namespace vcfg::vcmd {
 
 struct Request {
-    bus::MessagePtr message;
+    bus::MessagePtr message;  // null when a hook's end answers it
     bus::ConnectionId from = 0;
 
     std::string_view payload() const { return {vcfg_msg_text(message.get()), message->length}; }
@@ -32,7 +32,7 @@ void serveService(Vcmd& vcmd, Staged& staged);
 void refuse(Staged& staged, int code, const std::string& why);
 void confirm(Staged& staged, const objIndex& iid = {}, std::span<const std::byte> record = {});
 
-// Runs an answer's last steps from a hook's end, where nothing is staged.
+// Answers who waits. Where memory was short for the answer, the end of the connection tells that there is none.
 void answerNow(Vcmd& vcmd, Staged& staged);
 
 // What a hook's failure looks like in the log and in answers.

@@ -4,6 +4,7 @@
 #include "message.h"
 #include "recorder/events.h"
 #include "store/clock.h"
+#include "store/json_text.h"
 #include "vlog.h"
 
 namespace vcfg::vcmd {
@@ -37,7 +38,7 @@ std::string changeLine(const store::Change& change, const std::string& by, std::
     if (refreshedFor) {
         json_object_object_add(line.get(), "refreshedFor", json_object_new_int(*refreshedFor));
     }
-    return json_object_to_json_string_ext(line.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
+    return store::textOf(line.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
 bool wants(const Watchers::Watcher& watcher, const std::string& path) {

@@ -1,0 +1,289 @@
+// The configuration daemon on a thread of this process, and its clients' library: one call after the other fails, of
+// the one or of the other. What is asked for is done whole or not at all, and the next request is served.
+#include "vcmd/vcmd.h"
+
+#include <gtest/gtest.h>
+#include <vcfg/vcfg.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <new>
+#include <thread>
+
+#include "client/fe_client.h"
+#include "client/fe_wire.h"
+#include "injector.h"
+
+namespace fs = std::filesystem;
+namespace wire = vcfg::wire;
+
+namespace {
+
+using faults::Kind;
+
+constexpr uint8_t kOwnEid = 200;
+constexpr uint32_t kSoonMs = 20000;
+// Calls that fail of a request in a test run; TARN_FAULTS=all fails each.
+constexpr uint32_t kShare = 40;
+// Descriptors that a first failure opens and that stay; each fault leaving one would be more.
+constexpr int64_t kOnce = 2;
+const objIndex kFirst = {1, {1, 0, 0, 0, 0, 0}};
+
+char now[256];
+void lastWords(int signal) {
+    const ssize_t ignored = write(STDERR_FILENO, now, strlen(now));
+    (void)ignored;
+    faults::tellWhere(STDERR_FILENO);
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+vcfg::Answer ask(uint32_t type, uint32_t oid = 0, const objIndex& at = {}, const std::string& payload = "") {
+    return vcfg::request(type, oid, at, payload, vcfg::Deadline::ofCall(kSoonMs));
+}
+
+std::string bytesOf(const wire::WriteHeader& header) {
+    return {reinterpret_cast<const char*>(&header), sizeof header};
+}
+
+std::string writeOf(const std::string& json) {
+    return bytesOf({VCFG_FE_WRITE_AND_WAIT}) + json + '\0';
+}
+
+// What is open, a line each.
+std::string descriptors() {
+    std::string all;
+    std::error_code gone;
+    for (const auto& file : fs::directory_iterator("/proc/self/fd")) {
+        all += file.path().filename().string() + " " + fs::read_symlink(file.path(), gone).string() + "\n";
+    }
+    return all;
+}
+
+int64_t countOf(const std::string& lines) {
+    return std::count(lines.begin(), lines.end(), '\n');
+}
+
+bool eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kSoonMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// A directory with what vcmd needs, and hooks for PPP interfaces.
+class Home {
+  public:
+    Home() {
+        std::string name = "/tmp/vcmd_faults_XXXXXX";
+        path_ = mkdtemp(name.data());
+        for (const char* one : {"run", "data", "hooks", "hooks/apply", "hooks/refresh"}) {
+            fs::create_directory(path_ / one);
+            fs::permissions(path_ / one, fs::perms::owner_all);
+        }
+        hook("apply", "exit 0");
+        hook("refresh", "echo '{\"Status\":\"Up\"}'");
+        setenv("VCFG_RUN_DIR", (path_ / "run").c_str(), 1);
+        setenv("VCFG_DATA_DIR", (path_ / "data").c_str(), 1);
+    }
+    ~Home() { fs::remove_all(path_); }
+    Home(const Home&) = delete;
+    Home& operator=(const Home&) = delete;
+    std::string path(const char* name) const { return path_ / name; }
+
+  private:
+    void hook(const char* kind, const char* script) {
+        const fs::path file = path_ / "hooks" / kind / "PPP.Interface.{i}";
+        std::ofstream(file) << "#!/bin/sh\n" << script << "\n";
+        fs::permissions(file, fs::perms::owner_all);
+    }
+    fs::path path_;
+};
+
+// Serves until it is told to end, with its calls exposed to faults.
+class Served {
+  public:
+    Served() {
+        vcmd_.options.runDir = home_.path("run");
+        vcmd_.options.dataDir = home_.path("data");
+        vcmd_.options.hookDir = home_.path("hooks");
+        thread_ = std::thread([this] {
+            if (setUp(vcmd_)) {
+                const faults::Exposed serving;
+                run(vcmd_);
+            }
+        });
+        static const int registered = vcfg_msg_eidInit(kOwnEid, "faults");
+        EXPECT_EQ(registered, VCFG_OK);
+        EXPECT_TRUE(eventually([] { return ask(wire::kPing).code == VCFG_OK; }));
+    }
+    ~Served() {
+        kill(getpid(), SIGTERM);  // taken by vcmd's descriptor; all threads but its block it
+        thread_.join();
+    }
+    Served(const Served&) = delete;
+    Served& operator=(const Served&) = delete;
+
+  private:
+    Home home_;
+    vcfg::vcmd::Vcmd vcmd_;
+    std::thread thread_;
+};
+
+struct Request {
+    const char* name;
+    std::function<int()> make;
+};
+
+int addOne() {
+    const vcfg::Answer added = ask(wire::kAdd, RDM_OID_PPP_IFACE);
+    return added.code == VCFG_OK ? ask(wire::kDelete, RDM_OID_PPP_IFACE, added.iid).code : added.code;
+}
+
+int changeSeveral() {
+    vcfg_step_t steps[] = {{VCFG_STEP_ADD, RDM_OID_IP_IFACE, {}, R"({"Alias":"two"})"},
+                           {VCFG_STEP_DELETE, RDM_OID_IP_IFACE, {1, {0, 0, 0, 0, 0, 0}}, nullptr}};
+    return vcfgFeObjChange(steps, 2, VCFG_FE_WRITE_AND_WAIT, nullptr);
+}
+
+int loadModel() {
+    const std::string model =
+        R"({"version":1,"objects":{"PPP.Interface.1":{"Alias":"one"},"IP.Interface.1":{"Alias":"one"}}})";
+    const int code = ask(wire::kLoadPart, 0, {}, model).code;
+    return code == VCFG_OK ? ask(wire::kLoad, 0, {}, bytesOf({VCFG_FE_WRITE_AND_WAIT})).code : code;
+}
+
+int readAll() {
+    objIndex at{};
+    void* record = nullptr;
+    while (vcfgFeObjStructGetNextWithoutUpdate(RDM_OID_IP_IFACE, &at, &record) == VCFG_OK) {
+        free(record);
+    }
+    return VCFG_OK;
+}
+
+int readRefreshed() {
+    objIndex at = kFirst;
+    void* record = nullptr;
+    const int code = vcfgFeObjStructGet(RDM_OID_PPP_IFACE, &at, &record);
+    free(record);
+    return code;
+}
+
+int save() {
+    const int code = vcfgFeObjWrite(RDM_OID_IP_IFACE, &kFirst, R"({"Enable":true})", VCFG_FE_WRITE_APPLY, nullptr);
+    return code == VCFG_OK ? ask(wire::kSave).code : code;
+}
+
+const Request kRequests[] = {
+    {"write",
+     [] { return ask(wire::kWrite, RDM_OID_IP_IFACE, kFirst, writeOf(R"({"Alias":"x","Enable":true})")).code; }},
+    {"write_with_hook", [] { return ask(wire::kWrite, RDM_OID_PPP_IFACE, kFirst, writeOf(R"({"Alias":"x"})")).code; }},
+    {"add_and_delete", addOne},
+    {"change_several", changeSeveral},
+    {"load", loadModel},
+    {"save", save},
+    {"read", readAll},
+    {"read_refreshed", readRefreshed},
+    {"watch", [] { return ask(wire::kWatch, 0, {}, std::string("IP.\0", 4)).code; }},
+    {"service", [] { return ask(wire::kService, RDM_OID_PPP_IFACE).code; }},
+    {"ping", [] { return ask(wire::kPing).code; }},
+};
+
+// Two objects, and nothing else.
+void bringTheModelBack() {
+    ASSERT_EQ(loadModel(), VCFG_OK) << now;
+}
+
+bool modelIsWhole() {
+    const auto reads = [](uint32_t oid) {
+        objIndex at{};
+        void* record = nullptr;
+        const int code = vcfgFeObjStructGetNextWithoutUpdate(oid, &at, &record);
+        free(record);
+        return code == VCFG_OK;
+    };
+    return reads(RDM_OID_PPP_IFACE) && reads(RDM_OID_IP_IFACE) && reads(RDM_OID_PPP_IFACE_IPCP);
+}
+
+class VcmdFaults : public testing::TestWithParam<size_t> {
+  protected:
+    static void SetUpTestSuite() {
+        sigset_t wanted;
+        sigemptyset(&wanted);
+        for (const int signal : {SIGTERM, SIGCHLD}) {
+            sigaddset(&wanted, signal);
+        }
+        pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
+        signal(SIGPIPE, SIG_IGN);
+        for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) {
+            std::signal(signal, lastWords);
+        }
+    }
+
+    // In the library that asks, or in vcmd.
+    static uint32_t makeRequest(Kind kind, uint32_t number, bool inClient) {
+        faults::arm(kind, number);
+        try {
+            const auto calling = inClient ? std::make_unique<faults::Exposed>() : nullptr;
+            request().make();
+        } catch (const std::bad_alloc&) {  // out of the library's inside; the API makes a code of it
+        }
+        return faults::disarm();
+    }
+
+    static void failOnce(Kind kind, uint32_t number, bool inClient) {
+        snprintf(now, sizeof now, "%s with %s fault %u in %s\n", request().name, faults::nameOf(kind), number,
+                 inClient ? "the client" : "vcmd");
+        makeRequest(kind, number, inClient);
+        EXPECT_TRUE(eventually([] { return ask(wire::kPing).code == VCFG_OK; })) << now;
+        EXPECT_TRUE(modelIsWhole()) << now;
+        EXPECT_EQ(request().make(), VCFG_OK) << now;
+    }
+
+    void failEach(Kind kind, bool inClient) {
+        makeRequest(kind, 0, inClient);
+        const uint32_t calls = makeRequest(kind, 0, inClient);
+        const uint32_t every = getenv("TARN_FAULTS") != nullptr ? 1 : 1 + calls / kShare;
+        for (uint32_t number = 1; number <= calls && !HasFailure(); number += every) {
+            failOnce(kind, number, inClient);
+            bringTheModelBack();
+        }
+        if (HasFailure()) {
+            faults::tellWhere(STDERR_FILENO);
+        }
+        printf("%s: %u of %u %s calls of %s have failed\n", request().name, (calls + every - 1) / every, calls,
+               faults::nameOf(kind), inClient ? "the client" : "vcmd");
+    }
+
+    static const Request& request() { return kRequests[GetParam()]; }
+
+    Served served;
+};
+
+TEST_P(VcmdFaults, ServesOnAndLeavesNothingBehind) {
+    bringTheModelBack();
+    request().make();
+    bringTheModelBack();
+    EXPECT_TRUE(modelIsWhole());
+    const std::string open = descriptors();
+    for (const bool inClient : {false, true}) {
+        failEach(Kind::Memory, inClient);
+        failEach(Kind::System, inClient);
+    }
+    EXPECT_TRUE(eventually([&] { return countOf(descriptors()) <= countOf(open) + kOnce; })) << open << "\n"
+                                                                                             << descriptors();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, VcmdFaults, testing::Range(size_t{0}, std::size(kRequests)),
+                         [](const auto& parameter) { return kRequests[parameter.param].name; });
+
+}  // namespace
