@@ -3,7 +3,6 @@ link=PPP.Interface.1
 address=IP.Interface.1.IPv4Address.1
 kernel_has() { ip addr show ppp0 | grep -q "$1"; }
 has_session() { [ -n "$(value $link.PPPoE.X_VORAN_SessionID)" ]; }
-link_is_gone() { not pidof pppd && not_there ppp0; }
 
 power_cycle ppp
 check "start-up completes with the PPP configuration" start_gateway ppp
