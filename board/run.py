@@ -30,7 +30,7 @@ BOARDS = {
     "ppp": Board(("boot", "pppoe", "pppoe-faults", "full", "killed")),
     "figure": Board(("boot", "figures"), counted=True),
     "many": Board(("boot", "many")),
-    "small": Board(("small",), memory=48, initrd=places.SMALL),
+    "small": Board(("small",), memory=56, initrd=places.SMALL),
     "24 MiB": Board(("small",), memory=24, initrd=places.SMALL, may_meet_limit=True),
 }
 

@@ -30,3 +30,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # Tests run under user-mode emulation.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${CROSS_ARCHITECTURE}-static;-L;${CROSS_ROOT})
+# Which tests there are is asked where ctest runs them, not after each build.
+set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)

@@ -20,12 +20,13 @@ usleep 1000000
 date -s @1795320000 >/dev/null
 say "" "it is $(date)"
 settle
-check "nobody's time is over at once: the requester still waits" not given_up
+# On a board that is not let run, the times that these two speak of may be over; the checks of the whole time hold all the same.
+[ $(($(seconds) - asked)) -ge 15 ] || check "nobody's time is over at once: the requester still waits" not given_up
 await "the requester gives up" given_up
 kill -KILL $mute
 check "after the 20 s that it had, not before" [ $(($(cat /tmp/gave-up) - asked)) -ge 19 ]
 elapsed 40 || sleep $((40 - $(seconds) + since))
-check "40 s into the lease nobody has renewed it, and nobody has given it up" no_renewal
+elapsed 50 || check "40 s into the lease nobody has renewed it, and nobody has given it up" no_renewal
 check "the address is enabled" is IP.Interface.1.IPv4Address.1.Status Enabled
 await "after half the lease it is renewed" logged "process msg type = 245 without reply"
 check "not before its time" elapsed 50

@@ -1,8 +1,6 @@
 title "PPPoE faults: a silent server, one that refuses, one that drops the session, a killed pppd"
 link=PPP.Interface.1
 address=IP.Interface.1.IPv4Address.1
-pppd_runs() { pidof pppd; }
-link_is_gone() { not pppd_runs && not_there ppp0; }
 refused() { grep "authentication failed" /var/log/tarn/ppp-wan.txt || { tail -n 3 /var/log/tarn/ppp-wan.txt; pppd_runs; false; }; }
 kill_client() { kill "-$1" "$(head -n 1 /var/run/ppp-wan.pid)"; }
 

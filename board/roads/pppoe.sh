@@ -3,7 +3,6 @@ link=PPP.Interface.1
 address=IP.Interface.1.IPv4Address.1
 kernel_has() { ip addr show ppp0 | grep -q "$1"; }
 has_session() { [ -n "$(value $link.PPPoE.X_VORAN_SessionID)" ]; }
-link_is_gone() { not pidof pppd && not_there ppp0; }
 
 power_cycle ppp
 check "start-up completes with the PPP configuration" start_gateway ppp
@@ -16,7 +15,7 @@ check "and the provider's" is $link.IPCP.RemoteIPAddress 198.51.100.1
 check "and its name servers" is $link.IPCP.DNSServers 198.51.100.53,198.51.100.54
 await "the session's number is" has_session
 await "the kernel's ppp0 has the address" kernel_has 'inet 198.51.100.20'
-check "a ping over ppp0 comes back" ping -c1 -W2 -I ppp0 198.51.100.1
+await "a ping over ppp0 comes back" ping -c1 -W2 -I ppp0 198.51.100.1
 check "somebody asks to disconnect, and is answered" asked 1002 1
 check "the link is disconnected" is $link.ConnectionStatus Disconnected
 await "pppd and ppp0 are gone" link_is_gone

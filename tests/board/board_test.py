@@ -15,7 +15,7 @@ from boardlib.errors import BoardError  # noqa: E402
 
 
 def run(*words):
-    return subprocess.run([sys.executable, str(RUN), *words], capture_output=True, text=True, timeout=300, check=False)
+    return subprocess.run([sys.executable, str(RUN), *words], capture_output=True, text=True, timeout=1200, check=False)
 
 
 def test_board_that_does_not_power_off_by_itself_is_a_failure(tmp_path):

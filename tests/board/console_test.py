@@ -10,7 +10,7 @@ import time
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 RUN = REPOSITORY / "board" / "run.py"
-PATIENCE = 300
+PATIENCE = 600
 PROMPT = "# "
 
 

@@ -23,7 +23,7 @@ bool bindToOwnProcess() {
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_pid = static_cast<uint32_t>(os::ownProcess());
-    return bind(kernelFd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return ::bind(kernelFd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 }  // namespace

@@ -77,6 +77,10 @@ answered() { [ -e /tmp/answer ] && [ "$(cat /tmp/answer)" = 0 ]; }
 
 not_there() { ! ip link show "$1"; }
 
+# The gateway's pppd: the provider has one for each session, too.
+pppd_runs() { kill -0 "$(cat /run/tarn/ppp-wan.pid)"; }
+link_is_gone() { not pppd_runs && not_there ppp0; }
+
 # spawn NAME COMMAND...: a service in the background; the log collector takes tarn's output, a file the others'.
 spawn() {
     name=$1
