@@ -12,13 +12,14 @@
 namespace vcfg::recorder {
 namespace {
 
-constexpr size_t kSlotBytes = (kSlotWords - 1) * sizeof(uint32_t);
+constexpr size_t kWordsEach = kSlotWords - 1;
+constexpr size_t kSlotBytes = kWordsEach * sizeof(uint32_t);
 
 size_t slotsOf(const Entry& entry) {
     return (offsetof(Entry, text) + entry.length + kSlotBytes - 1) / kSlotBytes;
 }
 
-using Words = std::array<uint32_t, Entry::kMostSlots*(kSlotWords - 1)>;
+using Words = std::array<uint32_t, Entry::kMostSlots * kWordsEach>;
 
 size_t wordsIn(const Entry& entry) {
     return (offsetof(Entry, text) + entry.length + sizeof(uint32_t) - 1) / sizeof(uint32_t);
@@ -87,8 +88,8 @@ void store(File& into, Lane lane, Entry& entry) {
     }
     std::atomic_thread_fence(std::memory_order_release);
     for (size_t each = 0; each < count; ++each) {
-        Slot& slot = into.at(lane, first + static_cast<uint32_t>(each / slot.words.size()));
-        slot.words[each % slot.words.size()].store(words[each], std::memory_order_relaxed);
+        Slot& slot = into.at(lane, first + static_cast<uint32_t>(each / kWordsEach));
+        slot.words[each % kWordsEach].store(words[each], std::memory_order_relaxed);
     }
     for (uint32_t each = entry.slots; each > 0; --each) {
         into.at(lane, first + each - 1).number.store(tagOf(first + each - 1), std::memory_order_release);
