@@ -1,6 +1,6 @@
-/* Preloaded into the daemon while a recording is played: the clock and the up-time are those of the recording, which the
-   player keeps in a file, and a signal to a process of then reaches nobody; whether it was taken is asked of the player, as
-   for a command. */
+/* Preloaded into the daemon while a recording is played: the clock and the up-time are those of the recording, which
+   the player keeps in a file, and a signal to a process of then reaches nobody; whether it was taken is asked of the
+   player, as for a command. */
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -60,7 +60,8 @@ API int kill(pid_t process, int number) {
     snprintf(text, sizeof text, "signal %d", (int)process);
     (void)number;
     if (player >= 0 && connect(player, (struct sockaddr*)&address, sizeof address) == 0 &&
-        send(player, text, strlen(text), MSG_NOSIGNAL) >= 0 && recv(player, &result, sizeof result, 0) < (ssize_t)sizeof result)
+        send(player, text, strlen(text), MSG_NOSIGNAL) >= 0 &&
+        recv(player, &result, sizeof result, 0) < (ssize_t)sizeof result)
         result = -1;
     if (player >= 0)
         close(player);

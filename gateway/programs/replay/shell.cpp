@@ -27,7 +27,8 @@ std::string ask(const std::string& command) {
     strncpy(address.sun_path, kPlayer, sizeof address.sun_path - 1);
     std::string answer(kLargest, '\0');
     const int player = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    const bool asked = player >= 0 && connect(player, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+    const bool asked = player >= 0 &&
+                       connect(player, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
                        send(player, command.data(), command.size(), MSG_NOSIGNAL) >= 0;
     const ssize_t size = asked ? recv(player, answer.data(), answer.size(), 0) : -1;
     answer.resize(size < 0 ? 0 : static_cast<size_t>(size));
