@@ -147,9 +147,10 @@ TEST_F(BusRecorder, WhatLastsIsNotPushedOutByWhatDoesNot) {
 }
 
 TEST_F(BusRecorder, SecretsAreNotRecorded) {
-    for (const char* text : {"vcfgctl set PPP.Interface.1.Password=topsecret", "wpa --passphrase topsecret",
-                             "{\"ConnectionRequestPassword\": \"topsecret\"}", "ftpget -u me -p topsecret host file",
-                             "StationPin='topsecret'"}) {
+    for (const char* text :
+         {"vcfgctl set PPP.Interface.1.Password=topsecret", "wpa --passphrase topsecret",
+          "{\"ConnectionRequestPassword\": \"topsecret\"}", "ftpget -u me -p topsecret host file",
+          "StationPin='topsecret'", "Password='is '\\''topsecret'\\'' still' x", "Password=\"a \\\" topsecret\""}) {
         EXPECT_EQ(std::string::npos, recorder::masked(text).find("topsecret")) << recorder::masked(text);
         vcfgEventStep("test", text, 0, nullptr, 0);
         vcfgEventEnd(vcfgEventBegin("test", 0, text, nullptr, 0));

@@ -75,6 +75,12 @@ def test_secrets_are_not_recorded(bus):
     assert SECRET not in json.dumps(one)
 
 
+@pytest.mark.parametrize("parts", ["hidden1 hidden2", "hidden1,hidden2;hidden3", "'hidden1' \"hidden2\\", "hidden1=hidden2&hidden3"])
+def test_secret_of_several_parts_is_recorded_in_none(bus, parts):
+    bus.ok("set", f"ManagementServer.Password={parts}")
+    assert b"hidden" not in (bus.home / "run" / "recorder").read_bytes()
+
+
 def test_recorder_that_is_none_is_one_line(bus):
     (bus.home / "run" / "recorder").write_bytes(b"noise")
     assert bus.ok("why", ENABLE)  # made anew

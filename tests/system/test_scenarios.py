@@ -105,7 +105,7 @@ def test_failing_step_says_what_was_expected_what_was_seen_and_what_led_there(tm
 
 def test_failing_step_shows_what_happened_to_the_path(tmp_path):
     (tmp_path / "led.toml").write_text('about = "A set value."\nboot = { config = "ppp" }\n[[step]]\ntitle = "Set"\n'
-                                       'do = [{ set = { "UPnP.Device.Enable" = true, "PPP.Interface.1.Password" = "s3cr3t-w0rd" } }]\n'
+                                       'do = [{ set = { "UPnP.Device.Enable" = true, "PPP.Interface.1.Password" = "s3cr3t w0rd" } }]\n'
                                        'see = [{ model = "UPnP.Device.Enable == false", within = "1 s" }]\n')
     done = play(tmp_path / "state", tmp_path / "led.toml", "--report", tmp_path / "led.html")
     assert done.returncode == REFUSED

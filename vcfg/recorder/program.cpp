@@ -32,15 +32,25 @@ std::string readFile(const std::string& path, size_t most) {
     return content;
 }
 
-// One that holds a blank is quoted, so that it reads as it was typed.
+// One with characters that could end a word is quoted behind its '=', so that all of a secret is known to be one.
+std::string quoted(const std::string& word) {
+    if (!word.empty() && word.find_first_of(" \t\r\n\"',;&|}]\\") == word.npos) {
+        return word;
+    }
+    const size_t name = word.find('=') + 1;  // 0 when there is none
+    std::string result = word.substr(0, name) + '"';
+    for (const char each : word.substr(name)) {
+        result += each == '"' || each == '\\' ? std::string{'\\', each} : std::string{each};
+    }
+    return result + '"';
+}
+
 std::string commandLine() {
     const std::string words = readFile("/proc/self/cmdline", 1024);
     std::string line;
     for (size_t begin = 0; begin < words.size();) {
         const size_t end = std::min(words.find('\0', begin), words.size());
-        const std::string word = words.substr(begin, end - begin);
-        const bool isPlain = !word.empty() && word.find_first_of(" \t\n") == word.npos;
-        line += (line.empty() ? "" : " ") + (isPlain ? word : "'" + word + "'");
+        line += (line.empty() ? "" : " ") + quoted(words.substr(begin, end - begin));
         begin = end + 1;
     }
     const size_t name = line.rfind('/', line.find(' '));

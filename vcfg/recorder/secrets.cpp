@@ -33,16 +33,22 @@ bool isNameCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-// The end of a word of a shell or of JSON, which begins at `at`.
-size_t endOfWord(std::string_view text, size_t at) {
-    const char quote = at < text.size() ? text[at] : '\0';
-    if (quote != '"' && quote != '\'') {
-        return std::min(text.find_first_of(" \t\r\n,;&|}]", at), text.size());
-    }
+// The end of a quotation that begins at `at`, behind its closing quote.
+size_t endOfQuoted(std::string_view text, size_t at) {
+    const char quote = text[at];
     for (++at; at < text.size() && text[at] != quote; ++at) {
-        at += text[at] == '\\' ? 1 : 0;
+        at += quote == '"' && text[at] == '\\' ? 1 : 0;
     }
-    return std::min(at + 1, text.size());
+    return at + 1;
+}
+
+// The end of a word of a shell or of JSON, which begins at `at`: of several quotations too, if they touch.
+size_t endOfWord(std::string_view text, size_t at) {
+    while (at < text.size() && std::string_view(" \t\r\n,;&|}]").find(text[at]) == std::string_view::npos) {
+        const bool isQuote = text[at] == '"' || text[at] == '\'';
+        at = isQuote ? endOfQuoted(text, at) : at + (text[at] == '\\' ? 2 : 1);
+    }
+    return std::min(at, text.size());
 }
 
 class Masking {
