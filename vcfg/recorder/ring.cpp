@@ -75,8 +75,8 @@ uint32_t checkOf(const Entry& entry, uint32_t number) {
     return checkOf(words, count, number);
 }
 
-// A slot that is being written has no number. One writer may be so slow that another one has come round to its slots, and
-// the number's going may be seen after what comes then: the check tells.
+// A slot that is being written has no number. One writer may be so slow that another one has come round to its slots,
+// and the number's going may be seen after what comes then: the check tells.
 void store(File& into, Lane lane, Entry& entry) {
     entry.slots = static_cast<uint8_t>(slotsOf(entry));
     const uint32_t first = into.next[static_cast<size_t>(lane)].fetch_add(entry.slots, std::memory_order_relaxed);
