@@ -106,7 +106,7 @@ def test_second_router_with_other_flags_is_taken(advertised):
 def test_default_route_leads_to_the_router_of_the_data_model(advertised):
     advertise(advertised)
     eventually(lambda: "default via fe80::1 dev eth0.5" in advertised.inside("ip", "-6", "route"))
-    eventually(lambda: advertised.run("ping", "-6", "-c1", "-W2", "2001:db8:ffff::53").returncode == 0)
+    eventually(lambda: advertised.run("ping", "-6", "-c1", "-W2", "-I", "2001:db8:f000::1", "2001:db8:ffff::53").returncode == 0)
 
 
 def test_default_route_of_an_interface_that_may_not_carry_it_goes(advertised):
