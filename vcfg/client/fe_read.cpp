@@ -43,7 +43,7 @@ int refresh(ModelLease& lease, const Wanted& wanted, const objIndex& iid) {
 
 // A walk's end is the read of an instance that is not there.
 void note(const Wanted& wanted, const objIndex& iid, int code, const store::Found& found) {
-    if (recorder::isOn()) {
+    if (recorder::isAtEvent()) {
         const uint64_t change = found.value != nullptr ? store::originOf(found.value).change : 0;
         recorder::wasRead(wanted.oid, iid, code, static_cast<uint32_t>(change));
     }

@@ -22,6 +22,8 @@ void end(uint32_t before);
 uint32_t current();
 // Only to compare and to note.
 uint32_t eventHere();
+// What a thread reads is noted when it is at one.
+bool isAtEvent();
 void step(Lane lane, std::string_view kind, std::string_view what, int result);
 void place(const char* sourceFile, int line);
 
