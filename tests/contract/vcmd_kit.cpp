@@ -226,14 +226,16 @@ void killWhileWriting(Vcmd& vcmd, int kills, unsigned seed, const std::function<
             usleep(wait);
             ::kill(pid, SIGKILL);
         });
+        const auto letItDie = [&mayDie] {
+            mayDie.store(true);
+            mayDie.notify_one();
+        };
         uint32_t answered = next - 1;
         while (write(next) == VCFG_OK) {
             answered = next++;
-            mayDie.store(true);
-            mayDie.notify_one();
+            letItDie();
         }
-        mayDie.store(true);
-        mayDie.notify_one();
+        letItDie();
         killer.join();
         vcmd.kill9();
         ASSERT_NO_FATAL_FAILURE(vcmd.start());

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +13,7 @@
 #include "events.h"
 #include "house.h"
 #include "injector.h"
+#include "last_words.h"
 #include "store/store.h"
 #include "target.h"
 
@@ -27,6 +27,7 @@ namespace {
 
 using faults::Event;
 using faults::Kind;
+using faults::now;
 
 // Faults that a group tries in a test run; TARN_FAULTS=all tries each.
 constexpr uint32_t kShare = 700;
@@ -35,16 +36,6 @@ constexpr size_t kNone = SIZE_MAX;
 size_t descriptors() {
     return static_cast<size_t>(
         std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{}));
-}
-
-// What is tried now, for the last words of a process that dies of it.
-char now[256];
-void lastWords(int signal) {
-    const ssize_t ignored = write(STDERR_FILENO, now, strlen(now));
-    (void)ignored;
-    faults::tellWhere(STDERR_FILENO);
-    std::signal(signal, SIG_DFL);
-    raise(signal);
 }
 
 struct Outcome {
@@ -105,11 +96,7 @@ class Story {
 
 class Faults : public testing::TestWithParam<size_t> {
   protected:
-    static void SetUpTestSuite() {
-        for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) {
-            std::signal(signal, lastWords);
-        }
-    }
+    static void SetUpTestSuite() { faults::dieWithLastWords(); }
 
     static const faults::Group& group() { return faults::groups()[GetParam()]; }
 

@@ -17,6 +17,7 @@
 #include "client/fe_client.h"
 #include "client/fe_wire.h"
 #include "injector.h"
+#include "last_words.h"
 
 namespace fs = std::filesystem;
 namespace wire = vcfg::wire;
@@ -24,6 +25,7 @@ namespace wire = vcfg::wire;
 namespace {
 
 using faults::Kind;
+using faults::now;
 
 constexpr uint8_t kOwnEid = 200;
 constexpr uint32_t kSoonMs = 20000;
@@ -32,15 +34,6 @@ constexpr uint32_t kShare = 40;
 // Descriptors that a first failure opens and that stay; each fault leaving one would be more.
 constexpr int64_t kOnce = 2;
 const objIndex kFirst = {1, {1, 0, 0, 0, 0, 0}};
-
-char now[256];
-void lastWords(int signal) {
-    const ssize_t ignored = write(STDERR_FILENO, now, strlen(now));
-    (void)ignored;
-    faults::tellWhere(STDERR_FILENO);
-    std::signal(signal, SIG_DFL);
-    raise(signal);
-}
 
 vcfg::Answer ask(uint32_t type, uint32_t oid = 0, const objIndex& at = {}, const std::string& payload = "") {
     return vcfg::request(type, oid, at, payload, vcfg::Deadline::ofCall(kSoonMs));
@@ -224,9 +217,7 @@ class VcmdFaults : public testing::TestWithParam<size_t> {
         }
         pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
         signal(SIGPIPE, SIG_IGN);
-        for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) {
-            std::signal(signal, lastWords);
-        }
+        faults::dieWithLastWords();
     }
 
     // In the library that asks, or in vcmd.

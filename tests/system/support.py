@@ -68,6 +68,11 @@ class Gateway:
     def wait(self, condition, seconds=DEADLINE):
         self.must("wait", condition, "--timeout", seconds)
 
+    def agrees(self):
+        """Whether the model has every cable as the kernel has it."""
+        cables = json.loads(self.must("status", "--json"))["cables"]
+        return all(cable["link"] is (cable["status"] == "Up") for cable in cables)
+
     def mark(self):
         return self.must("mark").strip()
 

@@ -61,10 +61,6 @@ def held(gateway):
             for name, (number,) in numbers.items()}
 
 
-def agreed(gateway):
-    return all(cable["link"] is (cable["status"] == "Up") for cable in json.loads(gateway.must("status", "--json"))["cables"])
-
-
 def zombies(gateway):
     return [line for line in gateway.inside("ps", "-eo", "stat,comm").splitlines() if line.startswith("Z")]
 
@@ -91,7 +87,7 @@ def test_every_service_is_back(survived):
 
 
 def test_links_are_as_the_hardware_is(survived):
-    eventually(lambda: agreed(survived), PATIENCE)
+    eventually(survived.agrees, PATIENCE)
 
 
 def test_connection_comes_with_the_cable(survived):

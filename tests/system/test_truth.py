@@ -1,14 +1,7 @@
 """A cable that moves while somebody is away: what is started again ends in the true state."""
-import json
-
 import pytest
 
 from support import eventually
-
-
-def agreed(gateway):
-    """Whether the model has every cable as the kernel has it."""
-    return all(cable["link"] is (cable["status"] == "Up") for cable in json.loads(gateway.must("status", "--json"))["cables"])
 
 
 @pytest.mark.parametrize("absent", ("tarn", "linkd", "vcmd"))
@@ -18,7 +11,7 @@ def test_lan_cable_that_moved_meanwhile(leased, absent):
         leased.must("cable", "eth0.1", action)
         leased.must("service", "start", absent)
         leased.wait(f"Ethernet.Interface.1.Status={status}")
-        eventually(lambda: agreed(leased))
+        eventually(leased.agrees)
 
 
 @pytest.mark.parametrize("absent", ("tarn", "linkd"))
