@@ -40,12 +40,12 @@ Function* real(const char* name) {
     }
 #define FALLIBLE(result, name, error, parameters, arguments) FALLIBLE_AS(result, name, error, -1, parameters, arguments)
 
-// Files. The one write that is left out is LMDB's of its own first page, into shared memory (pwrite): when it fails,
-// LMDB takes no change any more before vcmd has been started again.
+// Files.
 FALLIBLE(int, open, EMFILE, (const char* path, int flags, unsigned mode), (path, flags, mode))
 FALLIBLE(ssize_t, read, EIO, (int file, void* bytes, size_t size), (file, bytes, size))
 FALLIBLE(ssize_t, pread, EIO, (int file, void* bytes, size_t size, off_t at), (file, bytes, size, at))
 FALLIBLE(ssize_t, write, ENOSPC, (int file, const void* bytes, size_t size), (file, bytes, size))
+FALLIBLE(ssize_t, pwrite, EIO, (int file, const void* bytes, size_t size, off_t at), (file, bytes, size, at))
 FALLIBLE(ssize_t, writev, ENOSPC, (int file, const iovec* parts, int count), (file, parts, count))
 FALLIBLE(int, fsync, EIO, (int file), (file))
 FALLIBLE(int, fdatasync, EIO, (int file), (file))

@@ -1,23 +1,18 @@
 // The configuration daemon on a thread of this process, and its clients' library: one call after the other fails, of
 // the one or of the other. What is asked for is done whole or not at all, and the next request is served.
-#include "vcmd/vcmd.h"
-
 #include <gtest/gtest.h>
 #include <vcfg/vcfg.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <new>
-#include <thread>
 
-#include "client/fe_client.h"
 #include "client/fe_wire.h"
 #include "injector.h"
 #include "last_words.h"
+#include "served_vcmd.h"
 
 namespace fs = std::filesystem;
 namespace wire = vcfg::wire;
@@ -27,17 +22,11 @@ namespace {
 using faults::Kind;
 using faults::now;
 
-constexpr uint8_t kOwnEid = 200;
-constexpr uint32_t kSoonMs = 20000;
 // Calls that fail of a request in a test run; TARN_FAULTS=all fails each.
 constexpr uint32_t kShare = 40;
 // Descriptors that a first failure opens and that stay; each fault leaving one would be more.
 constexpr int64_t kOnce = 2;
 const objIndex kFirst = {1, {1, 0, 0, 0, 0, 0}};
-
-vcfg::Answer ask(uint32_t type, uint32_t oid = 0, const objIndex& at = {}, const std::string& payload = "") {
-    return vcfg::request(type, oid, at, payload, vcfg::Deadline::ofCall(kSoonMs));
-}
 
 std::string bytesOf(const wire::WriteHeader& header) {
     return {reinterpret_cast<const char*>(&header), sizeof header};
@@ -60,76 +49,6 @@ std::string descriptors() {
 int64_t countOf(const std::string& lines) {
     return std::count(lines.begin(), lines.end(), '\n');
 }
-
-bool eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kSoonMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
-// A directory with what vcmd needs, and hooks for PPP interfaces.
-class Home {
-  public:
-    Home() {
-        std::string name = "/tmp/vcmd_faults_XXXXXX";
-        path_ = mkdtemp(name.data());
-        for (const char* one : {"run", "data", "hooks", "hooks/apply", "hooks/refresh"}) {
-            fs::create_directory(path_ / one);
-            fs::permissions(path_ / one, fs::perms::owner_all);
-        }
-        hook("apply", "exit 0");
-        hook("refresh", "echo '{\"Status\":\"Up\"}'");
-        setenv("VCFG_RUN_DIR", (path_ / "run").c_str(), 1);
-        setenv("VCFG_DATA_DIR", (path_ / "data").c_str(), 1);
-    }
-    ~Home() { fs::remove_all(path_); }
-    Home(const Home&) = delete;
-    Home& operator=(const Home&) = delete;
-    std::string path(const char* name) const { return path_ / name; }
-
-  private:
-    void hook(const char* kind, const char* script) {
-        const fs::path file = path_ / "hooks" / kind / "PPP.Interface.{i}";
-        std::ofstream(file) << "#!/bin/sh\n" << script << "\n";
-        fs::permissions(file, fs::perms::owner_all);
-    }
-    fs::path path_;
-};
-
-// Serves until it is told to end, with its calls exposed to faults.
-class Served {
-  public:
-    Served() {
-        vcmd_.options.runDir = home_.path("run");
-        vcmd_.options.dataDir = home_.path("data");
-        vcmd_.options.hookDir = home_.path("hooks");
-        thread_ = std::thread([this] {
-            if (setUp(vcmd_)) {
-                const faults::Exposed serving;
-                run(vcmd_);
-            }
-        });
-        static const int registered = vcfg_msg_eidInit(kOwnEid, "faults");
-        EXPECT_EQ(registered, VCFG_OK);
-        EXPECT_TRUE(eventually([] { return ask(wire::kPing).code == VCFG_OK; }));
-    }
-    ~Served() {
-        kill(getpid(), SIGTERM);  // taken by vcmd's descriptor; all threads but its block it
-        thread_.join();
-    }
-    Served(const Served&) = delete;
-    Served& operator=(const Served&) = delete;
-
-  private:
-    Home home_;
-    vcfg::vcmd::Vcmd vcmd_;
-    std::thread thread_;
-};
 
 struct Request {
     const char* name;
@@ -207,19 +126,18 @@ bool modelIsWhole() {
     return reads(RDM_OID_PPP_IFACE) && reads(RDM_OID_IP_IFACE) && reads(RDM_OID_PPP_IFACE_IPCP);
 }
 
-class VcmdFaults : public testing::TestWithParam<size_t> {
+class Serving : public testing::Test {
   protected:
     static void SetUpTestSuite() {
-        sigset_t wanted;
-        sigemptyset(&wanted);
-        for (const int signal : {SIGTERM, SIGCHLD}) {
-            sigaddset(&wanted, signal);
-        }
-        pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
-        signal(SIGPIPE, SIG_IGN);
+        blockSignals();
         faults::dieWithLastWords();
     }
 
+    Served served;
+};
+
+class VcmdFaults : public Serving, public testing::WithParamInterface<size_t> {
+  protected:
     // In the library that asks, or in vcmd.
     static uint32_t makeRequest(Kind kind, uint32_t number, bool inClient) {
         faults::arm(kind, number);
@@ -242,7 +160,9 @@ class VcmdFaults : public testing::TestWithParam<size_t> {
 
     void failEach(Kind kind, bool inClient) {
         makeRequest(kind, 0, inClient);
+        bringTheModelBack();
         const uint32_t calls = makeRequest(kind, 0, inClient);
+        bringTheModelBack();
         const uint32_t every = getenv("TARN_FAULTS") != nullptr ? 1 : 1 + calls / kShare;
         for (uint32_t number = 1; number <= calls && !HasFailure(); number += every) {
             failOnce(kind, number, inClient);
@@ -256,8 +176,6 @@ class VcmdFaults : public testing::TestWithParam<size_t> {
     }
 
     static const Request& request() { return kRequests[GetParam()]; }
-
-    Served served;
 };
 
 TEST_P(VcmdFaults, ServesOnAndLeavesNothingBehind) {
@@ -272,6 +190,18 @@ TEST_P(VcmdFaults, ServesOnAndLeavesNothingBehind) {
     }
     EXPECT_TRUE(eventually([&] { return countOf(descriptors()) <= countOf(open) + kOnce; })) << open << "\n"
                                                                                              << descriptors();
+}
+
+// Its supervisor starts it anew.
+TEST_F(Serving, EndsWhenItsModelCannotBeOpenedAnew) {
+    bringTheModelBack();
+    fs::rename(served.modelFile(), served.modelFile() + ".elsewhere");
+    EXPECT_TRUE(eventually([this, number = 0u]() mutable {
+        faults::arm(Kind::System, 1 + ++number % kShare);
+        ask(wire::kWrite, RDM_OID_IP_IFACE, kFirst, writeOf(R"({"Alias":")" + std::to_string(number) + R"("})"));
+        faults::disarm();
+        return served.isLost();
+    }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, VcmdFaults, testing::Range(size_t{0}, std::size(kRequests)),

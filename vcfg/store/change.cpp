@@ -1,6 +1,8 @@
 // How the store makes a change: in one transaction, that ends before anybody is told.
 #include <unistd.h>
 
+#include <utility>
+
 #include "clock.h"
 #include "refusal.h"
 #include "store.h"
@@ -26,28 +28,52 @@ int refuseFailure(const Failure& failure, std::string* why) {
 
 }  // namespace
 
-// Pages that somebody still reads are not used again. A full environment may be one that dead readers keep full, or
-// one that lost its processor within a read: who is alive gets a moment to go on, but not for each change anew.
 int Store::run(std::string* why, const std::function<int()>& operation) {
     if (held_->changing) {
         return operation();
     }
     return guarded([&] {
-        for (int triesLeft = full_ ? 1 : kTriesWhenFull;; --triesLeft) {
+        for (Tries left{full_ ? 1 : kTriesWhenFull};;) {
             try {
                 const int code = attempt(operation);
                 full_ = false;
                 return code;
             } catch (const Failure& failure) {
                 full_ = failure.isFull();
-                if (!full_ || triesLeft == 0) {
+                if (!mayGoBetter(left)) {
                     return refuseFailure(failure, why);
                 }
             }
-            forgetDeadReaders(held_->environment.get());
-            usleep(triesLeft < kTriesWhenFull ? kPauseUs : 0);
         }
     });
+}
+
+// Pages that somebody still reads are not used again. A full environment may be one that dead readers keep full, or
+// one that lost its processor within a read: who is alive gets a moment to go on, but not for each change anew.
+bool Store::mayGoBetter(Tries& left) {
+    if (isPanicked(held_->environment.get())) {
+        openAnew();
+        return std::exchange(left.anew, 0) > 0;
+    }
+    if (!full_ || left.full == 0) {
+        return false;
+    }
+    forgetDeadReaders(held_->environment.get());
+    usleep(left.full-- < kTriesWhenFull ? kPauseUs : 0);
+    return true;
+}
+
+// The change that could not be ended may be in there all the same.
+void Store::openAnew() {
+    try {
+        held_->committed.reset();
+        held_->environment = store::openAnew(std::move(held_->environment), file_);
+        held_->committed = std::make_unique<Snapshot>(held_->environment.get());
+    } catch (const std::exception& failure) {
+        throw Lost(failure.what());
+    }
+    ++revision_;
+    ++configurationRevision_;
 }
 
 int Store::attempt(const std::function<int()>& operation) {

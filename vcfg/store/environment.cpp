@@ -134,6 +134,30 @@ EnvironmentPtr openForWriting(const std::string& file, size_t size) {
     return environment;
 }
 
+bool isPanicked(MDB_env* environment) {
+    MDB_txn* transaction = nullptr;
+    const int result = mdb_txn_begin(environment, nullptr, MDB_RDONLY, &transaction);
+    if (result == MDB_SUCCESS) {
+        mdb_txn_abort(transaction);
+    }
+    return result == MDB_PANIC;
+}
+
+EnvironmentPtr openAnew(EnvironmentPtr environment, const std::string& file) {
+    MDB_envinfo info{};
+    struct stat ours {};
+    struct stat there {};
+    check(mdb_env_info(environment.get(), &info));
+    if (fstat(fdOf(environment.get()), &ours) != 0 || stat(file.c_str(), &there) != 0) {
+        throw Failure(errno);
+    }
+    if (ours.st_dev != there.st_dev || ours.st_ino != there.st_ino) {
+        throw Failure(ESTALE);
+    }
+    environment.reset();
+    return openForWriting(file, info.me_mapsize);
+}
+
 // The two files are opened one after the other: what belongs together is only known when neither has changed meanwhile.
 int openForReading(const std::string& runDir, EnvironmentPtr* environment, Files* files, std::string* why) {
     int code = VCFG_ERR_NO_PEER;

@@ -36,6 +36,12 @@ EnvironmentPtr openPrivate();
 // truncated one is known. Throws Failure.
 EnvironmentPtr openForWriting(const std::string& file, size_t size);
 
+// Whether LMDB takes no change any more, because it could not end one, before the environment has been opened anew.
+bool isPanicked(MDB_env* environment);
+// The writer's environment, which lies in that file now, anew. It is closed first: a process may have it open only
+// once. Throws Failure when it cannot be opened, or another one lies there.
+EnvironmentPtr openAnew(EnvironmentPtr environment, const std::string& file);
+
 inline constexpr const char* kOtherModelText = "is of another data model";
 
 // For a reader. A vcfg_code: VCFG_ERR_NO_PEER without a word while there is none; else `why` says what is wrong.

@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 namespace vcfg::store {
 
@@ -19,6 +20,11 @@ class Failure : public std::exception {
 
   private:
     int error_;
+};
+
+// After a change that could not be ended the environment could not be opened anew: the store is gone.
+class Lost : public std::runtime_error {
+    using std::runtime_error::runtime_error;
 };
 
 inline void check(int result) {

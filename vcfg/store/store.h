@@ -77,6 +77,9 @@ class Store {
     Store();
     // In that environment; what is in it stays. Throws Failure or std::bad_alloc.
     explicit Store(EnvironmentPtr environment);
+    // The file that the environment lies in, to be found there again when LMDB cannot end a change; without one, or
+    // when that fails, whoever makes the next change gets Lost.
+    void liesIn(std::string file) { file_ = std::move(file); }
 
     // All results are vcfg_code. `why` (may be null) gets one line when something is refused. VCFG_ERR_FULL when the
     // environment has no room for a change.
@@ -154,7 +157,13 @@ class Store {
     };
 
     View view() const { return held_->changing ? held_->changing->view() : held_->committed->view(); }
+    struct Tries {
+        int full;  // more when there was no room
+        int anew = 1;
+    };
     int run(std::string* why, const std::function<int()>& operation);
+    bool mayGoBetter(Tries& left);
+    void openAnew();
     int attempt(const std::function<int()>& operation);
     void concluded();
     void tidyReaders();
@@ -179,6 +188,7 @@ class Store {
     bool loadEntry(const Entry& entry, What what, const Refuse& refused);
 
     std::unique_ptr<Held> held_;
+    std::string file_;
     std::vector<Change> changes_;  // of the change that is being made
     Watcher watcher_;
     std::string writer_;

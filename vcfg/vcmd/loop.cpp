@@ -79,10 +79,8 @@ bool round(Vcmd& vcmd, const Fd& signals, bool more) {
     return moreRequests;
 }
 
-}  // namespace
-
 // What a round leaves undone, because memory is short, is found again in the next one.
-void run(Vcmd& vcmd) {
+void serveOn(Vcmd& vcmd) {
     const Fd signals = openSignals();
     lookAtRunDirectory(vcmd);
     bool more = true;
@@ -97,6 +95,19 @@ void run(Vcmd& vcmd) {
     killHooks(vcmd.hooks);
     std::string why;
     saveNow(vcmd.keeper, vcmd.store, &why);
+}
+
+}  // namespace
+
+bool run(Vcmd& vcmd) {
+    try {
+        serveOn(vcmd);
+        return true;
+    } catch (const store::Lost& lost) {
+        VCMD_LOG(VLOG_ERROR, "the model cannot be opened anew after a change that failed, vcmd ends: %s", lost.what());
+        killHooks(vcmd.hooks);
+        return false;
+    }
 }
 
 }  // namespace vcfg::vcmd

@@ -95,6 +95,5 @@ int main(int argc, char** argv) {
         tell.reset();
         detachStreams();
     }
-    run(vcmd);
-    return EXIT_SUCCESS;
+    return run(vcmd) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -122,7 +122,9 @@ bool openIt(Vcmd& vcmd) {
 
 bool openModel(Vcmd& vcmd) {
     try {
-        return openIt(vcmd);
+        const bool opened = openIt(vcmd);
+        vcmd.store.liesIn(store::dataFile(vcmd.options.runDir));
+        return opened;
     } catch (const std::exception& failure) {
         return fail("the model " + store::dataFile(vcmd.options.runDir) + " cannot be made: " + failure.what());
     }

@@ -38,8 +38,8 @@ struct Vcmd {
 
 // Opens and loads everything. False with the reason on standard error.
 bool setUp(Vcmd& vcmd);
-// Serves until the process is told to end, or another one has taken the endpoint over.
-void run(Vcmd& vcmd);
+// Serves until the process is told to end, or another one has taken the endpoint over. False when it cannot go on.
+bool run(Vcmd& vcmd);
 
 // Answers all requests that are ready; true when there may be more of them.
 bool serveRequests(Vcmd& vcmd);
