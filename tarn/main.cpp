@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "core/event.h"
 #include "core/log.h"
@@ -105,7 +106,11 @@ int tarn_init() {
         logs::print("TARN messsage server init fail!!");
         return VCFG_ERR_FAIL;
     }
-    openKernelMonitor();
+    try {
+        openKernelMonitor();
+    } catch (const std::bad_alloc&) {  // the kernel would never tell it of a link
+        return VCFG_ERR_FAIL;
+    }
     return VCFG_OK;
 }
 

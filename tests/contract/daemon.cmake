@@ -1,7 +1,8 @@
 # The daemon's own process on a real bus. Included by tests/CMakeLists.txt.
 set(daemon_coverage $<$<BOOL:${TARN_COVERAGE}>:${CMAKE_CURRENT_LIST_DIR}/daemon_coverage.cpp>)
 function(daemon_with_faults name platform)
-  add_executable(${name} ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${daemon_coverage} ${CMAKE_CURRENT_LIST_DIR}/daemon_faults.cpp $<TARGET_OBJECTS:tarn_platform_${platform}>)
+  add_executable(${name} ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${daemon_coverage} ${ARGN}
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/daemon_faults.cpp $<TARGET_OBJECTS:tarn_platform_${platform}>)
   target_compile_definitions(${name} PRIVATE TARN_VERSION="${PROJECT_VERSION}")
   target_link_libraries(${name} PRIVATE house $<$<BOOL:${TARN_COVERAGE}>:small> tarn_dispatch tarn_os vcfg)
   foreach(call socket bind system popen pclose sched_setscheduler pthread_create vcfg_msg_eidInit vcfg_msg_serverInit)

@@ -174,9 +174,13 @@ TEST_F(DaemonStart, SecondDaemonGetsTheKernelsEvents) {
     EXPECT_TRUE(first.runs());
 }
 
+// A signal that comes to a thread while that starts ends a process under the thread sanitizer.
 TEST_F(DaemonStart, FaultHandlerPrintsItsRedLineAndReturns) {
     const Daemon daemon(bus);
     EXPECT_TRUE(answers(VCFG_EID_TARN));
+    EXPECT_TRUE(answers(VCFG_EID_TARN_GROUND));
+    EXPECT_TRUE(daemon.says("timer_thread: thread starts"));
+    EXPECT_TRUE(daemon.asksFor("scheduler of 0: SCHED_RR 5"));
     kill(daemon.pid(), SIGSEGV);
     EXPECT_TRUE(daemon.says("\033[0;32;31mTARN Invalid memory segment access!!!!!!!!!!\033[0m"));
     EXPECT_TRUE(answers(VCFG_EID_TARN));

@@ -1,6 +1,5 @@
 // The system calls of the program and of the libraries in it, refused where a fault is due. Each function here has the
 // name that callers know the system's by.
-#include <dlfcn.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/epoll.h>
@@ -9,35 +8,11 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 
-#include <cerrno>
-
-#include "injector.h"
-
-namespace {
-
-bool refused(int error) {
-    if (!faults::strikes(faults::Kind::System)) {
-        return false;
-    }
-    errno = error;
-    return true;
-}
-
-template <class Function>
-Function* real(const char* name) {
-    const faults::Spared itsOwn;
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
+#include "refusable.h"
 
 // A call with its arguments, the error that it fails with, and what it answers then.
 #define FALLIBLE_AS(result, name, error, failed, parameters, arguments) \
-    extern "C" result faulty_##name parameters asm(#name);              \
-    extern "C" result faulty_##name parameters {                        \
-        static auto* const system = real<result parameters>(#name);     \
-        return refused(error) ? (failed) : system arguments;            \
-    }
+    REFUSABLE(System, result, name, error, failed, parameters, arguments)
 #define FALLIBLE(result, name, error, parameters, arguments) FALLIBLE_AS(result, name, error, -1, parameters, arguments)
 
 // Files.

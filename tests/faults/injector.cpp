@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -19,7 +20,15 @@ std::atomic<bool> struck{false};
 void* frames[kFrames];
 int frameCount = 0;
 
-thread_local bool exposed = false;
+std::atomic<bool> allExposed{false};
+thread_local bool exposed = allExposed;
+
+void tellAtOnce() {
+    constexpr std::string_view kLine = "the call fails:\n";
+    if (write(STDERR_FILENO, kLine.data(), kLine.size()) > 0) {
+        faults::tellWhere(STDERR_FILENO);
+    }
+}
 
 }  // namespace
 
@@ -55,7 +64,15 @@ bool strikes(Kind kind) {
     const Spared whileItIsNoted;
     frameCount = backtrace(frames, kFrames);
     struck = true;
+    if (allExposed) {
+        tellAtOnce();
+    }
     return true;
+}
+
+void exposeAll() {
+    allExposed = true;
+    exposed = true;
 }
 
 void tellWhere(int descriptor) {

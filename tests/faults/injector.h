@@ -21,6 +21,9 @@ bool hasStruck();   // since it was last armed
 // From where the call that failed came, for a person to read.
 void tellWhere(int descriptor);
 
+// From now on each new thread is exposed, and so is this one; a call that fails is told at once, on standard error.
+void exposeAll();
+
 // For the functions that calls are led to: whether this one fails.
 bool strikes(Kind kind);
 
