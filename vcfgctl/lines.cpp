@@ -1,5 +1,6 @@
 #include "lines.h"
 
+#include "model/utf8.h"
 #include "print.h"
 
 namespace vcfgctl {
@@ -22,7 +23,7 @@ void addNumber(json_object* line, const char* name, int64_t number) {
 }
 
 bool isText(std::string_view bytes) {
-    return bytes.find('\0') == bytes.npos && isUtf8(bytes);
+    return bytes.find('\0') == bytes.npos && vcfg::isUtf8(bytes);
 }
 
 void addBytes(json_object* line, std::string_view bytes, const Hidden& hidden) {

@@ -13,19 +13,6 @@
 namespace vcfgctl {
 namespace {
 
-const char* kindWord(Kind kind) {
-    switch (kind) {
-        case Kind::Call:
-            return "call";
-        case Kind::Reply:
-            return "reply";
-        case Kind::Failure:
-            return "failed";
-        default:
-            return "message";
-    }
-}
-
 double seconds(int64_t us) {
     return static_cast<double>(us) / 1e6;
 }

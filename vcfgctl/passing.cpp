@@ -17,6 +17,19 @@ constexpr size_t kMostOpen = 4096;
 
 }  // namespace
 
+const char* kindWord(Kind kind) {
+    switch (kind) {
+        case Kind::Call:
+            return "call";
+        case Kind::Reply:
+            return "reply";
+        case Kind::Failure:
+            return "failed";
+        default:
+            return "message";
+    }
+}
+
 // Who serves an endpoint is looked up anew when its socket is another one.
 Party Passages::server(uint8_t eid) {
     struct stat file {};

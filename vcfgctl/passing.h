@@ -18,6 +18,7 @@ struct Party {
 };
 
 enum class Kind { Message, Call, Reply, Failure };
+const char* kindWord(Kind kind);
 
 struct Passage {
     Copy copy;

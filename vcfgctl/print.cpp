@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "model/utf8.h"
 #include "names.h"
 
 namespace vcfgctl {
@@ -35,33 +36,7 @@ std::string headerHex(const vcfg_msg_t& message) {
     return hex(&wire, VCFG_MSG_HEADER_SIZE);
 }
 
-// The bytes of a well-formed UTF-8 character at the start of `text`; 0 when there is none.
-size_t characterLength(std::string_view text) {
-    const unsigned char first = static_cast<unsigned char>(text[0]);
-    const size_t length = first < 0x80                    ? 1
-                          : first >= 0xC2 && first < 0xE0 ? 2
-                          : (first & 0xF0) == 0xE0        ? 3
-                          : first >= 0xF0 && first < 0xF5 ? 4
-                                                          : 0;
-    if (length == 0 || length > text.size()) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
-}
-
 }  // namespace
-
-bool isUtf8(std::string_view bytes) {
-    for (size_t length = 1; !bytes.empty() && length > 0; bytes.remove_prefix(length)) {
-        length = characterLength(bytes);
-    }
-    return bytes.empty();
-}
 
 std::string hexText(std::string_view bytes) {
     return hex(bytes.data(), bytes.size());
@@ -95,7 +70,7 @@ std::string oneLine(std::string_view text) {
 json_object* jsonText(std::string_view text) {
     std::string clean;
     while (!text.empty()) {
-        const size_t length = characterLength(text);
+        const size_t length = vcfg::utf8Length(text);
         clean.append(length > 0 ? text.substr(0, length) : std::string_view("\xEF\xBF\xBD"));
         text.remove_prefix(length > 0 ? length : 1);
     }

@@ -16,8 +16,6 @@ namespace vcfgctl {
 // Text with control characters escaped, so that one value is one line.
 std::string oneLine(std::string_view text);
 
-// Whether the bytes are well-formed UTF-8, as JSON texts must be.
-bool isUtf8(std::string_view bytes);
 std::string hexText(std::string_view bytes);
 
 // Instance numbers as "level:i1.i2".

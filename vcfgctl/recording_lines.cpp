@@ -67,19 +67,6 @@ json_object* valueOf(const model::Parameter* parameter, const std::optional<std:
     return jsonValue(*parameter, *value);
 }
 
-const char* wordOf(Kind kind) {
-    switch (kind) {
-        case Kind::Call:
-            return "call";
-        case Kind::Reply:
-            return "reply";
-        case Kind::Failure:
-            return "failed";
-        default:
-            return "message";
-    }
-}
-
 // A payload is mostly a text with its NUL.
 void addPayload(json_object* line, std::string_view payload, const Hidden& hidden) {
     const bool isTerminated = !payload.empty() && payload.back() == '\0';
@@ -163,7 +150,7 @@ json_object* passageLine(const Passage& passage, int64_t beganUs, const Hidden& 
     if ((message.srcEid == VCFG_EID_VCMD || message.dstEid == VCFG_EID_VCMD) && !isNotice) {
         return nullptr;
     }
-    json_object* line = lineAt(wordOf(passage.kind), passage.copy.timeUs, beganUs);
+    json_object* line = lineAt(kindWord(passage.kind), passage.copy.timeUs, beganUs);
     addEndpoints(line, passage);
     addNumber(line, "id", message.requestId);
     addNumber(line, "code", passage.kind == Kind::Failure ? passage.copy.code : static_cast<int32_t>(message.statCode));

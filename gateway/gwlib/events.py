@@ -1,9 +1,9 @@
 """What happened, one record each, from the lines of a timeline: what the daemon ran and said, what was written. What arrived is
 in arrivals.py."""
 import dataclasses
-import json
 
 from . import logs
+from .model import value_text
 from .secrets import HIDDEN
 
 KINDS = {"kernel": "kernel events", "message": "messages", "write": "writes", "command": "commands", "sent": "messages sent",
@@ -37,11 +37,6 @@ class Event:
 
 def cut(text):
     return text if len(text) <= LONGEST else text[:LONGEST] + "…"
-
-
-def value_text(value):
-    """A value as it is written; None when there is none."""
-    return value if value is None or isinstance(value, str) else json.dumps(value)
 
 
 def of_log(line):

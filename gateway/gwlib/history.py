@@ -2,7 +2,7 @@
 import re
 
 from . import timeline
-from .events import value_text
+from .model import value_text
 
 LED = re.compile(r"echo ([\d ]+?) ?> ?(/proc/tc3162/led_internet(?:_red)?)$")
 NOTHING = -1  # the place of an event that nobody has seen

@@ -2,8 +2,8 @@
 import re
 from typing import NamedTuple
 
-from .events import value_text
 from .led import COLOURS as LED_COLOURS
+from .model import value_text
 from .timeline import LED_FILES
 
 GOOD = {"Up", "Bound", "Enabled", "Connected", "green", "Renewing", "Complete", "Completed", "Success"}

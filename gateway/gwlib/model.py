@@ -9,6 +9,11 @@ from .errors import GatewayError, NobodyAnswers
 AWAY, PAUSE = 3, 0.1  # vcfgctl's status when vcmd is away; seconds until it is asked again
 
 
+def value_text(value):
+    """A value of JSON lines as it is written; None when there is none."""
+    return value if value is None or isinstance(value, str) else json.dumps(value)
+
+
 def get(state, *paths):
     """{path: value}; a path that does not exist is not in it."""
     done = inside.run(state, "vcfgctl", "get", *paths)

@@ -4,6 +4,7 @@ import re
 
 from . import led, secrets
 from .growing import File, Program
+from .model import value_text
 
 # What the daemon says of messages whose content it does not log.
 RECEIVED = {
@@ -109,13 +110,8 @@ def of_journal(line):
     return "runs", f"{line['command'].strip()}{effect}" + (f"  (status {line['status']})" if line["status"] else "")
 
 
-def as_text(value):
-    """A value of the model as it is written; None when there is none."""
-    return value if value is None or isinstance(value, str) else json.dumps(value)
-
-
 def of_model(line):
-    path, old, new = line["path"], as_text(line.get("old")), as_text(line.get("new"))
+    path, old, new = line["path"], value_text(line.get("old")), value_text(line.get("new"))
     if line.get("by") == "refresh hook":  # somebody has asked: nothing has happened
         return None
     if old is None:

@@ -60,11 +60,6 @@ int waitFor(pid_t child) {
     return status;
 }
 
-int exitStatus(int status) {
-    constexpr int kSignalled = 128;
-    return WIFSIGNALED(status) ? kSignalled + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
 void journal(const char* command, int64_t begin, int status, const char* effectFile) {
     constexpr size_t kLongestEffect = 16384;
     std::string effect = firstBytes(effectFile, kLongestEffect);
@@ -83,13 +78,6 @@ void journal(const char* command, int64_t begin, int status, const char* effectF
     }
 }
 
-void dieAs(int status) {
-    if (WIFSIGNALED(status)) {
-        signal(WTERMSIG(status), SIG_DFL);
-        raise(WTERMSIG(status));
-    }
-}
-
 int runJournaled(const char* command, char** words) {
     char effectFile[64];
     snprintf(effectFile, sizeof effectFile, "/run/gateway/effect.%d", getpid());
@@ -105,8 +93,7 @@ int runJournaled(const char* command, char** words) {
     }
     const int status = waitFor(child);
     journal(command, begin, status, effectFile);
-    dieAs(status);
-    return exitStatus(status);
+    return endAs(status);
 }
 
 }  // namespace

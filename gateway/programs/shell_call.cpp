@@ -1,6 +1,8 @@
 #include "shell_call.h"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +13,7 @@ namespace {
 
 constexpr const char* kRealShell = "/bin/dash";
 constexpr const char* kDaemon = "tarn";
+constexpr int kNotRun = 127;
 
 }  // namespace
 
@@ -39,8 +42,21 @@ const char* commandText(int count, char** words) {
     return dashes ? (count > 3 ? words[3] : nullptr) : words[2];
 }
 
+int exitStatus(int status) {
+    constexpr int kSignalled = 128;
+    return WIFSIGNALED(status) ? kSignalled + WTERMSIG(status) : WIFEXITED(status) ? WEXITSTATUS(status) : kNotRun;
+}
+
+int endAs(int status) {
+    if (WIFSIGNALED(status)) {
+        signal(WTERMSIG(status), SIG_DFL);
+        raise(WTERMSIG(status));
+    }
+    return exitStatus(status);
+}
+
 [[noreturn]] void becomeShell(char** words) {
     execv(kRealShell, words);
     fprintf(stderr, "sh: cannot run %s: %s\n", kRealShell, strerror(errno));
-    _exit(127);
+    _exit(kNotRun);
 }

@@ -10,5 +10,10 @@ bool daemonAsks();
 // The real shell does what this one was called for.
 [[noreturn]] void becomeShell(char** words);
 
+// What a shell tells of a command whose status, as of system(), this is.
+int exitStatus(int status);
+// Ends by the signal that ended the command, if one did; else this is what to end with.
+int endAs(int status);
+
 // At most so many; "" when there is no such file.
 std::string firstBytes(const char* path, size_t limit);

@@ -32,6 +32,10 @@ class Observer:
         elif self.header and "at" in line and is_doing(line) and line["kind"] not in ASKED and line.get("path") not in self.carried:
             self.seen.setdefault(words(line), []).append(line)
 
+    def count(self):
+        """How much nobody has asked for yet."""
+        return sum(map(len, self.seen.values()))
+
     def take(self, what):
         """Whether the daemon has done this, once for each time."""
         found = self.seen.get(what)

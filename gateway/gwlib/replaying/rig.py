@@ -90,12 +90,15 @@ class Rig:
 
     def is_idle(self):
         """Whether no thread of the daemon's is under way, and all that it did has been told."""
-        return not self.asks.waiting and self._threads() <= OWN_THREADS and self._nothing_new()
+        return self._is_at_rest() and self._nothing_new()
+
+    def _is_at_rest(self):
+        return not self.asks.waiting and self._threads() <= OWN_THREADS
 
     def _nothing_new(self):
-        before = self.observer.seen if self.observer is None else sum(map(len, self.observer.seen.values()))
+        before = self.observer.count()
         self.loop.turn(0.3)
-        return before == sum(map(len, self.observer.seen.values()))
+        return before == self.observer.count()
 
     def _start_vcmd(self):
         objects = json.loads(revealed(json.dumps(self.recording.objects)))
@@ -123,7 +126,7 @@ class Rig:
         """A daemon that ran already when the recording began has started up."""
         if not self.loop.until(self._has_started, START_SECONDS, self._appease):
             raise Unplayable("the daemon does not complete its start-up")
-        self.loop.until(lambda: not self.asks.waiting and self._threads() <= OWN_THREADS, WALKS_SECONDS, self._appease)
+        self.loop.until(self._is_at_rest, WALKS_SECONDS, self._appease)
 
     def _look_at_led(self):
         """The daemon drives the LED when it changes; so it has to know how it was."""

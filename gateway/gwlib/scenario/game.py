@@ -6,7 +6,7 @@ import time
 from .. import boot, inside, logs, model
 from ..errors import GatewayError
 from ..state import REPOSITORY
-from ..view import View, as_text
+from ..view import View
 from .asker import Asker
 from .paths import REFERENCE, Assignment, Condition
 from .servers import Servers
@@ -83,7 +83,7 @@ class Game:
     def changes(self):
         """(path, new value) of what has been written since the step began."""
         self.look()
-        return [(line["path"], as_text(line.get("new")) or "") for line in self._since() if "path" in line]
+        return [(line["path"], model.value_text(line.get("new")) or "") for line in self._since() if "path" in line]
 
     def colours(self):
         """Those that the LED has had since the step began."""

@@ -1,9 +1,7 @@
 // The /bin/sh of a replay: a command text that the daemon runs is not run. Whoever plays the recording is asked for its
 // result, and answers when the recording has come to it: the status as system() tells it, and what the command printed.
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -33,14 +31,6 @@ std::string ask(const std::string& command) {
     const ssize_t size = asked ? recv(player, answer.data(), answer.size(), 0) : -1;
     answer.resize(size < 0 ? 0 : static_cast<size_t>(size));
     return answer;
-}
-
-int endAs(int status) {
-    if (WIFSIGNALED(status)) {
-        signal(WTERMSIG(status), SIG_DFL);
-        raise(WTERMSIG(status));
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : kNotRun;
 }
 
 }  // namespace
