@@ -7,7 +7,7 @@
 #include <set>
 #include <vector>
 
-#include "recording.h"
+#include "sieve.h"
 #include "verb.h"
 
 namespace vcfgctl {
@@ -22,32 +22,8 @@ struct CloseFile {
 
 struct Line {
     JsonPtr json;
-    std::string kind;
-    int64_t at = 0;
-    int64_t of = 0;
-    uint32_t event = 0;
-    uint32_t cause = 0;
+    Bond bond;
 };
-
-int64_t numberIn(json_object* json, const char* name) {
-    json_object* value = nullptr;
-    return json_object_object_get_ex(json, name, &value) && json_object_is_type(value, json_type_int)
-               ? json_object_get_int64(value)
-               : 0;
-}
-
-Line lineOf(JsonPtr json) {
-    json_object* kind = nullptr;
-    json_object_object_get_ex(json.get(), "kind", &kind);
-    Line line{nullptr,
-              kind != nullptr ? json_object_get_string(kind) : "",
-              numberIn(json.get(), "at"),
-              numberIn(json.get(), "of"),
-              static_cast<uint32_t>(numberIn(json.get(), "event")),
-              static_cast<uint32_t>(numberIn(json.get(), "cause"))};
-    line.json = std::move(json);
-    return line;
-}
 
 class Cutting {
   public:
@@ -76,13 +52,13 @@ class Cutting {
     bool select(uint32_t event) {
         std::map<uint32_t, uint32_t> causes;
         bool isThere = false;
-        for (const Line& line : lines_) {
-            isThere = isThere || line.event == event;
-            if (line.event != 0 && line.cause != 0) {
-                causes.emplace(line.event, line.cause);
+        for (const auto& [json, bond] : lines_) {
+            isThere = isThere || bond.event == event;
+            if (bond.event != 0 && bond.cause != 0) {
+                causes.emplace(bond.event, bond.cause);
             }
         }
-        events_.insert(firstCause(causes, event));
+        chain_.begin(firstCause(causes, event));
         while (spread()) {
         }
         return isThere;
@@ -91,12 +67,15 @@ class Cutting {
     int write(const std::string& name) {
         RecordingFile file;
         const int status = file.open(name);
-        for (size_t each = 0; status == kDone && each < lines_.size(); ++each) {
-            if (isKept(each)) {
-                file.put(lines_[each].json.release());
-            }
+        if (status != kDone) {
+            return status;
         }
-        return status == kDone && !file.takes() ? refuse(name + ": cannot be written") : status;
+        Sieve sieve(file);
+        sieve.chain = chain_;
+        for (Line& line : lines_) {
+            sieve.take(std::move(line.json));
+        }
+        return file.takes() ? kDone : refuse(name + ": cannot be written");
     }
 
   private:
@@ -109,7 +88,8 @@ class Cutting {
         if (lines_.empty() && (version < 1 || version > kRecordingVersion)) {
             return false;
         }
-        lines_.push_back(lineOf(std::move(json)));
+        Bond bond = bondOf(json.get());
+        lines_.push_back({std::move(json), std::move(bond)});
         return true;
     }
 
@@ -123,44 +103,17 @@ class Cutting {
         return event;
     }
 
-    // What an event has sent and begun belongs to it, and so does what it was received as. False when nothing is new.
+    // False when nothing is new.
     bool spread() {
-        const size_t before = events_.size() + messages_.size();
-        for (const Line& line : lines_) {
-            const bool isReceived = line.kind == "received";
-            if (events_.contains(line.event) && isReceived) {
-                messages_.insert(line.of);
-            }
-            if (events_.contains(line.event) && (line.kind == "message" || line.kind == "call")) {
-                messages_.insert(line.at);
-            }
-            if (line.event != 0 && (events_.contains(line.cause) || (isReceived && messages_.contains(line.of)))) {
-                events_.insert(line.event);
-            }
+        const size_t before = chain_.size();
+        for (const auto& [json, bond] : lines_) {
+            chain_.take(bond);
         }
-        return events_.size() + messages_.size() > before;
-    }
-
-    // The kernel's bytes come right before the event that they are.
-    bool isKept(size_t each) const {
-        const Line& line = lines_[each];
-        if (each == 0 || line.kind == "object" || line.kind == "begin" || line.kind == "end" || line.kind == "lost") {
-            return true;
-        }
-        if (line.kind == "datagram") {
-            for (size_t next = each + 1; next < lines_.size(); ++next) {
-                if (lines_[next].kind == "kernel") {
-                    return events_.contains(lines_[next].event);
-                }
-            }
-        }
-        const bool isMessage = line.kind == "message" || line.kind == "call";
-        return events_.contains(line.event) || (isMessage && messages_.contains(line.at));
+        return chain_.size() > before;
     }
 
     std::vector<Line> lines_;
-    std::set<uint32_t> events_;
-    std::set<int64_t> messages_;
+    Belonging chain_;
 };
 
 }  // namespace

@@ -9,6 +9,11 @@ const char kRecordHelp[] =
     "No password, PIN or key gets into it. - is standard output.\n"
     "\n"
     "  --for SECONDS      ends after so many seconds\n"
+    "  --only EVENT       only what comes of one event: of that with this number, as 'trace' shows it, or of each "
+    "from\n"
+    "                     now on that has this text in it (a kernel event, a message or its payload, a timer), and "
+    "what\n"
+    "                     the model was meanwhile\n"
     "  --cut EVENT IN OUT cuts a recording to what the event belongs to: its first cause and all that came of it\n";
 
 const char kWhyHelp[] =

@@ -20,6 +20,8 @@ class Notes {
 
   private:
     json_object* received(const Copy& copy, std::string_view envelope, int64_t beganUs);
+    json_object* said(const Copy& copy, const std::string& log, std::string_view text, int64_t beganUs) const;
+    json_object* hookEnded(const Copy& copy, const std::string& hook, std::string_view said, int64_t beganUs) const;
 
     Chains& chains_;
     const Hidden& hidden_;

@@ -15,6 +15,8 @@
 namespace vcfgctl {
 
 inline constexpr int kRecordingVersion = 1;
+// Who has made a change that is not told more of: it came of what was left out.
+inline constexpr const char* kElsewhere = "elsewhere";
 
 // Where the lines go: a file that only its owner may read, or standard output ("-").
 class RecordingFile {

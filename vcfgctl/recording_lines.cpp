@@ -103,6 +103,7 @@ json_object* headerLine(int64_t beganUs) {
     json_object_object_add(line, "t_mono_us", json_object_new_int64(beganUs));
     addText(line, "clock", timeOfDay());
     json_object_object_add(line, "daemon", daemon.isThere() ? json_object_new_int(daemon.process) : nullptr);
+    json_object_object_add(line, "logs", json_object_new_boolean(1));
     return line;
 }
 

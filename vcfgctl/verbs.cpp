@@ -37,7 +37,9 @@ const option kTraceOptions[] = {{"event", required_argument, nullptr, 0},   {"pr
                                 {"since", required_argument, nullptr, 0},   {"follow", no_argument, nullptr, 0},
                                 {"timeout", required_argument, nullptr, 0}, {"browser", required_argument, nullptr, 0}};
 
-const option kRecordOptions[] = {{"for", required_argument, nullptr, 0}, {"cut", required_argument, nullptr, 0}};
+const option kRecordOptions[] = {{"for", required_argument, nullptr, 0},
+                                 {"only", required_argument, nullptr, 0},
+                                 {"cut", required_argument, nullptr, 0}};
 
 const Verb kVerbs[] = {
     {"get", "[--refresh] [--show-secrets] [--json] PATH...", "prints parameters", kGetHelp, kGetOptions, runGet, true},
@@ -67,8 +69,8 @@ const Verb kVerbs[] = {
      "[--endpoint ENDPOINT]... [--type TYPE]... [--count N] [--timeout MS]\n"
      "                       [--show-secrets] [--json]",
      "prints the messages that pass on the bus", kMonitorHelp, kMonitorOptions, runMonitor},
-    {"record", "[--for SECONDS] FILE | --cut EVENT IN OUT", "writes down what happens, to be replayed", kRecordHelp,
-     kRecordOptions, runRecord},
+    {"record", "[--for SECONDS] [--only EVENT] FILE | --cut EVENT IN OUT", "writes down what happens, to be replayed",
+     kRecordHelp, kRecordOptions, runRecord},
     {"why", "[--full] [--json] PATH... | --not PATH=VALUE | --ran TEXT", "says how a parameter came to have its value",
      kWhyHelp, kWhyOptions, runWhy, true},
     {"trace",

@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* kRealShell = "/bin/dash";
 constexpr const char* kDaemon = "tarn";
-constexpr int kNotRun = 127;
 
 }  // namespace
 

@@ -10,6 +10,8 @@ bool daemonAsks();
 // The real shell does what this one was called for.
 [[noreturn]] void becomeShell(char** words);
 
+// The exit status of a shell that could not run the command.
+inline constexpr int kNotRun = 127;
 // What a shell tells of a command whose status, as of system(), this is.
 int exitStatus(int status);
 // Ends by the signal that ended the command, if one did; else this is what to end with.

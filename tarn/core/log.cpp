@@ -1,5 +1,7 @@
 #include "core/log.h"
 
+#include <vcfg/recorder.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdint>
@@ -106,7 +108,10 @@ void framework(int level, const char* source, int line, const char* function, co
 void system(int priority, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    tellOrLose(format, arguments, [priority](const std::string& text) { os::systemLog(priority, text); });
+    tellOrLose(format, arguments, [priority](const std::string& text) {
+        vcfgEventSaid("syslog", priority, text.data(), text.size());
+        os::systemLog(priority, text);
+    });
     va_end(arguments);
 }
 
@@ -117,6 +122,7 @@ void print(const char* format, ...) {
         if (text.empty() || text.back() != '\n') {
             text.push_back('\n');
         }
+        vcfgEventSaid("stdout", LOG_INFO, text.data(), text.size());
         os::standardOutput(text);
     });
     va_end(arguments);

@@ -13,4 +13,6 @@ uint32_t vcfgEventCurrent(void) {
 
 void vcfgEventStep(const char*, const char*, int, const void*, size_t) {}
 
+void vcfgEventSaid(const char*, int, const char*, size_t) {}
+
 void vcfgEventPlace(const char*, int) {}

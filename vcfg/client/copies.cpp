@@ -181,6 +181,7 @@ void copyNote(const Note& note) {
     const std::string_view bytes = note.bytes.substr(0, VCFG_MSG_PAYLOAD_MAX - texts);
     vcfg_msg_t envelope{};
     envelope.oid = note.cause;
+    envelope.srcEid = note.forEid;
     envelope.length = static_cast<uint16_t>(texts + bytes.size());
     iovec parts[] = {partOf(&header, sizeof header),     partOf(&envelope, VCFG_MSG_HEADER_SIZE),
                      partOf(kind.data(), kind.size()),   partOf("", 1),

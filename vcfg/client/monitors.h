@@ -61,6 +61,7 @@ struct Note {
     int result;
     uint32_t cause;  // of an event; the `oid` of the copy
     std::string_view bytes;
+    uint8_t forEid = 0;  // whom it was done for, when that was another; the `srcEid` of the copy
 };
 // Whether anybody asks for such.
 inline bool isRecorded() {

@@ -17,6 +17,7 @@
 #include "endpoint.h"
 #include "json_text.h"
 #include "log_level.h"
+#include "monitors.h"
 #include "quiet_write.h"
 #include "run_dir.h"
 
@@ -121,11 +122,22 @@ void toStderr(const Line& line) {
     writeQuietly(STDERR_FILENO, text, size < sizeof text ? size : sizeof text - 1);
 }
 
+// Who records gets the line, too; but none of what is said about the way to him.
+void tell(const Line& line) {
+    thread_local bool isTelling = false;
+    if (!isTelling && bus::isRecorded()) {
+        isTelling = true;
+        bus::copyNote({bus::Passing::Step, "log", "vlog", line.level, 0, line.text});
+        isTelling = false;
+    }
+}
+
 void write(const Line& line) {
     static Collector& collector = *new Collector;  // other threads may log until the process has gone
     if (!collector.take(toJson(line))) {
         toStderr(line);
     }
+    tell(line);
 }
 
 }  // namespace

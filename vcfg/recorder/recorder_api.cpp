@@ -72,6 +72,10 @@ void vcfgEventStep(const char* kind, const char* what, int result, const void* b
     tell(vcfg::bus::Passing::Step, kind, what, result, 0, bytes, size);
 }
 
+void vcfgEventSaid(const char* log, int level, const char* text, size_t size) {
+    tell(vcfg::bus::Passing::Step, "log", log, level, 0, text, size);
+}
+
 void vcfgEventPlace(const char* file, int line) {
     recorder::place(file, line);
 }

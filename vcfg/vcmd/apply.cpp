@@ -36,18 +36,20 @@ void report(const HookRun& run) {
     }
 }
 
-HookJob jobFor(std::string program, const Edited& one) {
+HookJob jobFor(std::string program, const Edited& one, uint8_t forEid) {
     const char* const action = one.fate == Fate::Came ? "add" : one.fate == Fate::Went ? "del" : "set";
-    return {
-        HookKind::Apply, {std::move(program), action, model::path(*one.object, one.iid), textOf(one), false}, report};
+    HookCall call{std::move(program), action, model::path(*one.object, one.iid), textOf(one), false};
+    call.forEid = forEid;
+    return {HookKind::Apply, std::move(call), report};
 }
 
 // VCFG_ERR_FULL when they cannot all wait.
-int jobsFor(const Vcmd& vcmd, const std::vector<Edited>& edited, std::vector<HookJob>* jobs, std::string* why) {
+int jobsFor(const Vcmd& vcmd, const std::vector<Edited>& edited, uint8_t forEid, std::vector<HookJob>* jobs,
+            std::string* why) {
     for (const Edited& one : edited) {
         std::string program = hookProgram(vcmd.hooks, HookKind::Apply, *one.object);
         if (!program.empty()) {
-            jobs->push_back(jobFor(std::move(program), one));
+            jobs->push_back(jobFor(std::move(program), one, forEid));
         }
     }
     if (jobs->size() > hookRoom(vcmd.hooks, HookKind::Apply)) {
@@ -139,7 +141,7 @@ void changeModel(Vcmd& vcmd, Staged& staged, Apply apply, const Replacement& rep
         jobs.clear();
         int done = replacement(&edited, &why);
         if (done == VCFG_OK && apply != Apply::None) {
-            done = jobsFor(vcmd, edited, &jobs, &why);
+            done = jobsFor(vcmd, edited, staged.request.message->srcEid, &jobs, &why);
         }
         if (done == VCFG_OK) {
             for (const Edited& one : edited) {

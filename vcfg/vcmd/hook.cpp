@@ -118,9 +118,7 @@ bool isOurs(const std::string& program) {
 }
 
 void noteStart(HookRun& run) {
-    const HookCall& call = run.call;
-    const std::string program = call.program.substr(call.program.rfind('/', call.program.rfind('/') - 1) + 1);
-    const uint32_t before = recorder::begin("hook", call.cause, program + " " + call.action + " " + call.path);
+    const uint32_t before = recorder::begin("hook", run.call.cause, titleOf(run.call));
     run.event = recorder::current();
     recorder::end(before);
 }
@@ -179,6 +177,11 @@ void takeEnd(HookRun& run, int status) {
 
 }  // namespace
 
+std::string titleOf(const HookCall& call) {
+    const size_t folder = call.program.rfind('/', call.program.rfind('/') - 1) + 1;
+    return call.program.substr(folder) + " " + call.action + " " + call.path;
+}
+
 bool startHook(HookCall call, uint32_t limitMs, HookRun& run) {
     run.call = std::move(call);
     noteStart(run);
@@ -235,6 +238,7 @@ bool reapHook(HookRun& run) {
         return false;
     }
     run.pid = -1;
+    run.status = status;
     try {
         takeEnd(run, status);
     } catch (const std::bad_alloc&) {

@@ -20,6 +20,7 @@ struct HookCall {
     std::string input;    // for its standard input
     bool wantsOutput;     // its standard output is the result; else it goes nowhere
     uint32_t cause = 0;   // the recorder's event that it is run for
+    uint8_t forEid = 0;   // who has asked for it
 };
 
 struct HookRun {
@@ -32,7 +33,11 @@ struct HookRun {
     Complaint complaint;
     Deadline deadline = Deadline::never();
     std::string failure;  // why it failed; empty while nothing has
+    int status = -1;      // as waitpid() tells it; -1 while it has none
 };
+
+// What is run, for people: "apply/IP.Interface.{i} set IP.Interface.1".
+std::string titleOf(const HookCall& call);
 
 // Starts the hook; false with run.failure set when that is impossible.
 bool startHook(HookCall call, uint32_t limitMs, HookRun& run);

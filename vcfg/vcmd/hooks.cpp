@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 
+#include "client/monitors.h"
 #include "recorder/events.h"
 
 namespace vcfg::vcmd {
@@ -39,9 +40,22 @@ bool startNow(Hooks& hooks, Hooks::Running& running) {
     }
 }
 
+// To those who record: whoever plays the recording answers the same in its place.
+void tell(const HookRun& run) {
+    try {
+        if (bus::isRecorded()) {
+            bus::copyNote({bus::Passing::Step, "hook", titleOf(run.call), run.status, run.call.cause,
+                           run.complaint.line(), run.call.forEid});
+        }
+    } catch (const std::bad_alloc&) {
+        // The recording has a gap there.
+    }
+}
+
 // What is done with it belongs to its event.
 void conclude(Hooks::Running& ended) {
     const recorder::Resumed resumed(ended.run.event);
+    tell(ended.run);
     if (!ended.run.failure.empty()) {
         recorder::step(recorder::Lane::Lasting, "failed", ended.run.failure, 1);
     }

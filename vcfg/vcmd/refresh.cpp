@@ -48,6 +48,7 @@ void startRefresh(Vcmd& vcmd, Staged& staged, const model::Object& object, const
     const store::JsonPtr values = store::recordJson(object, record);
     HookCall call{std::move(program), "get", model::path(object, staged.request.message->objIid),
                   store::textOf(values.get()), true};
+    call.forEid = staged.request.message->srcEid;
     // Shared, as a std::function wants to be copyable.
     auto request = std::make_shared<Staged>();
     HookJob job{HookKind::Refresh, std::move(call), [&vcmd, request](const HookRun& run) {

@@ -2,14 +2,15 @@
 import json
 import re
 
+from . import said
 from .recording import DAEMON_AUTHORS, DAEMON_EIDS
 
-TIME = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(?:\.\d+)?Z?")
 OWN_NUMBER = re.compile(r"^echo \d+ > /proc/kmonitor/user_pid$")
 KERNEL = re.compile(r"/lib/modules/[^/ ]+/")
 MOMENTS = ("LastChange",)  # parameters that say when, in seconds since the start of the system
 SECONDS_SINCE_1970 = range(1_600_000_000, 2_100_000_000)
 PASSING = ("message", "call", "reply", "failed")
+ABOUT = {"file": "reads", "signal": "signals process", "hook": "has the hook run:"}
 
 
 def is_doing(line):
@@ -17,7 +18,9 @@ def is_doing(line):
     kind = line["kind"]
     if kind == "change":
         return line["by"] in DAEMON_AUTHORS
-    return kind in ("command", "file", "signal") or (kind in PASSING and line["program"] == "tarn")
+    if kind == "hook":
+        return line.get("for") in DAEMON_EIDS and line.get("what", "").startswith("apply/")
+    return kind in ("command", "file", "signal") or (kind in (*PASSING, "log") and line["program"] == "tarn")
 
 
 def refreshed(lines):
@@ -32,8 +35,10 @@ def subject(line):
         return f"writes {line['path']}"
     if kind == "command":
         return f"runs {_command(line['what'])}"
-    if kind in ("file", "signal"):
-        return f"{'reads' if kind == 'file' else 'signals process'} {line['what']}"
+    if kind in ABOUT:
+        return f"{ABOUT[kind]} {line['what']}"
+    if kind == "log":
+        return f"says in {line['log']} {said.outline(line.get('text', ''))}"
     words = {"message": "sends", "call": "asks", "reply": "answers", "failed": "cannot reach"}
     return f"{words[kind]} endpoint {line['to']}: {line.get('name') or line['type']}"
 
@@ -45,7 +50,9 @@ def words(line):
         return f"{subject(line)}: {_value(line, 'old')} -> {_value(line, 'new')}"
     if kind in PASSING:
         code = f" code {line['code']}" if line.get("code") else ""
-        return f"{subject(line)}{code} {_timeless(line.get('text') or line.get('hex', ''))}".rstrip()
+        return f"{subject(line)}{code} {said.without_times(line.get('text') or line.get('hex', ''))}".rstrip()
+    if kind == "log":
+        return f"says in {line['log']} ({line.get('level', 0)}): {said.timeless(line.get('text') or line.get('hex', ''))}"
     return subject(line)
 
 
@@ -55,11 +62,7 @@ def _value(line, name):
         return "(up-time)"
     if isinstance(value, int) and value in SECONDS_SINCE_1970:
         return "(time)"
-    return _timeless(json.dumps(value))
-
-
-def _timeless(text):
-    return TIME.sub("(time)", text)
+    return said.without_times(json.dumps(value))
 
 
 def _command(text):
@@ -75,6 +78,8 @@ def arrival(line):
         return f"kernel event {data[16:].split(bytes(1))[0].decode(errors='replace')}"
     if kind == "change":
         return f"{line['by']} writes {line['path']}: {json.dumps(line.get('new'))}"
+    if kind == "hook":
+        return f"hook {line.get('what', '')} has ended with {line.get('result', 0)}"
     if kind in PASSING:
         what = "answers" if kind == "reply" else "sends"
         return f"{line['program'] or line['from']} {what} endpoint {line['to']}: {line.get('name') or line['type']} {line.get('text', '')}".rstrip()

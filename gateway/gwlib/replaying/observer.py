@@ -5,12 +5,13 @@ import subprocess
 
 from .doings import is_doing, subject, words
 
-ASKED = ("command", "signal")  # known as soon as they are asked for
+ASKED = ("command", "signal", "hook")  # known as soon as they are asked for
 
 
 class Observer:
-    def __init__(self, loop, carried):
+    def __init__(self, loop, carried, with_logs):
         self.loop, self.carried = loop, carried
+        self.unheard = ASKED if with_logs else (*ASKED, "log")
         self.seen = {}  # words: the lines that nobody has asked for yet
         self.header = None
         self.rest = b""
@@ -29,7 +30,7 @@ class Observer:
     def _note(self, line):
         if "recording" in line:
             self.header = line
-        elif self.header and "at" in line and is_doing(line) and line["kind"] not in ASKED and line.get("path") not in self.carried:
+        elif self.header and "at" in line and is_doing(line) and line["kind"] not in self.unheard and line.get("path") not in self.carried:
             self.seen.setdefault(words(line), []).append(line)
 
     def count(self):

@@ -5,6 +5,7 @@ import time
 
 from . import doings
 from .doings import is_doing, reaches, subject, words
+from .observer import ASKED
 
 PATIENCE = 20  # seconds for a step of the daemon's, beyond the time that it took then
 SHORT_PATIENCE = 2  # once something is different
@@ -28,6 +29,7 @@ class Player:
         self.differences = []
         self.steps = 0
         self.passed = []
+        self.owed = []  # log lines, each with how much had passed
         self.began = time.monotonic()
         self.last_us = 0
 
@@ -50,8 +52,10 @@ class Player:
         if line["kind"] != "change" or not reaches(line):
             self.rig.model.flush()
         if reaches(line):
+            self._hear()
             self._feed(line)
         elif line["kind"] == "reply" and line["to"] in doings.DAEMON_EIDS and line["program"] not in ("tarn", "vcmd"):
+            self._hear()
             self._answer(line)
         elif is_doing(line):
             self._expect(line)
@@ -74,12 +78,24 @@ class Player:
 
     def _expect(self, line):
         self.steps += 1
+        if line["kind"] == "log":
+            self.owed.append((line, len(self.passed)))
+        else:
+            self._await(line, len(self.passed))
+
+    def _hear(self):
+        """A log line is waited for before the next thing reaches the daemon: each by itself would hold up the replay."""
+        for line, place in self.owed:
+            self._await(line, place)
+        self.owed = []
+
+    def _await(self, line, place):
         what = words(line)
         self.coming[what] -= 1
         if self.early[what] > 0:
             self.early[what] -= 1
             return
-        if line["kind"] in ("command", "signal"):
+        if line["kind"] in ASKED:
             done = self.rig.loop.until(lambda: self.rig.asks.of(what), self._patience(line), self._relieve)
             if done:
                 self.rig.asks.answer(done, line)
@@ -88,10 +104,10 @@ class Player:
             if line["kind"] == "file":
                 self.rig.files.read(line)
         if not done:
-            self._differ(line, f"has not happened: {what}")
+            self._differ(f"has not happened: {what}", line, place)
         elif isinstance(done, str):
             self.rig.observer.take(done)
-            self._differ(line, f"has happened otherwise: {what}\n             now: {done}")
+            self._differ(f"has happened otherwise: {what}\n             now: {done}", line, place)
 
     def _instead(self, line):
         return self.rig.observer.other(subject(line), lambda other: self.coming[other] > 0)
@@ -105,7 +121,7 @@ class Player:
         for number, (asked, _) in list(self.rig.asks.waiting.items()):
             if self.coming[asked] <= self.early[asked]:
                 self.rig.asks.answer(number, None)
-                self._differ(None, f"was not in the recording: {asked}")
+                self._differ(f"was not in the recording: {asked}")
             elif waited > STUCK_SECONDS:
                 self.rig.asks.answer(number, self._due(asked))
                 self.early[asked] += 1
@@ -116,16 +132,17 @@ class Player:
         later = [line for line in self.lines[len(self.passed):] if is_doing(line) and words(line) == asked]
         return later[min(self.early[asked], len(later) - 1)] if later else None
 
-    def _differ(self, line, text):
+    def _differ(self, text, line=None, place=None):
         at = line["at"] if line else self.last_us
-        self.differences.append(Difference(at, text, led_there(self.passed)))
+        self.differences.append(Difference(at, text, led_there(self.passed[:place])))
 
     def _look_for_more(self):
         """Until the daemon has nothing left to do."""
+        self._hear()
         self.rig.loop.until(self.rig.is_idle, PATIENCE, self._relieve)
         for what, lines in self.rig.observer.seen.items():
             for _ in lines:
-                self._differ(None, f"was not in the recording: {what}")
+                self._differ(f"was not in the recording: {what}")
 
 
 def led_there(passed):

@@ -7,8 +7,8 @@ LONGEST_LINE = 1 << 20
 MOST_LINES = 1 << 20
 DAEMON_EIDS = (2, 66)
 DAEMON_AUTHORS = tuple(f"eid {eid}" for eid in DAEMON_EIDS)
-NUMBERS = ("at", "from", "to", "id", "code", "oid", "result", "event", "cause", "for")
-TEXTS = ("kind", "path", "by", "program", "what", "type", "text", "hex", "iid", "name")
+NUMBERS = ("at", "from", "to", "id", "code", "oid", "result", "event", "cause", "for", "level")
+TEXTS = ("kind", "path", "by", "program", "what", "type", "text", "hex", "iid", "name", "log")
 
 
 class Unreadable(Exception):
@@ -24,6 +24,11 @@ class Recording:
     def is_warm(self):
         """The daemon ran already when the recording began."""
         return self.header["daemon"] is not None
+
+    @property
+    def has_logs(self):
+        """Log lines were recorded, too; an older release told none."""
+        return self.header.get("logs") is True
 
     def length_us(self):
         return self.lines[-1]["at"] if self.lines else 0
@@ -106,7 +111,7 @@ def _check(number, line):
     for name in TEXTS:
         if name in line and not isinstance(line[name], str):
             raise Unreadable(f"line {number}: \"{name}\" is no text")
-    needed = {"object": ("path",), "change": ("path", "by"), "message": ENDS, "call": ENDS, "reply": ENDS, "failed": ENDS}
+    needed = {"object": ("path",), "change": ("path", "by"), "message": ENDS, "call": ENDS, "reply": ENDS, "failed": ENDS, "log": ("program", "log")}
     kind = line.get("kind")
     missing = [name for name in ("kind", *needed.get(kind, ()), *(() if kind == "object" else ("at",))) if name not in line]
     if missing:

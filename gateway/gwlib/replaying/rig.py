@@ -10,9 +10,10 @@ import subprocess
 from . import bus
 from .asks import Asks
 from .doings import refreshed, subject
+from .hooks import HOOKS, place_hooks
 from .loop import Loop
 from .neighbours import Neighbours
-from .observer import Observer
+from .observer import ASKED, Observer
 from .others import Files, Model
 from .player import REGISTRATION
 
@@ -26,6 +27,7 @@ SNAPSHOT = pathlib.Path("/run/gateway/snapshot.json")
 MOMENT = "/run/gateway/replay-clock"
 OUTPUT = pathlib.Path("/run/gateway/daemon.txt")
 OWN_THREADS = 4
+HOOK_SECONDS = "3600"  # a hook waits for its place in the recording
 
 
 class Unplayable(Exception):
@@ -73,7 +75,7 @@ class Rig:
             self._settle()
             subprocess.run(["vcfgctl", "load", "--no-apply", str(SNAPSHOT)], check=False)
             self._look_at_led()
-        self.observer = Observer(self.loop, refreshed(self.recording.lines))
+        self.observer = Observer(self.loop, refreshed(self.recording.lines), self.recording.has_logs)
         if not self.loop.until(lambda: self.observer.header, START_SECONDS):
             raise Unplayable("nobody can look at the bus")
         if self.observer.header["model"] != self.recording.header["model"]:
@@ -103,9 +105,8 @@ class Rig:
     def _start_vcmd(self):
         objects = json.loads(revealed(json.dumps(self.recording.objects)))
         SNAPSHOT.write_text(json.dumps({"version": 1, "objects": objects}), encoding="utf-8")
-        for kind in ("apply", "refresh"):
-            pathlib.Path(f"/run/gateway/hooks/{kind}").mkdir(parents=True, exist_ok=True)
-        done = subprocess.run(["vcmd", "--hook-dir", "/run/gateway/hooks", "--defaults", str(SNAPSHOT)],
+        place_hooks(self.recording.lines)
+        done = subprocess.run(["vcmd", "--hook-dir", str(HOOKS), "--hook-timeout", HOOK_SECONDS, "--defaults", str(SNAPSHOT)],
                               capture_output=True, text=True, check=False)
         if done.returncode != 0:
             said = done.stderr.strip().splitlines()
@@ -151,7 +152,7 @@ class Rig:
         if not self.first:
             self.first = {True: None}
             for line in self.recording.lines:
-                if line["kind"] in ("command", "signal"):
+                if line["kind"] in ASKED:
                     self.first.setdefault(subject(line), line)
         for number, (asked, _) in list(self.asks.waiting.items()):
             self.asks.answer(number, self.first.get(asked))

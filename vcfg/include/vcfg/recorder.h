@@ -31,6 +31,10 @@ uint32_t vcfgEventCurrent(void);
 /* The thread has done something: run a command, read a file. `result` is what came of it. */
 void vcfgEventStep(const char* kind, const char* what, int result, const void* bytes, size_t size);
 
+/* The thread has written a line to its log of that name ("syslog", "stdout"), at a level as of <syslog.h>. What goes to
+   vlog_log_f is told without it. Lines are for those who record whole arrivals; the ring keeps none. */
+void vcfgEventSaid(const char* log, int level, const char* text, size_t size);
+
 /* Where in the program's source the data-model operation is asked for that comes next in this thread. `file` is a
    constant. */
 void vcfgEventPlace(const char* file, int line);

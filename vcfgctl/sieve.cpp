@@ -1,0 +1,51 @@
+#include "sieve.h"
+
+namespace vcfgctl {
+
+bool Sieve::begins(const Bond& bond, json_object* line) const {
+    if (text_.empty() || (!bond.isMessage() && bond.kind != "kernel" && bond.kind != "timer")) {
+        return false;
+    }
+    for (const char* name : {"what", "name", "type", "text"}) {
+        if (textIn(line, name).find(text_) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// What came of something else was there all the same when the chain went on. What readers brought up to date comes
+// again by itself.
+void Sieve::takeChange(JsonPtr line, bool belongs) {
+    if (!belongs && json_object_object_get_ex(line.get(), "for", nullptr)) {
+        return;
+    }
+    if (!belongs) {
+        json_object_object_add(line.get(), "by", json_object_new_string(kElsewhere));
+    }
+    file_.put(line.release());
+}
+
+void Sieve::take(JsonPtr line) {
+    const Bond bond = bondOf(line.get());
+    if (begins(bond, line.get())) {
+        bond.isMessage() ? chain.beginWithMessage(bond.at) : chain.begin(bond.event);
+    }
+    const bool belongs = chain.take(bond);
+    if (bond.kind == "datagram") {
+        datagram_ = std::move(line);
+        return;
+    }
+    const JsonPtr datagram = bond.kind == "kernel" ? std::move(datagram_) : nullptr;
+    if (bond.kind == "change") {
+        takeChange(std::move(line), belongs);
+    } else if (belongs || bond.kind.empty() || bond.kind == "object" || bond.kind == "begin" || bond.kind == "end" ||
+               bond.kind == "lost") {
+        if (datagram != nullptr) {
+            file_.put(json_object_get(datagram.get()));
+        }
+        file_.put(line.release());
+    }
+}
+
+}  // namespace vcfgctl

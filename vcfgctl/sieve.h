@@ -1,0 +1,31 @@
+// Lets through of a recording what belongs to a chain, and what has to be there to play it.
+#pragma once
+
+#include <string>
+
+#include "belonging.h"
+#include "recording.h"
+
+namespace vcfgctl {
+
+class Sieve {
+  public:
+    explicit Sieve(RecordingFile& file) : file_(file) {}
+
+    // The chain that is wanted; before any line.
+    Belonging chain;
+    // As they happen: each thing that reaches somebody and has this text in it begins a chain, too.
+    void beginWith(const std::string& text) { text_ = text; }
+
+    void take(JsonPtr line);
+
+  private:
+    bool begins(const Bond& bond, json_object* line) const;
+    void takeChange(JsonPtr line, bool belongs);
+
+    RecordingFile& file_;
+    std::string text_;
+    JsonPtr datagram_;  // comes right before the event that it is
+};
+
+}  // namespace vcfgctl
