@@ -20,7 +20,9 @@ def is_doing(line):
         return line["by"] in DAEMON_AUTHORS
     if kind == "hook":
         return line.get("for") in DAEMON_EIDS and line.get("what", "").startswith("apply/")
-    return kind in ("command", "file", "signal") or (kind in (*PASSING, "log") and line["program"] == "tarn")
+    if kind == "log":
+        return line["program"] == "tarn" and not said.tells_speed(line.get("text", ""))
+    return (kind in ("command", "file", "signal") and "what" in line) or (kind in PASSING and line["program"] == "tarn")
 
 
 def refreshed(lines):
@@ -51,6 +53,8 @@ def words(line):
     if kind in PASSING:
         code = f" code {line['code']}" if line.get("code") else ""
         return f"{subject(line)}{code} {said.without_times(line.get('text') or line.get('hex', ''))}".rstrip()
+    if kind == "hook":
+        return f"{subject(line)}, which ends with {line.get('result', 0)} {line.get('text', '')}".rstrip()
     if kind == "log":
         return f"says in {line['log']} ({line.get('level', 0)}): {said.timeless(line.get('text') or line.get('hex', ''))}"
     return subject(line)

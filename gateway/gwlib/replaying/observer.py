@@ -6,12 +6,13 @@ import subprocess
 from .doings import is_doing, subject, words
 
 ASKED = ("command", "signal", "hook")  # known as soon as they are asked for
+TOLD_TOO = ("hook",)  # and what vcmd takes them for, when they have ended
 
 
 class Observer:
     def __init__(self, loop, carried, with_logs):
         self.loop, self.carried = loop, carried
-        self.unheard = ASKED if with_logs else (*ASKED, "log")
+        self.unheard = {*ASKED, *(() if with_logs else ("log",))} - {*TOLD_TOO}
         self.seen = {}  # words: the lines that nobody has asked for yet
         self.header = None
         self.rest = b""

@@ -4,6 +4,7 @@ import pathlib
 import subprocess
 
 PLACES = ("/tmp/", "/var/", "/run/", "/etc/", "/data/", "/proc/tc3162/", "/proc/sys/")
+SWITCHES, SWITCHES_PLACE = "/proc/sys/", "/run/gateway/replay-files"  # they cannot be written where they are
 
 
 class Model:
@@ -72,7 +73,7 @@ class Files:
 
     def _place(self, path):
         line = self.coming[path][0]
-        file = pathlib.Path(path)
+        file = pathlib.Path(SWITCHES_PLACE + path if path.startswith(SWITCHES) else path)
         with contextlib.suppress(OSError):
             if line.get("result", 0) < 0:
                 file.unlink(missing_ok=True)

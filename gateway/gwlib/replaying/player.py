@@ -6,11 +6,11 @@ import time
 from . import doings
 from .doings import is_doing, reaches, subject, words
 from .observer import ASKED
+from .steps import LATER, arranged, led_there, names
 
 PATIENCE = 20  # seconds for a step of the daemon's, beyond the time that it took then
 SHORT_PATIENCE = 2  # once something is different
 STUCK_SECONDS = 0.5  # then a command gets its result before its turn: another thread may have to go on first
-DOINGS_SHOWN, ARRIVALS_SHOWN = 6, 2  # before a difference
 REGISTRATION = "/run/gateway/registered"
 
 
@@ -24,12 +24,12 @@ class Player:
         carried = doings.refreshed(recording.lines)
         self.lines = arranged([line for line in recording.lines if not is_doing(line) or line.get("path") not in carried])
         self.rig, self.fast = rig, fast
-        self.coming = collections.Counter(words(line) for line in self.lines if is_doing(line))
+        self.coming = collections.Counter(name for line in self.lines if is_doing(line) for name in names(line))
         self.early = collections.Counter()  # commands that got their result before their turn
         self.differences = []
         self.steps = 0
         self.passed = []
-        self.owed = []  # log lines, each with how much had passed
+        self.owed = []  # what holds up nothing, each with how much had passed
         self.began = time.monotonic()
         self.last_us = 0
 
@@ -78,31 +78,40 @@ class Player:
 
     def _expect(self, line):
         self.steps += 1
-        if line["kind"] == "log":
-            self.owed.append((line, len(self.passed)))
-        else:
-            self._await(line, len(self.passed))
+        place, kind = len(self.passed), line["kind"]
+        if kind in ASKED and not self._serve(line, place):
+            return
+        if kind in LATER:
+            self.owed.append((line, place))
+        elif kind not in ASKED:
+            self._see(line, place)
 
     def _hear(self):
-        """A log line is waited for before the next thing reaches the daemon: each by itself would hold up the replay."""
+        """What holds up nothing is waited for before the next thing reaches the daemon: one by one it would slow the replay."""
         for line, place in self.owed:
-            self._await(line, place)
+            self._see(line, place)
         self.owed = []
 
-    def _await(self, line, place):
-        what = words(line)
+    def _serve(self, line, place):
+        """Whether somebody has asked for that, and has its result now."""
+        what = subject(line)
         self.coming[what] -= 1
         if self.early[what] > 0:
             self.early[what] -= 1
-            return
-        if line["kind"] in ASKED:
-            done = self.rig.loop.until(lambda: self.rig.asks.of(what), self._patience(line), self._relieve)
-            if done:
-                self.rig.asks.answer(done, line)
+            return True
+        asker = self.rig.loop.until(lambda: self.rig.asks.of(what), self._patience(line), self._relieve)
+        if asker:
+            self.rig.asks.answer(asker, line)
         else:
-            done = self.rig.loop.until(lambda: self.rig.observer.take(what) or self._instead(line), self._patience(line), self._relieve)
-            if line["kind"] == "file":
-                self.rig.files.read(line)
+            self._differ(f"has not happened: {what}", line, place)
+        return asker
+
+    def _see(self, line, place):
+        what = words(line)
+        self.coming[what] -= 1
+        done = self.rig.loop.until(lambda: self.rig.observer.take(what) or self._instead(line), self._patience(line), self._relieve)
+        if line["kind"] == "file":
+            self.rig.files.read(line)
         if not done:
             self._differ(f"has not happened: {what}", line, place)
         elif isinstance(done, str):
@@ -129,7 +138,7 @@ class Player:
 
     def _due(self, asked):
         """The recorded line that gives the next result of this command."""
-        later = [line for line in self.lines[len(self.passed):] if is_doing(line) and words(line) == asked]
+        later = [line for line in self.lines[len(self.passed):] if is_doing(line) and subject(line) == asked]
         return later[min(self.early[asked], len(later) - 1)] if later else None
 
     def _differ(self, text, line=None, place=None):
@@ -143,22 +152,3 @@ class Player:
         for what, lines in self.rig.observer.seen.items():
             for _ in lines:
                 self._differ(f"was not in the recording: {what}")
-
-
-def led_there(passed):
-    """What the daemon did last, and what reached it before."""
-    done = [index for index, line in enumerate(passed) if is_doing(line)][-DOINGS_SHOWN:]
-    reached = [index for index, line in enumerate(passed) if reaches(line)][-ARRIVALS_SHOWN:]
-    return [passed[index] for index in sorted({*done, *reached})]
-
-
-def arranged(lines):
-    """Values that the daemon had refreshed are there before what made it ask."""
-    result = []
-    for line in lines:
-        if line["kind"] == "change" and line.get("for") in doings.DAEMON_EIDS:
-            place = next((index for index in range(len(result), 0, -1) if reaches(result[index - 1]) and "for" not in result[index - 1]), 0)
-            result.insert(max(0, place - 1), line)
-        else:
-            result.append(line)
-    return result

@@ -9,7 +9,7 @@ import subprocess
 
 from . import bus
 from .asks import Asks
-from .doings import refreshed, subject
+from .doings import is_doing, refreshed, subject
 from .hooks import HOOKS, place_hooks
 from .loop import Loop
 from .neighbours import Neighbours
@@ -152,7 +152,7 @@ class Rig:
         if not self.first:
             self.first = {True: None}
             for line in self.recording.lines:
-                if line["kind"] in ASKED:
+                if is_doing(line) and line["kind"] in ASKED:
                     self.first.setdefault(subject(line), line)
         for number, (asked, _) in list(self.asks.waiting.items()):
             self.asks.answer(number, self.first.get(asked))
