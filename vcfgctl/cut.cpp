@@ -64,13 +64,13 @@ class Cutting {
         return isThere;
     }
 
-    int write(const std::string& name) {
+    int write(const std::string& name, uint32_t event) {
         RecordingFile file;
         const int status = file.open(name);
         if (status != kDone) {
             return status;
         }
-        Sieve sieve(file);
+        Sieve sieve(file, "event " + std::to_string(event));
         sieve.chain = chain_;
         for (Line& line : lines_) {
             sieve.take(std::move(line.json));
@@ -124,7 +124,7 @@ int cutRecording(uint32_t event, const std::string& from, const std::string& to)
     if (status != kDone) {
         return status;
     }
-    return cutting.select(event) ? cutting.write(to)
+    return cutting.select(event) ? cutting.write(to, event)
                                  : refuse(from + ": nothing tells of event " + std::to_string(event));
 }
 

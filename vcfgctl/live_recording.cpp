@@ -23,8 +23,9 @@ LiveRecording::LiveRecording(const Call& call, uint64_t seconds)
     if (only == nullptr) {
         return;
     }
-    sieve_.emplace(file_);
-    if (parseNumber(*only, UINT32_MAX, &event)) {
+    const bool isNumber = parseNumber(*only, UINT32_MAX, &event);
+    sieve_.emplace(file_, (isNumber ? "event " : "") + *only);
+    if (isNumber) {
         sieve_->chain.begin(static_cast<uint32_t>(event));
     } else {
         sieve_->beginWith(*only);
@@ -46,7 +47,7 @@ int LiveRecording::begin(const std::string& name) {
         status = file_.open(name);
     }
     if (status == kDone) {
-        file_.put(headerLine(beganUs_));
+        put(headerLine(beganUs_));
         status = putModel(file_, hidden_);
         file_.put(markLine("begin", vcfg::monotonicUs(), beganUs_));
     }
@@ -122,14 +123,20 @@ void LiveRecording::release(int64_t holdUs) {
     }
 }
 
+void LiveRecording::put(json_object* line) {
+    if (sieve_) {
+        sieve_->take(JsonPtr(line));
+    } else {
+        file_.put(line);
+    }
+}
+
 void LiveRecording::write(std::variant<Copy, Change>& one) {
     Change* const change = std::get_if<Change>(&one);
     json_object* const line = change != nullptr ? changeLine(*change, chains_.behind(change->event), beganUs_, hidden_)
                                                 : lineOf(std::get<Copy>(one));
-    if (line != nullptr && sieve_) {
-        sieve_->take(JsonPtr(line));
-    } else if (line != nullptr) {
-        file_.put(line);
+    if (line != nullptr) {
+        put(line);
     }
 }
 

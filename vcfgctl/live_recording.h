@@ -31,6 +31,7 @@ class LiveRecording {
     void takeChanges();
     void followAgain();
     void release(int64_t holdUs);
+    void put(json_object* line);
     void write(std::variant<Copy, Change>& one);
     json_object* lineOf(Copy& copy);
 

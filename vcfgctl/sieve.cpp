@@ -1,5 +1,7 @@
 #include "sieve.h"
 
+#include "print.h"
+
 namespace vcfgctl {
 
 bool Sieve::begins(const Bond& bond, json_object* line) const {
@@ -21,12 +23,15 @@ void Sieve::takeChange(JsonPtr line, bool belongs) {
         return;
     }
     if (!belongs) {
-        json_object_object_add(line.get(), "by", json_object_new_string(kElsewhere));
+        json_object_object_add(line.get(), "by", jsonText(kElsewhere));
     }
     file_.put(line.release());
 }
 
 void Sieve::take(JsonPtr line) {
+    if (json_object_object_get_ex(line.get(), "recording", nullptr)) {
+        json_object_object_add(line.get(), "only", jsonText(about_));
+    }
     const Bond bond = bondOf(line.get());
     if (begins(bond, line.get())) {
         bond.isMessage() ? chain.beginWithMessage(bond.at) : chain.begin(bond.event);

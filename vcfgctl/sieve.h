@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "belonging.h"
 #include "recording.h"
@@ -10,7 +11,8 @@ namespace vcfgctl {
 
 class Sieve {
   public:
-    explicit Sieve(RecordingFile& file) : file_(file) {}
+    // What is wanted, for the recording's first line.
+    Sieve(RecordingFile& file, std::string about) : file_(file), about_(std::move(about)) {}
 
     // The chain that is wanted; before any line.
     Belonging chain;
@@ -24,6 +26,7 @@ class Sieve {
     void takeChange(JsonPtr line, bool belongs);
 
     RecordingFile& file_;
+    const std::string about_;
     std::string text_;
     JsonPtr datagram_;  // comes right before the event that it is
 };

@@ -11,11 +11,11 @@ from vcfgctl_kit import PATIENCE, VCFGCTL, bus, quiet_bus, wait_for  # noqa: F40
 class Recording:
     """Records while it is open; `lines` are there afterwards."""
 
-    def __init__(self, bus):  # noqa: F811
-        self.bus, self.file = bus, bus.home / "recording.jsonl"
+    def __init__(self, bus, *words):  # noqa: F811
+        self.bus, self.words, self.file = bus, words, bus.home / "recording.jsonl"
 
     def __enter__(self):
-        self.process = self.bus.start(VCFGCTL, "record", str(self.file))
+        self.process = self.bus.start(VCFGCTL, "record", *self.words, str(self.file))
         wait_for(lambda: self.file.exists() and b'"kind":"begin"' in self.file.read_bytes() or self.process.poll() is not None)
         assert self.process.poll() is None, self.process.stderr.read()
         return self
@@ -93,6 +93,58 @@ def test_no_secret_is_in_it_whatever_carries_it(bus):  # noqa: F811
     assert texts[0] == "the words are ********." and texts[-1] == "now it is ********"
 
 
+def place_hook(bus, text):  # noqa: F811
+    hook = bus.home / "hooks" / "apply" / "IP.Interface.{i}"
+    hook.write_text(f"#!/bin/sh\n{text}\n")
+    hook.chmod(0o700)
+
+
+def test_hook_is_told_with_what_it_answered_and_for_whom(bus):  # noqa: F811
+    bus.ok("add", "IP.Interface")
+    place_hook(bus, "echo there is no such device >&2; exit 3")
+    with Recording(bus) as told:
+        bus.fails(1, "set", "--wait", "IP.Interface.1.Enable=true")
+        place_hook(bus, "exit 0")
+        bus.ok("set", "--wait", "IP.Interface.1.Enable=false")
+    what = "apply/IP.Interface.{i} set IP.Interface.1"
+    refused, done = told.of("hook")
+    assert (refused["what"], refused["for"], refused["result"], refused["text"]) == (what, 250, 3 << 8, "there is no such device")
+    assert (done["what"], done["for"], done.get("result"), done.get("text")) == (what, 250, None, None)
+
+
+def test_log_line_is_told_with_its_log_and_level_and_without_secrets(bus):  # noqa: F811
+    bus.ok("add", "IP.Interface")
+    bus.ok("set", "ManagementServer.Password=open sesame")
+    place_hook(bus, "echo the door wants open sesame >&2; exit 1")
+    with Recording(bus) as told:
+        bus.fails(1, "set", "--wait", "IP.Interface.1.Enable=true")
+    (line,) = [line for line in told.of("log") if "the door wants" in line["text"]]
+    assert (line["program"], line["log"], line["level"]) == ("vcmd", "vlog", 3)
+    assert "the door wants ********" in line["text"] and not told.knows("sesame")
+
+
+def test_only_what_came_of_an_event_with_that_text_is_there(bus):  # noqa: F811
+    bus.serve("15")
+    bus.ok("add", "IP.Interface")
+    with Recording(bus, "--only", "wanted") as told:
+        bus.ok("send", "--to", "15", "--type", "9", "--payload", "another", "--reply")
+        bus.ok("send", "--to", "15", "--type", "9", "--payload", "the wanted one", "--reply")
+        bus.ok("set", "IP.Interface.1.Alias=wan")
+    assert told.lines[0]["only"] == "wanted"
+    assert [line["text"] for line in told.of("call")] == ["the wanted one"]
+    assert [line["of"] for line in told.of("received")] == [line["at"] for line in told.of("call")]
+    assert [(line["path"], line["new"], line["by"]) for line in told.of("change")] == [("IP.Interface.1.Alias", "wan", "elsewhere")]
+    assert told.lines[-1]["kind"] == "end"
+
+
+def test_only_one_event_by_its_number(bus):  # noqa: F811
+    bus.serve("15")
+    with Recording(bus, "--only", "4294967295") as told:
+        bus.ok("send", "--to", "15", "--type", "9", "--payload", "x", "--reply")
+    assert told.lines[0]["only"] == "event 4294967295"
+    assert {line.get("kind") for line in told.lines[1:]} == {"begin", "end"}
+
+
 def test_vcmd_that_comes_back_is_followed_and_the_gap_is_told(bus):  # noqa: F811
     with Recording(bus) as told:
         bus.vcmd.kill()
@@ -111,7 +163,7 @@ def test_it_ends_by_itself_after_the_time_given(bus):  # noqa: F811
     assert json.loads(file.read_text().splitlines()[-1])["kind"] == "end"
 
 
-@pytest.mark.parametrize("words", [[], ["a", "b"], ["--for", "soon", "a"], ["--cut", "x", "a", "b"], ["--cut", "7", "a"]])
+@pytest.mark.parametrize("words", [[], ["a", "b"], ["--for", "soon", "a"], ["--cut", "x", "a", "b"], ["--cut", "7", "a"], ["--only", "", "a"]])
 def test_wrong_usage_is_told(bus, words):  # noqa: F811
     bus.fails(2, "record", *words)
 
@@ -147,12 +199,20 @@ def cut(bus, event, story=None):  # noqa: F811
     source, target = bus.home / "in", bus.home / "out"
     source.write_text("".join(json.dumps(line) + "\n" for line in story or STORY))
     bus.ok("record", "--cut", str(event), str(source), str(target))
-    return [json.loads(line).get("at") for line in target.read_text().splitlines()]
+    lines = [json.loads(line) for line in target.read_text().splitlines()]
+    assert lines[0]["only"] == f"event {event}"
+    return [line.get("at") for line in lines]
 
 
-@pytest.mark.parametrize("event, left", [(7, [1, 2, 3, 4, 5]), (8, [1, 2, 3, 4, 5]), (10, [6, 7, 8]), (11, [9, 10])])
+@pytest.mark.parametrize("event, left", [(7, [1, 2, 3, 4, 5]), (8, [1, 2, 3, 4, 5]), (10, [5, 6, 7, 8]), (11, [5, 9, 10])])
 def test_what_is_left_is_from_the_first_cause_to_all_that_came_of_it(quiet_bus, event, left):  # noqa: F811
     assert cut(quiet_bus, event) == [None, None, *left, 11]
+
+
+def test_change_that_came_of_something_else_is_left_as_what_was_there(quiet_bus):  # noqa: F811
+    cut(quiet_bus, 10)
+    (change,) = [json.loads(line) for line in (quiet_bus.home / "out").read_text().splitlines() if '"change"' in line]
+    assert change["by"] == "elsewhere"
 
 
 def test_causes_in_a_circle_end(quiet_bus):  # noqa: F811

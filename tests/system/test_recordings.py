@@ -8,6 +8,11 @@ import pytest
 
 from support import DONE, GW, REFUSED, REPOSITORY
 
+sys.path.insert(0, str(REPOSITORY / "gateway"))
+
+from gwlib.replaying import doings, said  # noqa: E402
+from gwlib.state import State  # noqa: E402
+
 FOLDER = REPOSITORY / "tests" / "recordings"
 STORIES = sorted(path.stem for path in FOLDER.glob("*.jsonl"))
 AT_ONCE = 4
@@ -47,7 +52,49 @@ def broken_off(story):
     story.pop()
 
 
-TRIED = {otherwise: "lease_change", less: "cable", of_another_model: "ping", with_what_is_not_known: "ping", broken_off: "ping"}
+def with_another_word(story):
+    """The daemon said something else then."""
+    line = spoken(story, "[updateWanLinkStatus][112]isDslLinkUp=[0]")
+    line["text"] = line["text"].replace("[0]", "[7]")
+
+
+def less_said(story):
+    story.remove(spoken(story, "Ethernet Wan eth0.5 link down"))
+
+
+def with_a_hook_that_refuses(story):
+    hook_of_daemon(story).update(result=3 << 8, text="there is no such device")
+
+
+def less_applied(story):
+    story.remove(hook_of_daemon(story))
+
+
+def of_an_older_release(story):
+    """It told neither log lines nor hooks."""
+    del story[0]["logs"]
+    story[:] = [line for line in story if line.get("kind") not in ("log", "hook")]
+
+
+def of_a_busy_machine(story):
+    """What somebody says because it takes long is nothing that he does."""
+    end = story.pop()
+    story += [{"at": end["at"], "kind": "log", "program": "tarn", "log": "vlog", "level": 4, "text": 'command "ls" took 2500 ms'},
+              {"at": end["at"], "kind": "command", "program": "tarn", "result": 0}, end]
+
+
+def spoken(story, text):
+    return next(line for line in story if line.get("kind") == "log" and said.timeless(line["text"]) == said.timeless(text))
+
+
+def hook_of_daemon(story):
+    """The last one, so that others of its object are left."""
+    return next(line for line in reversed(story) if line.get("kind") == "hook" and line["what"].startswith("apply/Ethernet.Link.") and line.get("for") == 2)
+
+
+TRIED = {otherwise: "lease_change", less: "cable", of_another_model: "ping", with_what_is_not_known: "ping", broken_off: "ping",
+         with_another_word: "cable", less_said: "cable", with_a_hook_that_refuses: "cable", less_applied: "cable",
+         of_an_older_release: "ping", of_a_busy_machine: "ping"}
 
 
 def tried(folder, change):
@@ -93,6 +140,71 @@ def test_command_that_is_run_now_and_was_not_then_is_found(replayed):
     assert "was not in the recording: runs /usr/bin/wan adsl open" in done.stdout
 
 
+def test_line_that_says_something_else_is_found(replayed):
+    done = replayed[with_another_word].result()
+    assert done.returncode == REFUSED
+    assert "has happened otherwise: says in stdout (6): [updateWanLinkStatus][(line)]isDslLinkUp=[7]" in done.stdout
+    assert "now: says in stdout (6): [updateWanLinkStatus][(line)]isDslLinkUp=[0]" in done.stdout
+
+
+def test_line_that_was_not_said_then_is_found(replayed):
+    done = replayed[less_said].result()
+    assert done.returncode == REFUSED
+    assert "Ethernet Wan eth0.5 link down" in done.stdout and "1 differences" in done.stdout
+
+
+def test_hook_refuses_what_it_refused(replayed):
+    """What is compared is what vcmd took the end of the hook for."""
+    done = replayed[with_a_hook_that_refuses].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+
+
+def test_hook_that_runs_now_and_did_not_then_is_found(replayed):
+    done = replayed[less_applied].result()
+    assert done.returncode == REFUSED
+    assert "was not in the recording: has the hook run: apply/Ethernet.Link.{i} set Ethernet.Link.1" in done.stdout
+
+
+def test_recording_of_an_older_release_is_compared_in_what_it_has(replayed):
+    done = replayed[of_an_older_release].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+
+
+def test_how_slow_the_machine_was_is_no_difference(replayed):
+    done = replayed[of_a_busy_machine].result()
+    assert done.returncode == DONE, done.stdout + done.stderr
+
+
+def test_recording_that_is_cut_to_a_chain_is_played_and_says_what_it_is(tmp_path):
+    event = next(line["event"] for line in lines("cable") if line.get("kind") == "kernel" and line["what"].startswith("eth0.5:down"))
+    part = tmp_path / "part.jsonl"
+    subprocess.run([State().build / "bin" / "vcfgctl", "record", "--cut", str(event), FOLDER / "cable.jsonl", part], check=True)
+    assert 0 < len(part.read_text().splitlines()) < len(lines("cable"))
+    done = replay(part)
+    assert done.returncode == DONE, done.stdout + done.stderr
+    assert f"part: it holds only what came of event {event}: " in done.stdout and done.stdout.count("\n") == 2
+
+
+@pytest.mark.parametrize("one, other", [
+    ("begun at 2026-01-02T03:04:05Z", "begun at 2026-11-22T13:00:00.123Z"), ("kernelFd=0", "kernelFd=11"),
+    ("AutoHuntProcess():113", "AutoHuntProcess():120"), ("updateWanLinkStatus 42:payload: x2:down !!", "updateWanLinkStatus 7:payload: x2:down !!"),
+    ("[updateWanLinkStatus][112]isDslLinkUp=[0]", "[updateWanLinkStatus][90]isDslLinkUp=[0]"), ("tarn line 74, a()", "tarn line 75, a()")])
+def test_what_every_run_says_otherwise_is_no_difference(one, other):
+    assert said.timeless(one) == said.timeless(other)
+
+
+@pytest.mark.parametrize("one, other", [
+    ("wpsParseReplyMsg: rst: 0", "wpsParseReplyMsg: rst: 1"), ("[updateWanLinkStatus][112]isDslLinkUp=[0]", "[updateWanLinkStatus][112]isDslLinkUp=[1]"),
+    ("process msg type = 251 without reply", "process msg type = 252 without reply"), ("eth0.5:up:100:F", "eth0.5:up:1000:F")])
+def test_numbers_that_mean_something_are_compared(one, other):
+    assert said.timeless(one) != said.timeless(other) and said.outline(one) == said.outline(other)
+
+
+def test_level_and_log_of_a_line_are_compared():
+    line = {"kind": "log", "program": "tarn", "log": "vlog", "level": 6, "text": "x"}
+    assert len({doings.words(line), doings.words({**line, "level": 7}), doings.words({**line, "log": "syslog"})}) == 3
+
+
 def test_recording_that_breaks_off_in_a_line_is_played_so_far(replayed):
     done = replayed[broken_off].result()
     assert done.returncode == DONE, done.stdout + done.stderr
@@ -135,6 +247,9 @@ NO_RECORDINGS = [
     (HEADER + b'{"at": 1, "kind": "message", "from": 1, "to": 777, "type": "0x1", "program": "x"}\n', "there is no endpoint 777"),
     (HEADER + b'{"at": 1, "kind": "datagram", "hex": "0x"}\n', "hexadecimal"),
     (HEADER + b'{"kind": "object", "path": "IP", "values": 3}\n', '"values" is no JSON object'),
+    (HEADER + b'{"at": 1, "kind": "log", "program": "tarn", "text": "x"}\n', 'line 2: "log" is missing'),
+    (HEADER + b'{"at": 1, "kind": "file", "what": "/tmp/\\u0000"}\n', 'line 2: "what" is no text'),
+    (HEADER + b'{"at": 1, "kind": "command", "what": "\\ud800"}\n', 'line 2: "what" is no text'),
     (HEADER + b'{"at": 1, "kind": "end"}\nnoise\n{"at": 2, "kind": "end"}\n', "line 3 is no JSON"),
 ]
 
@@ -142,6 +257,12 @@ NO_RECORDINGS = [
 @pytest.mark.parametrize("data, why", NO_RECORDINGS, ids=[why for _, why in NO_RECORDINGS])
 def test_what_is_no_recording_is_refused_in_one_line(tmp_path, data, why):
     assert why in refused(tmp_path, data)
+
+
+def test_stories_tell_of_all_logs_and_of_hooks():
+    told = [line for story in STORIES for line in lines(story)]
+    assert {line["log"] for line in told if line.get("kind") == "log"} == {"vlog", "syslog", "stdout"}
+    assert any(doings.is_doing(line) for line in told if line.get("kind") == "hook")
 
 
 def test_stories_hold_no_secrets():

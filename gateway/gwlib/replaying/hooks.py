@@ -1,8 +1,10 @@
 """The hooks of a replay: each waits for the result that it had, and does nothing else."""
 import pathlib
+import re
 import shutil
 
 HOOKS = pathlib.Path("/run/gateway/hooks")
+NAME = re.compile(r"apply/\w+(\.(\w+|\{i\}))*")
 STAND_IN = "/usr/lib/gateway/gw-replay-hook"
 
 
@@ -11,7 +13,6 @@ def place_hooks(lines):
     for kind in ("apply", "refresh"):
         (HOOKS / kind).mkdir(parents=True, exist_ok=True)
     for name in {line.get("what", "").partition(" ")[0] for line in lines if line["kind"] == "hook"}:
-        kind, _, pattern = name.partition("/")
-        if kind == "apply" and pattern and "/" not in pattern:
-            shutil.copy(STAND_IN, HOOKS / kind / pattern)
-            (HOOKS / kind / pattern).chmod(0o700)
+        if NAME.fullmatch(name):
+            shutil.copy(STAND_IN, HOOKS / name)
+            (HOOKS / name).chmod(0o700)

@@ -44,6 +44,8 @@ def read(file):
     _take(found, lines[1:])
     if not any(line["kind"] == "end" for line in found.lines):
         found.warnings.append("it breaks off: its writer did not end it")
+    if "only" in header:
+        found.warnings.append(f"it holds only what came of {header['only']}: the daemon has nothing else in its memory")
     if any(line["kind"] == "lost" for line in found.lines):
         found.warnings.append("it has gaps: not everything that happened is in it")
     return found
@@ -109,7 +111,7 @@ def _check(number, line):
         if name in line and (not isinstance(line[name], int) or isinstance(line[name], bool)):
             raise Unreadable(f"line {number}: \"{name}\" is no number")
     for name in TEXTS:
-        if name in line and not isinstance(line[name], str):
+        if name in line and not _is_text(line[name]):
             raise Unreadable(f"line {number}: \"{name}\" is no text")
     needed = {"object": ("path",), "change": ("path", "by"), "message": ENDS, "call": ENDS, "reply": ENDS, "failed": ENDS, "log": ("program", "log")}
     kind = line.get("kind")
@@ -119,6 +121,13 @@ def _check(number, line):
     if kind == "object" and not isinstance(line.get("values"), dict):
         raise Unreadable(f"line {number}: \"values\" is no JSON object")
     _check_bytes(number, line)
+
+
+def _is_text(value):
+    try:
+        return isinstance(value, str) and b"\0" not in value.encode()
+    except UnicodeEncodeError:  # half a character
+        return False
 
 
 ENDS = ("from", "to", "type", "program")
