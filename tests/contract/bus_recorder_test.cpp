@@ -108,6 +108,15 @@ TEST_F(BusRecorder, MessageIsTheEventUntilTheNextIsAskedFor) {
     EXPECT_EQ(0u, vcfgEventCurrent());
 }
 
+TEST_F(BusRecorder, LineThatIsSaidLeavesNothingInTheRing) {
+    const std::string line = "an open sesame";
+    vcfgEventSaid("syslog", 6, line.data(), line.size());
+    EXPECT_FALSE(hasStep("syslog"));
+    EXPECT_FALSE(hasStep(line));
+    vcfgEventStep("test", "done", 0, nullptr, 0);
+    EXPECT_TRUE(hasStep("done"));
+}
+
 TEST_F(BusRecorder, ThreadGoesOnWithAnEventOfAnother) {
     const uint32_t before = vcfgEventBegin("test", 0, "outer", nullptr, 0);
     const uint32_t event = vcfgEventCurrent();
