@@ -54,7 +54,8 @@ bool writeOptions(const PppInterface& ppp, const std::string& link, const std::s
     fprintf(file, "plugin pppoe.so\nnic-%s\nlinkname %s\nifname %s\n", device.c_str(), link.c_str(),
             ppp.X_VORAN_IfName.c_str());
     fprintf(file, "user %s\npassword %s\n", quoted(ppp.Username.c_str()).c_str(), quoted(ppp.Password.c_str()).c_str());
-    fprintf(file, "nodetach\nnoauth\nnoipdefault\nnodefaultroute\nusepeerdns\nmaxfail 1\n%s",
+    // At its end a script may still have to tell a daemon that is busy or just starting: pppd itself waits for 5 s.
+    fprintf(file, "nodetach\nnoauth\nnoipdefault\nnodefaultroute\nusepeerdns\nmaxfail 1\nchild-timeout 60\n%s",
             ppp.IPv6CPEnable != 0 ? "+ipv6\n" : "");
     return fclose(file) == 0 && secret;
 }
