@@ -15,7 +15,7 @@ import time
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 PROGRAMS = ("unit_tests", "os_tests", "thread_tests")
 SHARDS = 2
-SECONDS = 2400  # beside other work, at the lowest priority
+SECONDS = 2400  # beside other work, at a low priority
 PASSED = re.compile(r"\[  PASSED  \] (\d+) test")
 BAD = re.compile(r"^\[  FAILED  \] ([\w./]+)", re.MULTILINE)
 
