@@ -8,16 +8,16 @@
 using namespace vcfg::store;
 
 void handleInput(std::string_view bytes) {
-    Store strict;
-    strict.fromText(bytes, What::All, Unknown::Refuse, nullptr, nullptr);
-    Store store;
+    static Store store;
+    static Store again;
+    again.fromText(bytes, What::All, Unknown::Refuse, nullptr, nullptr);
+    store.clear(nullptr);
     Skipped skipped;
     std::string why;
     if (store.fromText(bytes, What::Configuration, Unknown::Skip, &skipped, &why) != VCFG_OK) {
         return;
     }
     const std::string written = store.toText(What::All);
-    Store again;
     if (again.fromText(written, What::All, Unknown::Refuse, nullptr, &why) != VCFG_OK ||
         again.toText(What::All) != written) {
         finding("what was written is not taken as it was");

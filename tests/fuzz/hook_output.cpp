@@ -47,7 +47,8 @@ void handleInput(std::string_view bytes) {
     }
     const model::Object& object = chosen(bytes);
     bytes.remove_prefix(1);
-    store::Store store;
+    static store::Store store;
+    store.clear(nullptr);
     const objIndex iid = firstInstance(store, object);
     const uint32_t revision = store.revision();
     std::string why;
