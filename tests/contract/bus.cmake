@@ -1,8 +1,9 @@
 # The bus and front-end contract over real sockets and processes. Included by tests/CMakeLists.txt.
 include(GoogleTest)
 file(GLOB bus_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/bus_*_test.cpp)
-add_executable(contract_bus_faults ${bus_sources} ${CMAKE_CURRENT_LIST_DIR}/bus_world.cpp ${CMAKE_CURRENT_LIST_DIR}/model_world.cpp)
-target_include_directories(contract_bus_faults PRIVATE ${CMAKE_CURRENT_LIST_DIR})
+add_executable(contract_bus_faults ${bus_sources} ${CMAKE_CURRENT_LIST_DIR}/bus_world.cpp ${CMAKE_CURRENT_LIST_DIR}/model_world.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/support/refused_calls.cpp)
+target_include_directories(contract_bus_faults PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support)
 target_link_libraries(contract_bus_faults PRIVATE house vcfg_store vcfg_client GTest::gtest_main)
 target_compile_definitions(contract_bus_faults PRIVATE VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 add_dependencies(contract_bus_faults vcfgctl)

@@ -138,6 +138,19 @@ TEST_F(MappedFile, ThatVanishesWholeIsZeros) {
     EXPECT_EQ(1000u * 0xFF, sum([](int) {}));
 }
 
+// The kernel's own files say that they are regular and have a size.
+TEST(FileThatCannotBeMapped, IsNotVisited) {
+    const std::string path = "/sys/devices/system/cpu/online";
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
+        GTEST_SKIP() << "there is none here";
+    }
+    bool isVisited = false;
+    EXPECT_FALSE(os::visitFile(
+        path, [](std::string_view, void* visited) { *static_cast<bool*>(visited) = true; }, &isVisited));
+    EXPECT_FALSE(isVisited);
+}
+
 TEST_F(MappedFile, IsReadByTwoThreadsWhileItShrinksAndGrows) {
     std::atomic<bool> done{false};
     const auto read = [&] {

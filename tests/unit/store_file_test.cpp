@@ -3,14 +3,17 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <utility>
 
+#include "refused_calls.h"
 #include "store/persist.h"
 #include "store_support.h"
 
@@ -330,6 +333,16 @@ TEST_F(StoreFile, ALeftOverOfAnyKindDoesNotStopSaving) {
     ASSERT_EQ(symlink(temporary.c_str(), temporary.c_str()), 0);
     EXPECT_EQ(vcfg::store::save(file, "three", nullptr, &why), VCFG_OK) << why;
     EXPECT_EQ(content(), "three");
+}
+
+TEST_F(StoreFile, AnInterruptedWriteGoesOnWhereItWas) {
+    const bool ran = whereRefused({SYS_write}, EINTR, 1, [this] {
+        EXPECT_EQ(vcfg::store::save(file, "the whole text", nullptr, &why), VCFG_OK) << why;
+    });
+    if (!ran) {
+        GTEST_SKIP() << "this kernel refuses nothing on request";
+    }
+    EXPECT_EQ(content(), "the whole text");
 }
 
 TEST_F(StoreFile, AFailedWriteLeavesTheOldFile) {

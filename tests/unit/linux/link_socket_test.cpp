@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+#include <cerrno>
+
+#include "refused_calls.h"
 
 namespace {
 
@@ -17,6 +22,16 @@ TEST(LinkSocket, HasRoomForBursts) {
     EXPECT_EQ(getsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &room, &size), 0);
     EXPECT_GE(room, 1 << 20);
     close(descriptor);
+}
+
+TEST(LinkSocket, IsNoneOnASystemWithoutTheKernelsRoutes) {
+    const bool ran = whereRefused({SYS_socket}, EAFNOSUPPORT, 2, [] {
+        EXPECT_EQ(link_socket::open(), -1);
+        EXPECT_FALSE(link_socket::list());
+    });
+    if (!ran) {
+        GTEST_SKIP() << "this kernel refuses nothing on request";
+    }
 }
 
 }  // namespace
