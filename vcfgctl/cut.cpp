@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "kinship.h"
 #include "sieve.h"
 #include "verb.h"
 
@@ -51,15 +52,26 @@ class Cutting {
     // False when nothing tells of the event.
     bool select(uint32_t event) {
         std::map<uint32_t, uint32_t> causes;
+        Kinship kin;
         bool isThere = false;
         for (const auto& [json, bond] : lines_) {
             isThere = isThere || bond.event == event;
             if (bond.event != 0 && bond.cause != 0) {
                 causes.emplace(bond.event, bond.cause);
             }
+            kin.begun(bond.event, bond.cause);
+            if (bond.kind == "received") {
+                kin.received(bond.event, bond.of);
+            } else if (bond.isMessage()) {
+                kin.sent(bond.event, bond.at);
+            }
         }
-        chain_.begin(firstCause(causes, event));
-        while (spread()) {
+        const Kinship::Family family = kin.of(firstCause(causes, event));
+        for (const uint32_t each : family.events) {
+            chain_.begin(each);
+        }
+        for (const int64_t each : family.messages) {
+            chain_.beginWithMessage(each);
         }
         return isThere;
     }
@@ -101,15 +113,6 @@ class Cutting {
             event = cause->second;
         }
         return event;
-    }
-
-    // False when nothing is new.
-    bool spread() {
-        const size_t before = chain_.size();
-        for (const auto& [json, bond] : lines_) {
-            chain_.take(bond);
-        }
-        return chain_.size() > before;
     }
 
     std::vector<Line> lines_;

@@ -1,6 +1,7 @@
 #include "why_not.h"
 
 #include <cstdio>
+#include <unordered_map>
 
 #include "client/deadline.h"
 #include "client/fe_wire.h"
@@ -32,27 +33,32 @@ bool isAbout(const Told& told, const Finding& finding) {
 }
 
 // vcmd's refusal is under the event that the write became there.
-const Told* refusalOf(const Story& story, const Told& sent) {
+using Refusals = std::unordered_map<const Told*, const Told*>;
+
+Refusals refusalsIn(const Story& story) {
+    Refusals refusals;
     for (const Told& told : story.all()) {
-        if (told.isBegin() && story.causeOf(told).led == &sent) {
-            for (const Told* step : story.stepsOf(told.entry.event)) {
-                if (step->entry.kind == Kind::Step && step->field(0) == "refused") {
-                    return step;
-                }
+        const Told* const sent = told.isBegin() ? story.causeOf(told).led : nullptr;
+        if (sent == nullptr || refusals.contains(sent)) {
+            continue;
+        }
+        for (const Told* step : story.stepsOf(told.entry.event)) {
+            if (step->entry.kind == Kind::Step && step->field(0) == "refused") {
+                refusals.emplace(sent, step);
             }
         }
     }
-    return nullptr;
+    return refusals;
 }
 
-void take(Way& way, const Story& story, const Told& told, const Finding& finding, const std::string& value) {
+void take(Way& way, const Refusals& refusals, const Told& told, const Finding& finding, const std::string& value) {
     Changed changed{};
     if (toChanged(told, &changed) && changed.path() == finding.path()) {
         way.had = valueAfter(told) == value ? &told : way.had;
         way.lost = valueBefore(told) == value ? &told : way.lost;
     } else if (isAbout(told, finding) && told.entry.kind == Kind::Sent) {
-        const Told* refusal = refusalOf(story, told);
-        (refusal != nullptr ? way.refused : way.written) = refusal != nullptr ? refusal : &told;
+        const auto refusal = refusals.find(&told);
+        (refusal != refusals.end() ? way.refused : way.written) = refusal != refusals.end() ? refusal->second : &told;
     } else if (isAbout(told, finding)) {
         way.looked = &told;
     }
@@ -96,6 +102,7 @@ int explainNot(const std::string& assignment, const Story& story) {
         return refuse(assignment + ": " + why);
     }
     const int status = findAll(story, selections.front(), &findings);
+    const Refusals refusals = refusalsIn(story);
     const std::string value = assignment.substr(equals == assignment.npos ? 0 : equals + 1);
     for (const Finding& finding : findings) {
         if (finding.value == value) {
@@ -104,7 +111,7 @@ int explainNot(const std::string& assignment, const Story& story) {
         }
         Way way;
         for (const Told& told : story.all()) {
-            take(way, story, told, finding, value);
+            take(way, refusals, told, finding, value);
         }
         printWay(story, finding, way, value);
     }

@@ -220,6 +220,17 @@ def test_causes_in_a_circle_end(quiet_bus):  # noqa: F811
     assert cut(quiet_bus, 1, circle) == [None, 1, 2]
 
 
+def test_long_chain_in_the_wrong_order_is_followed_without_delay(quiet_bus):  # noqa: F811
+    last = 40000
+    chain = [{"at": at, "kind": "timer", "event": at, "cause": at + 1} for at in range(1, last)]
+    assert len(cut(quiet_bus, 1, [HEADER, *chain, {"at": last, "kind": "timer", "event": last}])) == last + 1
+
+
+def test_datagrams_of_which_nothing_came_are_left_out_without_delay(quiet_bus):  # noqa: F811
+    datagrams = [{"at": 1, "kind": "datagram"}] * 120000
+    assert cut(quiet_bus, 1, [HEADER, {"at": 1, "kind": "timer", "event": 1}, *datagrams]) == [None, 1]
+
+
 @pytest.mark.parametrize("data, why", [(b"", "is no recording"), (b"\0\xff\n", "line 1"), (b'{"recording":2}\n', "line 1"),
                                        (json.dumps(HEADER).encode() + b"\nnoise\n", "line 2"),
                                        (json.dumps(HEADER).encode() + b"\n" + b"x" * (1 << 21), "line 2 is too much"),
