@@ -233,6 +233,11 @@ def refused(tmp_path, data):
 HEADER = json.dumps({"recording": 1, "release": "1", "model": "0", "t_mono_us": 1, "clock": "2026-01-01T00:00:00Z", "daemon": None}).encode() + b"\n"
 
 
+def message(**more):
+    line = {"at": 1, "kind": "message", "from": 1, "to": 2, "type": "0x1", "program": "x", **more}
+    return json.dumps(line).encode() + b"\n"
+
+
 NO_RECORDINGS = [
     (b"", "it is empty"),
     (b"\0\xff\x17" * 1000, "line 1 is no JSON"),
@@ -246,6 +251,15 @@ NO_RECORDINGS = [
     (HEADER + b'{"at": 1, "kind": "message", "from": 1}\n', 'line 2: "to" is missing'),
     (HEADER + b'{"at": 1, "kind": "message", "from": 1, "to": 777, "type": "0x1", "program": "x"}\n', "there is no endpoint 777"),
     (HEADER + b'{"at": 1, "kind": "datagram", "hex": "0x"}\n', "hexadecimal"),
+    (HEADER + message(type="0x100000000"), 'line 2: "type" is out of range'),
+    (HEADER + message(type="-0x5"), 'line 2: "type" is out of range'),
+    (HEADER + message(id=1 << 70), 'line 2: "id" is out of range'),
+    (HEADER + message(oid=-5), 'line 2: "oid" is out of range'),
+    (HEADER + message(at=1 << 62), 'line 2: "at" is out of range'),
+    (HEADER + message(iid="1:1.x"), 'line 2: "iid" is no instance'),
+    (HEADER + message(iid="1:999"), 'line 2: "iid" is no instance'),
+    (HEADER + message(text="\ud800"), 'line 2: "text" is no text'),
+    (HEADER + message(text="x" * 65535), "line 2: no message is that long"),
     (HEADER + b'{"kind": "object", "path": "IP", "values": 3}\n', '"values" is no JSON object'),
     (HEADER + b'{"at": 1, "kind": "log", "program": "tarn", "text": "x"}\n', 'line 2: "log" is missing'),
     (HEADER + b'{"at": 1, "kind": "file", "what": "/tmp/\\u0000"}\n', 'line 2: "what" is no text'),

@@ -1,13 +1,19 @@
 """A recording as it is read: what the data model was, and what happened then."""
 import datetime
 import json
+import re
 
 VERSION = 1
 LONGEST_LINE = 1 << 20
 MOST_LINES = 1 << 20
 DAEMON_EIDS = (2, 66)
 DAEMON_AUTHORS = tuple(f"eid {eid}" for eid in DAEMON_EIDS)
-NUMBERS = ("at", "from", "to", "id", "code", "oid", "result", "event", "cause", "for", "level")
+LONGEST_US = 10 * 366 * 86400 * 10**6
+LONGEST_PAYLOAD = 65535
+WORD = range(1 << 32)
+NUMBERS = {"at": range(-LONGEST_US, LONGEST_US), "from": range(256), "to": range(256), "id": WORD, "oid": WORD, "event": WORD, "cause": WORD,
+           "for": WORD, "code": range(-(1 << 31), 1 << 32), "result": range(-(1 << 31), 1 << 31), "level": range(256)}
+INSTANCE = re.compile(r"\d{1,3}:(\d{1,3}(\.\d{1,3}){0,5})?", re.A)
 TEXTS = ("kind", "path", "by", "program", "what", "type", "text", "hex", "iid", "name", "log")
 
 
@@ -81,7 +87,7 @@ def _header(first):
     if version > VERSION:
         raise Unreadable(f"it was made by a newer release ({header.get('release')}): recordings of form {version} are not known here")
     for name, kinds in (("release", str), ("model", str), ("t_mono_us", int), ("clock", str), ("daemon", (int, type(None)))):
-        if not isinstance(header.get(name), kinds) or isinstance(header[name], bool):
+        if name not in header or not isinstance(header[name], kinds) or isinstance(header[name], bool):
             raise Unreadable(f"its first line says nothing good of \"{name}\"")
     try:
         datetime.datetime.fromisoformat(header["clock"].replace("Z", "+00:00"))
@@ -133,12 +139,33 @@ def _is_text(value):
 ENDS = ("from", "to", "type", "program")
 
 
+def _is_text(value):
+    try:
+        return isinstance(value, str) and "\0" not in value and value.encode() is not None
+    except UnicodeEncodeError:  # half of a character
+        return False
+
+
 def _check_bytes(number, line):
     try:
-        bytes.fromhex(line.get("hex", ""))
-        int(line.get("type", "0"), 16)
+        size = max(len(bytes.fromhex(line.get("hex", ""))), len(line.get("text", "").encode()) + 1)
+        kind = int(line.get("type", "0"), 16)
     except ValueError:
         raise Unreadable(f"line {number}: what should be hexadecimal is not") from None
+    if size > LONGEST_PAYLOAD and "type" in line:
+        raise Unreadable(f"line {number}: no message is that long")
+    _check_ranges(number, line, kind)
+
+
+def _check_ranges(number, line, kind):
     for name in ("from", "to"):
-        if not 0 <= line.get(name, 0) <= 255:
+        if line.get(name, 0) not in NUMBERS[name]:
             raise Unreadable(f"line {number}: there is no endpoint {line[name]}")
+    for name, possible in NUMBERS.items():
+        if line.get(name, 0) not in possible:
+            raise Unreadable(f"line {number}: \"{name}\" is out of range")
+    if kind not in WORD:
+        raise Unreadable(f"line {number}: \"type\" is out of range")
+    iid = line.get("iid", "0:")
+    if not INSTANCE.fullmatch(iid) or any(int(part) > 255 for part in re.findall(r"\d+", iid)):
+        raise Unreadable(f"line {number}: \"iid\" is no instance")
