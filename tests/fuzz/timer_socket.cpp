@@ -28,6 +28,9 @@ void write(std::string_view bytes) {
 
 void handleInput(std::string_view bytes) {
     Gateway gateway;
+    if (!inproc::isKept()) {
+        inproc::keep();
+    }
     gateway.timerSocket(socketPath());
     const Descriptor listening(voUtilTcpSvrInit(kTarnInternalIpc));
     Timer timer;
