@@ -19,7 +19,13 @@ class Hidden {
     std::string bytes(std::string_view bytes) const;
 
   private:
-    std::set<std::string, std::less<>> known_;
+    // One may be a part of another, of which no rest may stay.
+    struct LongestFirst {
+        bool operator()(const std::string& left, const std::string& right) const {
+            return left.size() != right.size() ? left.size() > right.size() : left < right;
+        }
+    };
+    std::set<std::string, LongestFirst> known_;
 };
 
 }  // namespace vcfgctl

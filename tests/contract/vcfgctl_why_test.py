@@ -60,6 +60,13 @@ def test_value_that_went_is_told_from_its_loss(bus):
     assert f'"vcfgctl set {ENABLE}=false" ran' in text
 
 
+def test_value_that_was_refused_is_told_with_the_reason(bus):
+    oid = json.loads(bus.ok("describe", "--json", "DNS.Client"))["oid"]
+    bus.run("send", "--to", "vcmd", "--type", "FE_WRITE", "--oid", str(oid), "--payload", "none", "--reply")
+    text = bus.ok("why", "--not", f"{ENABLE}=true")
+    assert "a write was refused" in text and "no such kind of write" in text
+
+
 def test_works_while_vcmd_is_away(bus):
     bus.ok("set", f"{ENABLE}=true")
     bus.vcmd.kill()
