@@ -155,7 +155,7 @@ def build_world(state, rooms=ROOMS, more=()):
             raise GatewayError(f"{programs / name} is not built; script/build release builds it")
     words = [state.program("gw-world"), state.directory]
     for room in rooms:
-        words += ["--room", room]
+        words += ["--room", room, *_findings(state)]
         if room == "gateway":
             words += ["--layer", state.build / "port" / "linux" / "root", "--layer", state.build / "gateway" / "root",
                       "--bind", programs, "/usr/lib/tarn/bin",
@@ -169,6 +169,17 @@ def build_world(state, rooms=ROOMS, more=()):
     if done.returncode != 0:
         reasons = [line for line in done.stderr.splitlines() if line.startswith("gw-world: ")]
         raise GatewayError(reasons[0].removeprefix("gw-world: ") if reasons else "the world could not be built")
+
+
+def _findings(state):
+    """Where sanitized programs write what is found in them, if somebody wants to see it: a folder of the gateway's own, which
+    outlives it."""
+    whole = os.environ.get("GW_FINDINGS")
+    if not whole:
+        return []
+    own = pathlib.Path(whole).resolve() / "-".join(state.directory.parts[-2:])
+    own.mkdir(parents=True, exist_ok=True)
+    return ["--bind", own, "/var/lib/findings"]
 
 
 def _await_completion(state):

@@ -1,5 +1,6 @@
 """A running gateway in the words of the tests: everything goes through the commands that people use."""
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -8,6 +9,10 @@ import time
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 GW = REPOSITORY / "gateway" / "gw"
 DEADLINE = 20
+# The programs under test; a build that is slower has longer for everything.
+BUILD = pathlib.Path(os.environ.setdefault("GW_BUILD", os.environ.get("TARN_BUILD_DIR") or str(REPOSITORY / "build" / "release"))).resolve()
+SLOWER = float(os.environ.get("TARN_SLOWER", "1"))
+DAEMONS = ("tarn", "port-linkd", "gw-linesim", "gw-huntd", "vcmd", "gw-logd")
 
 DONE, REFUSED, USAGE, NOBODY = 0, 1, 2, 3
 TARN = 2
@@ -17,12 +22,12 @@ SHELL_COMMAND = 0x11E
 
 def eventually(condition, seconds=DEADLINE):
     """The first true value of `condition()`; fails the test when there is none in time."""
-    end = time.monotonic() + seconds
+    end = time.monotonic() + seconds * SLOWER
     while True:
         value = condition()
         if value:
             return value
-        assert time.monotonic() < end, f"not within {seconds} s"
+        assert time.monotonic() < end, f"not within {seconds * SLOWER:g} s"
         time.sleep(0.02)
 
 
@@ -36,7 +41,7 @@ class Gateway:
         binary = data is not None
         return subprocess.run(command, input=data if binary else text, capture_output=True, text=not binary,
                               stdin=subprocess.DEVNULL if text is None and not binary else None,
-                              timeout=120, check=False)
+                              timeout=120 * SLOWER, check=False)
 
     def must(self, *words, **more):
         done = self.gw(*words, **more)
@@ -47,7 +52,14 @@ class Gateway:
         self.must("up", *words)
 
     def down(self):
+        if "GW_FINDINGS" in os.environ:
+            self.end_daemons()
         self.must("down")
+
+    def end_daemons(self):
+        """One after the other and with a signal that they see, upon which a sanitized program looks for leaks."""
+        for name in DAEMONS:
+            self.run("sh", "-c", f"pkill -TERM -x {name}; for try in $(seq 300); do pgrep -x {name} >&2 || exit 0; sleep 0.1; done; exit 1")
 
     def run(self, *command):
         """A command inside, finished."""
@@ -66,7 +78,7 @@ class Gateway:
         return self.get(path).get(path)
 
     def wait(self, condition, seconds=DEADLINE):
-        self.must("wait", condition, "--timeout", seconds)
+        self.must("wait", condition, "--timeout", seconds * SLOWER)
 
     def agrees(self):
         """Whether the model has every cable as the kernel has it."""
