@@ -34,7 +34,7 @@ add_dependencies(daemon_tests tarn_with_faults vcmd)
 gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 
 # Some thousand events at each test run, and a million with script/soak.
-add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
 target_include_directories(soak_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support)
 target_compile_definitions(soak_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
   SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
@@ -44,6 +44,25 @@ add_dependencies(soak_tests tarn_with_faults vcmd)
 if(NOT TARN_SANITIZE)
   gtest_discover_tests(soak_tests PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 endif()
+
+# Everything at once; each row of the dispatch table is a handler.
+set(dispatch ${PROJECT_SOURCE_DIR}/tarn/dispatch.cpp)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${dispatch})
+file(STRINGS ${dispatch} dispatched REGEX "^    {VCFG_MSG_[A-Z0-9_]+, \"")
+list(TRANSFORM dispatched REPLACE "^    {(VCFG_MSG_[A-Z0-9_]+),.*" "{\\1, \"\\1\"},\n")
+list(JOIN dispatched "" dispatched)
+file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/stress/dispatched.inc CONTENT "${dispatched}")
+file(GLOB stress_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/threads/daemon/*.cpp)
+add_executable(stress_tests ${stress_sources} ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+target_include_directories(stress_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support ${CMAKE_CURRENT_SOURCE_DIR}/soak
+  ${CMAKE_CURRENT_BINARY_DIR}/stress)
+target_compile_definitions(stress_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
+  SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
+target_link_libraries(stress_tests PRIVATE house tarn_os GTest::gtest_main
+  $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
+add_dependencies(stress_tests tarn_with_faults vcmd)
+gtest_discover_tests(stress_tests TEST_PREFIX threads. PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)
 set_tests_properties(daemon_rights PROPERTIES LABELS contract TIMEOUT 300

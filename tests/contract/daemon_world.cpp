@@ -84,9 +84,13 @@ std::vector<std::string> Daemon::linesOf(const std::string& suffix) const {
 }
 
 size_t Daemon::logged(const std::string& part) const {
-    const auto lines = linesOf(".log");
+    const auto lines = log();
     return static_cast<size_t>(std::count_if(
         lines.begin(), lines.end(), [&](const std::string& line) { return line.find(part) != std::string::npos; }));
+}
+
+std::vector<std::string> Daemon::log() const {
+    return linesOf(".log");
 }
 
 bool Daemon::says(const std::string& part) const {

@@ -1,6 +1,6 @@
-// In each program of a build with the address sanitizer. In a virtual gateway nobody reads what a child says, and hooks begin
-// with a clean environment: there, what the sanitizers find goes to a folder that outlives the gateway, and a program that is
-// ended from outside is looked at for leaks like one that ends by itself.
+// In each program of a build with the address sanitizer. In a virtual gateway nobody reads what a child says, and hooks
+// begin with a clean environment: there, what the sanitizers find goes to a folder that outlives the gateway, and a
+// program that is ended from outside is looked at for leaks like one that ends by itself.
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -62,10 +62,13 @@ void endWithoutLeaks(int reason) {
 
 }  // namespace
 
-// The daemon's own handler of SIGSEGV would go on for ever, and the gateway's preloaded library comes before the sanitizer's.
+// The daemon's own handler of SIGSEGV would go on for ever, and the gateway's preloaded library comes before the
+// sanitizer's.
 const char* __asan_default_options() {
-    return inGateway() ? "verify_asan_link_order=0:handle_segv=2:quarantine_size_mb=16:log_exe_name=1:log_path=" FINDINGS "/asan"
-                       : "verify_asan_link_order=0";
+    return inGateway()
+               ? "verify_asan_link_order=0:handle_segv=2:quarantine_size_mb=16:log_exe_name=1:log_path=" FINDINGS
+                 "/asan"
+               : "verify_asan_link_order=0";
 }
 // Asked before each look.
 int __lsan_is_turned_off() {

@@ -1,10 +1,5 @@
 // Many mixed events over the real bus to a real daemon with its vcmd: what it holds stays the same, and who asked is
 // answered once. The number of events is in TARN_SOAK_EVENTS.
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdio>
 #include <fstream>
@@ -13,40 +8,20 @@
 #include <thread>
 
 #include "daemon_world.h"
-#include "payload_seeds.h"
+#include "lines.h"
 
 namespace {
 
 constexpr int kSenders = 3;
+constexpr uint8_t kOwnEid = 200;
 constexpr unsigned kParts = 10;
-constexpr int kPatienceMs = 60000;
 // What the daemon opens once, when an event first needs it.
 constexpr size_t kConnections = 4;
 constexpr size_t kGrowthKiB = 1024;
 
-struct Event {
-    uint32_t type;
-    std::string payload;
-    uint8_t eid = VCFG_EID_TARN;
-    bool asks = false;  // for an answer
-};
-
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream input(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(input), {}};
-}
-
 // A session of WPS lasts on behind its messages, and what runs its payload would run the hostile ones.
 bool isMixedIn(const PayloadSeeds& seeds) {
     return seeds.name != "payload_wps" && !seeds.runsItsPayload;
-}
-
-void addMessages(const PayloadSeeds& seeds, const std::string& file, std::vector<Event>& events) {
-    std::string_view bytes = file;
-    do {
-        const SeedMessage message = takeMessage(seeds, bytes);
-        events.push_back({message.type, std::string(message.payload)});
-    } while (!bytes.empty());
 }
 
 // What the fuzz targets begin with, hostile and ordinary, and questions to both endpoints.
@@ -56,8 +31,8 @@ std::vector<Event> mixedEvents() {
         if (!isMixedIn(seeds)) {
             continue;
         }
-        for (const auto& file : std::filesystem::directory_iterator(std::filesystem::path(SEEDS) / seeds.name)) {
-            addMessages(seeds, contentOf(file.path()), events);
+        for (Event& seed : seedsOf(seeds)) {
+            events.push_back(std::move(seed));
         }
     }
     for (size_t ordinary = events.size(), n = 0; n < ordinary / 4; ++n) {
@@ -67,56 +42,6 @@ std::vector<Event> mixedEvents() {
     }
     return events;
 }
-
-// A connection to one endpoint that speaks the bus by itself, so that an answer too many is seen.
-class Line {
-  public:
-    Line(const Vcmd& bus, uint8_t eid) : eid_(eid), socket_(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        bus.path("run/eid-" + std::to_string(eid)).string().copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0) << strerror(errno);
-    }
-    ~Line() { close(socket_); }
-    Line(const Line&) = delete;
-    Line& operator=(const Line&) = delete;
-
-    bool put(const Event& event) {
-        vcfg_msg_t envelope{};
-        envelope.type = event.type;
-        envelope.srcEid = 200;
-        envelope.dstEid = event.eid;
-        envelope.length = static_cast<uint16_t>(event.payload.size());
-        envelope.requestId = event.asks ? ++asked_ : 0;
-        std::string packet(reinterpret_cast<const char*>(&envelope), sizeof envelope);
-        packet += event.payload;
-        return send(socket_, packet.data(), packet.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(packet.size());
-    }
-
-    // The next answer must be that to the last question.
-    bool isAnswered() {
-        pollfd ready{socket_, POLLIN, 0};
-        char packet[1024];
-        vcfg_msg_t envelope{};
-        if (poll(&ready, 1, kPatienceMs) != 1 ||
-            recv(socket_, packet, sizeof packet, 0) < static_cast<ssize_t>(sizeof envelope)) {
-            return false;
-        }
-        memcpy(&envelope, packet, sizeof envelope);
-        answers_ += 1;
-        return envelope.requestId == asked_;
-    }
-
-    uint8_t eid() const { return eid_; }
-    uint32_t asked() const { return asked_; }
-    uint32_t answers() const { return answers_; }
-
-  private:
-    uint8_t eid_;
-    int socket_;
-    uint32_t asked_ = 0;
-    uint32_t answers_ = 0;
-};
 
 struct Held {
     size_t privateKiB = 0;
@@ -149,8 +74,8 @@ class Soak : public testing::Test {
 
     // Each on its own connections, with kernel events from the first of them.
     void sendSome(const Daemon& daemon, unsigned seed, size_t count) {
-        Line main(bus, VCFG_EID_TARN);
-        Line ground(bus, VCFG_EID_TARN_GROUND);
+        Line main(bus, VCFG_EID_TARN, kOwnEid);
+        Line ground(bus, VCFG_EID_TARN_GROUND, kOwnEid);
         std::mt19937 chance(seed);
         for (size_t n = 0; n < count; ++n) {
             if (seed % kSenders == 0 && n % 100 == 0) {

@@ -2,7 +2,7 @@
 // other.
 #pragma once
 
-#include <vcfg/msg.h>
+#include <vcfg/msg_types.h>
 
 #include <cstdint>
 #include <string_view>
