@@ -26,13 +26,14 @@ namespace {
 constexpr unsigned kPatience = 30;
 
 // Asked before the libraries are ready, so the kernel itself is.
-bool inGateway() {
+bool isLookedFor() {
     return syscall(SYS_access, FINDINGS, W_OK) == 0;
 }
 
-// The gateway's /proc has no processes, and a look for leaks stops the threads that it finds there.
+// The /proc of a gateway has no processes, and a look for leaks stops the threads that it finds there.
 void showProcesses() {
-    if (unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
+    if (access("/.proc/self", F_OK) == 0 && unshare(CLONE_NEWNS) == 0 &&
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
         mount("/.proc", "/proc", nullptr, MS_BIND, nullptr);
     }
 }
@@ -56,7 +57,7 @@ void endWithoutLeaks(int reason) {
 
 [[maybe_unused]] const bool prepared = [] {
     struct sigaction now {};
-    return inGateway() && sigaction(SIGTERM, nullptr, &now) == 0 && now.sa_handler == SIG_DFL &&
+    return isLookedFor() && sigaction(SIGTERM, nullptr, &now) == 0 && now.sa_handler == SIG_DFL &&
            signal(SIGTERM, endWithoutLeaks) != SIG_ERR;
 }();
 
@@ -65,7 +66,7 @@ void endWithoutLeaks(int reason) {
 // The daemon's own handler of SIGSEGV would go on for ever, and the gateway's preloaded library comes before the
 // sanitizer's.
 const char* __asan_default_options() {
-    return inGateway()
+    return isLookedFor()
                ? "verify_asan_link_order=0:handle_segv=2:quarantine_size_mb=16:log_exe_name=1:log_path=" FINDINGS
                  "/asan"
                : "verify_asan_link_order=0";
@@ -75,12 +76,10 @@ int __lsan_is_turned_off() {
     if (childrenLiveElsewhere()) {
         return 1;
     }
-    if (inGateway()) {
-        showProcesses();
-    }
+    showProcesses();
     return 0;
 }
 const char* __ubsan_default_options() {
-    return inGateway() ? "print_stacktrace=1:log_exe_name=1:log_path=" FINDINGS "/ubsan" : "";
+    return isLookedFor() ? "print_stacktrace=1:log_exe_name=1:log_path=" FINDINGS "/ubsan" : "";
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -2,6 +2,7 @@
 import pytest
 
 from links import CLOSE, DISABLE, ENABLE, OPEN, WAN, Links, eventually
+from support import SLOWER
 
 ROW = "updateWanLinkStatus: linkInfo iface name: "
 FIRST = "initializing list of WANDevices"
@@ -125,7 +126,7 @@ def test_interfaces_that_are_not_upstream_are_ignored(gateway):
 
 def test_event_before_the_table_is_ready_trains_dsl_anew(gateway):
     dsl_has_signal(gateway, "ptm")
-    gateway.fault("button_disable_for_manufacture.sh", "hang 3")
+    gateway.fault("button_disable_for_manufacture.sh", f"hang {3 * SLOWER:g}")
     try:
         mark = gateway.mark()
         gateway.must("service", "start", "tarn")
