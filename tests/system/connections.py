@@ -4,13 +4,13 @@ import pathlib
 import subprocess
 import sys
 
-from support import DONE, GW, REPOSITORY, TARN, eventually
+from support import DONE, GW, REPOSITORY, SLOWER, TARN, eventually
 
 PPP_DISCONNECT, PPP_CONNECT, RELEASE, RENEW = 1002, 1003, 1004, 1005
 RA_INFO, DHCPV6, PPPD = 0x800000DD, 0x800000DB, 0x80000110
 ANSWER = "type=0x80000067(VCFG_MSG_WAN_REPLY) statCode=0 payload=\n"
 UNANSWERED = 3
-PATIENCE_MS = 20000
+PATIENCE_MS = int(20000 * SLOWER)
 
 DUAL_STACK = REPOSITORY / "gateway" / "defaults-dual-stack.json"
 PPP = REPOSITORY / "gateway" / "defaults-ppp.json"

@@ -88,7 +88,7 @@ def test_route_to_an_unknown_name_says_so(tools, host):
 
 def test_canceled_route_stops(tools):
     tools.request(ROUTE, Host=NOBODY_THERE, Timeout=20000, MaxHopCount=64)
-    eventually(lambda: "traceroute" in tools.processes())
+    eventually(lambda: tools.gateway.processes("traceroute"))
     tools.cancel(ROUTE)
     eventually(lambda: tools.processes() == [])
     tools.printed("traceroute")
