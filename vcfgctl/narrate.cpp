@@ -1,6 +1,9 @@
 #include "narrate.h"
 
+#include <sys/wait.h>
 #include <vcfg/loop.h>
+
+#include <cstdlib>
 
 #include "client/fe_wire.h"
 #include "names.h"
@@ -86,11 +89,36 @@ std::string stepText(const Story& story, const Told& told) {
     if (kind == "refused") {
         return processText(story, told) + " refused it: " + what;
     }
+    if (kind == "signal" || kind == "start") {
+        const std::string name = oneLine(story.programOf(static_cast<uint32_t>(strtoul(what.c_str(), nullptr, 10))));
+        return processText(story, told) + (kind == "start" ? " started " : " signalled ") +
+               (name.empty() ? "process " : name) + "[" + what + "]";
+    }
+    if (kind == "status" || kind == "failed") {
+        return outcomeText(told);
+    }
     return processText(story, told) + ": " + kind + (what.empty() ? "" : " " + quoted(what)) +
            (result != 0 ? " (" + std::to_string(result) + ")" : "");
 }
 
 }  // namespace
+
+bool isTrouble(const Told& told) {
+    return told.entry.kind == Kind::Failed ||
+           (told.entry.kind == Kind::Step && (told.field(0) == "failed" || told.field(0) == "refused"));
+}
+
+std::string outcomeText(const Told& step) {
+    if (step.field(0) == "failed") {
+        return "it failed: " + fieldText(step, 1);
+    }
+    const int status = static_cast<int>(step.entry.numbers[0]);
+    if (status == -1) {
+        return "it could not be started";
+    }
+    return WIFSIGNALED(status) ? "it was ended by signal " + std::to_string(WTERMSIG(status))
+                               : "it ended with status " + std::to_string(WEXITSTATUS(status));
+}
 
 std::string processText(const Story& story, const Told& told) {
     const std::string program = oneLine(story.programOf(told.entry.process));

@@ -16,6 +16,11 @@ std::string sentenceOf(const Story& story, const Told& told);
 // A first cause, for the end of "because".
 std::string causeText(const Story& story, const Told& begin);
 
+// A message that came to nothing, a hook that failed, a write that was refused.
+bool isTrouble(const Told& told);
+// Of a command's or a hook's step: how it ended.
+std::string outcomeText(const Told& step);
+
 // What an event is about, in its own words: a command, a hook.
 std::string whatText(const Told& begin);
 

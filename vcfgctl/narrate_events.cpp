@@ -7,7 +7,17 @@
 namespace vcfgctl {
 namespace {
 
+// What the client told its hook, which is what happened; the hook itself is how that became known.
+std::string reportText(const Story& story, const Told& told, const Told& report) {
+    const uint32_t reporter = Story::reporterOf(told);
+    return oneLine(story.programOf(reporter)) + "[" + std::to_string(reporter) + "] reported " + fieldText(report, 1) +
+           " (" + quoted(fieldText(told, 3)) + " ran)";
+}
+
 std::string programText(const Story& story, const Told& told) {
+    if (const Told* report = story.reportOf(told); report != nullptr) {
+        return reportText(story, told, *report);
+    }
     const std::string seen = fieldText(told, 2);
     const std::string parent = seen.empty() ? oneLine(story.programOf(told.entry.numbers[0])) : seen;
     const std::string by =

@@ -1,6 +1,7 @@
 #include "story.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace vcfgctl {
@@ -11,6 +12,8 @@ using vcfg::recorder::Kind;
 
 // Anybody on the bus may have written an entry: chains that go in circles end.
 constexpr size_t kLongestChain = 64;
+// What a client reports later than this came of something else.
+constexpr int64_t kObeysWithinUs = 10000000;
 
 bool isSame(const objIndex& left, const objIndex& right) {
     return left.level == right.level && std::equal(left.idx, left.idx + sizeof left.idx, right.idx);
@@ -18,26 +21,64 @@ bool isSame(const objIndex& left, const objIndex& right) {
 
 }  // namespace
 
-// A timer runs out some time after a step of the same name has set it.
 Story::Story(std::vector<Told> told) : told_(std::move(told)) {
-    std::map<std::string_view, const Told*> timers;
     for (const Told& one : told_) {
         const vcfg::recorder::Entry& entry = one.entry;
         if (one.isBegin()) {
-            begins_.try_emplace(entry.event, &one);
-            programs_[entry.process] = one.field(entry.kind == Kind::Received ? 0 : 1);
+            takeBegin(one);
         } else {
             steps_[entry.event].push_back(&one);
         }
-        if (entry.kind == Kind::Step && one.field(0) == "timer") {
-            timers[one.field(1)] = &one;
-        } else if (entry.kind == Kind::Event && one.field(0) == "timer" && timers.contains(one.field(2))) {
-            announced_.try_emplace(entry.event, timers[one.field(2)]);
-        }
-        if (entry.kind == Kind::Sent && entry.numbers[2] != 0) {
+        if (entry.kind == Kind::Step) {
+            takeStep(one);
+        } else if (entry.kind == Kind::Sent && entry.numbers[2] != 0) {
             sent_[{entry.numbers[2], entry.numbers[3]}] = &one;
         }
     }
+}
+
+// A timer runs out some time after a step of the same name has set it. A hook runs because of what its client was told
+// or has met just before, if it was.
+void Story::takeBegin(const Told& begin) {
+    const vcfg::recorder::Entry& entry = begin.entry;
+    begins_.try_emplace(entry.event, &begin);
+    programs_[entry.process] = begin.field(entry.kind == Kind::Received ? 0 : 1);
+    if (entry.kind != Kind::Event) {
+        return;
+    }
+    if (const auto timer = timers_.find(begin.field(2)); begin.field(0) == "timer" && timer != timers_.end()) {
+        announced_.try_emplace(entry.event, timer->second);
+    }
+    if (begin.field(0) == "program") {
+        programs_.try_emplace(entry.numbers[0], begin.field(2));
+        const auto nudge = nudged_.find(entry.numbers[0]);
+        if (entry.cause == 0 && nudge != nudged_.end() && begin.timeUs() - nudge->second->timeUs() < kObeysWithinUs) {
+            announced_.try_emplace(entry.event, nudge->second);
+            if (nudge->second->field(0) == "report") {  // only the next hook runs because of it
+                nudged_.erase(nudge);
+            }
+        }
+    }
+}
+
+void Story::takeStep(const Told& step) {
+    const std::string_view kind = step.field(0);
+    if (kind == "timer") {
+        timers_[step.field(1)] = &step;
+    } else if (kind == "signal" || kind == "start") {
+        nudged_[static_cast<uint32_t>(strtoul(std::string(step.field(1)).c_str(), nullptr, 10))] = &step;
+    } else if (kind == "report" && step.entry.numbers[0] != 0 && begin(step.entry.event) != nullptr) {
+        nudged_[reporterOf(*begin(step.entry.event))] = &step;
+    }
+}
+
+const Told* Story::reportOf(const Told& one) const {
+    for (const Told* step : stepsOf(one.entry.event)) {
+        if (step->entry.kind == Kind::Step && step->field(0) == "report") {
+            return step;
+        }
+    }
+    return nullptr;
 }
 
 const Told* Story::begin(uint32_t event) const {

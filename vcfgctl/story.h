@@ -42,12 +42,22 @@ class Story {
     // "tarn"; empty when nothing says so.
     std::string programOf(uint32_t process) const;
 
+    // What the program told that a begin is of: a client's hook says what the client has met. Null for none.
+    const Told* reportOf(const Told& begin) const;
+    // Which process has such an event: of a report the one that the hook runs for.
+    static uint32_t reporterOf(const Told& begin) { return begin.entry.numbers[0]; }
+
   private:
+    void takeStep(const Told& step);
+    void takeBegin(const Told& begin);
+
     std::vector<Told> told_;
     std::unordered_map<uint32_t, const Told*> begins_;
     std::unordered_map<uint32_t, std::vector<const Told*>> steps_;
     std::map<std::pair<uint32_t, uint32_t>, const Told*> sent_;  // by connection and order
-    std::unordered_map<uint32_t, const Told*> announced_;        // timers, by their event
+    std::unordered_map<uint32_t, const Told*> announced_;        // by event, the step that announced it
+    std::map<std::string_view, const Told*> timers_;             // that were set
+    std::unordered_map<uint32_t, const Told*> nudged_;           // by process, who has last told it to do something
     std::unordered_map<uint32_t, std::string> programs_;
 };
 

@@ -1,11 +1,14 @@
 #include "why_not.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <unordered_map>
 
 #include "client/deadline.h"
 #include "client/fe_wire.h"
 #include "narrate.h"
+#include "surroundings.h"
+#include "value.h"
 #include "verb.h"
 #include "why_print.h"
 
@@ -17,11 +20,11 @@ using vcfg::recorder::Kind;
 
 // What the recorder knows of the way to the value: the latest of each.
 struct Way {
-    const Told* had = nullptr;      // the change that made it so
-    const Told* lost = nullptr;     // the one that made it something else again
+    const Told* lost = nullptr;     // the change that made it something else again
     const Told* refused = nullptr;  // a write of the object that came to nothing, and why
     const Told* written = nullptr;  // a write of the object
     const Told* looked = nullptr;   // somebody looked at the object, and wrote nothing
+    const Told* hook = nullptr;     // it failed, or it has not ended
 };
 
 bool isAbout(const Told& told, const Finding& finding) {
@@ -54,7 +57,6 @@ Refusals refusalsIn(const Story& story) {
 void take(Way& way, const Refusals& refusals, const Told& told, const Finding& finding, const std::string& value) {
     Changed changed{};
     if (toChanged(told, &changed) && changed.path() == finding.path()) {
-        way.had = valueAfter(told) == value ? &told : way.had;
         way.lost = valueBefore(told) == value ? &told : way.lost;
     } else if (isAbout(told, finding) && told.entry.kind == Kind::Sent) {
         const auto refusal = refusals.find(&told);
@@ -64,29 +66,92 @@ void take(Way& way, const Refusals& refusals, const Told& told, const Finding& f
     }
 }
 
-void printUnder(const Story& story, const Told& told, int64_t nowUs) {
-    puts("");
-    printChain(story, story.chainTo(told.entry.event), &told, nowUs);
+const Told* troubleOf(const Story& story, const Told* hook) {
+    if (hook == nullptr || isRunning(story, *hook)) {
+        return hook;
+    }
+    const Told* end = endOf(story, *hook);
+    return end != nullptr && isTrouble(*end) ? end : nullptr;
 }
 
-void printWay(const Story& story, const Finding& finding, const Way& way, const std::string& value) {
-    const int64_t nowUs = vcfg::monotonicUs();
-    printf("%s is \"%s\", not \"%s\"\n", finding.path().c_str(), finding.value.c_str(), value.c_str());
+Way wayTo(const Story& story, const Refusals& refusals, const Finding& finding, const Surroundings& surroundings,
+          const std::string& value) {
+    Way way;
+    for (const Told& told : story.all()) {
+        take(way, refusals, told, finding, value);
+    }
+    way.hook = troubleOf(story, surroundings.lastHook());
+    return way;
+}
+
+// A sentence with its time, and what led there.
+struct Ending {
+    const Told* at;
+    std::string text;
+};
+
+// What has ended the way last; else what there is instead; else who could have gone it.
+Ending endingOf(const Way& way, const Finding& finding, int64_t nowUs) {
+    const auto ago = [nowUs](const Told& told) { return agoText(told.timeUs(), nowUs); };
+    std::vector<Ending> endings;
+    if (way.lost != nullptr) {
+        endings.push_back({way.lost, "it was, until " + ago(*way.lost)});
+    }
     if (way.refused != nullptr) {
-        printf("  a write was refused %s: %s\n", agoText(way.refused->timeUs(), nowUs).c_str(),
-               std::string(way.refused->field(1)).c_str());
-        printUnder(story, *way.refused, nowUs);
-    } else if (way.lost != nullptr) {
-        printf("  it was, until %s\n", agoText(way.lost->timeUs(), nowUs).c_str());
-        printUnder(story, *way.lost, nowUs);
-    } else if (way.written != nullptr) {
-        printf("  its object was written %s, without that value\n", agoText(way.written->timeUs(), nowUs).c_str());
-        printUnder(story, *way.written, nowUs);
-    } else if (way.looked != nullptr) {
-        printf("  its object was last looked at %s, and not written\n", agoText(way.looked->timeUs(), nowUs).c_str());
-        printUnder(story, *way.looked, nowUs);
+        const std::string why(way.refused->field(1));
+        endings.push_back({way.refused, "a write was refused " + ago(*way.refused) + ": " + why});
+    }
+    if (way.hook != nullptr) {
+        const std::string what = way.hook->isBegin() ? " has not ended, it began " : " failed ";
+        endings.push_back({way.hook, "a hook of it, or of what it stands on," + what + ago(*way.hook)});
+    }
+    const auto last = std::max_element(endings.begin(), endings.end(), [](const Ending& left, const Ending& right) {
+        return left.at->timeUs() < right.at->timeUs();
+    });
+    if (last != endings.end()) {
+        return *last;
+    }
+    if (finding.isCurrent()) {
+        return {finding.change, "it became \"" + valueAfter(*finding.change) + "\" " + ago(*finding.change)};
+    }
+    if (way.written != nullptr) {
+        return {way.written, "its object was written " + ago(*way.written) + ", without that value"};
+    }
+    return way.looked != nullptr
+               ? Ending{way.looked, "its object was last looked at " + ago(*way.looked) + ", and not written"}
+               : Ending{nullptr, "nobody has tried to write it, as far as the recorder goes back"};
+}
+
+void explainWay(const Story& story, const Refusals& refusals, const Finding& finding, const std::string& value) {
+    const int64_t nowUs = vcfg::monotonicUs();
+    const Surroundings surroundings(story, finding);
+    const Way way = wayTo(story, refusals, finding, surroundings, value);
+    const Ending ending = endingOf(way, finding, nowUs);
+    printf("%s is \"%s\", not \"%s\"\n  %s\n", finding.path().c_str(), finding.value.c_str(), value.c_str(),
+           ending.text.c_str());
+    if (ending.at != nullptr) {
+        puts("");
+        printChain(story, story.chainTo(ending.at->entry.event), ending.at->isBegin() ? nullptr : ending.at, nowUs);
+    }
+    printMet(story, surroundings.metSince(ending.at != nullptr ? ending.at->timeUs() : 0), nowUs);
+}
+
+// Why no write can make it so; empty when one can.
+std::string whyNever(const Finding& finding, const std::string& value) {
+    std::string why;
+    asShown(*finding.parameter, value, &why);
+    return why;
+}
+
+void explainFinding(const Story& story, const Refusals& refusals, const Finding& finding, const std::string& value) {
+    const std::string never = whyNever(finding, value);
+    if (finding.value == value) {
+        printFull(story, finding, vcfg::monotonicUs());
+    } else if (!never.empty()) {
+        printf("%s is \"%s\", and cannot be \"%s\"\n  whoever writes it is refused: %s\n", finding.path().c_str(),
+               finding.value.c_str(), value.c_str(), never.c_str());
     } else {
-        printf("  nobody has tried to write it, as far as the recorder goes back\n");
+        explainWay(story, refusals, finding, value);
     }
 }
 
@@ -103,17 +168,8 @@ int explainNot(const std::string& assignment, const Story& story) {
     }
     const int status = findAll(story, selections.front(), &findings);
     const Refusals refusals = refusalsIn(story);
-    const std::string value = assignment.substr(equals == assignment.npos ? 0 : equals + 1);
     for (const Finding& finding : findings) {
-        if (finding.value == value) {
-            printFull(story, finding, vcfg::monotonicUs());
-            continue;
-        }
-        Way way;
-        for (const Told& told : story.all()) {
-            take(way, refusals, told, finding, value);
-        }
-        printWay(story, finding, way, value);
+        explainFinding(story, refusals, finding, assignment.substr(equals + 1));
     }
     return status;
 }

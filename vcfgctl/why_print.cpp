@@ -6,7 +6,9 @@
 #include <cstring>
 
 #include "narrate.h"
+#include "narrate_events.h"
 #include "print.h"
+#include "surroundings.h"
 #include "trace_json.h"
 
 namespace vcfgctl {
@@ -43,15 +45,51 @@ std::string withoutRecorder(const Finding& finding, int64_t nowUs) {
            std::to_string(finding.origin->event);
 }
 
-void addChain(json_object* line, const Story& story, const Finding& finding) {
-    json_object* steps = json_object_new_array();
-    for (const Link& link : finding.chain) {
-        json_object_array_add(steps, jsonOf(story, *link.begin));
-        if (link.led != nullptr) {
-            json_object_array_add(steps, jsonOf(story, *link.led));
+// What is told of a chain: its events, what was done there that led on, and what came to nothing before that.
+std::vector<const Told*> stepsOf(const Story& story, const std::vector<Link>& chain, const Told* last) {
+    std::vector<const Told*> steps;
+    for (size_t each = 0; each < chain.size(); ++each) {
+        const Link& link = chain[each];
+        steps.push_back(link.begin);
+        const bool isLast = each + 1 == chain.size();
+        const Told* until = link.led != nullptr ? link.led : isLast ? last : chain[each + 1].begin;
+        for (const Told* step : story.stepsOf(link.begin->entry.event)) {
+            if (isTrouble(*step) && step != until && (until == nullptr || step->timeUs() <= until->timeUs())) {
+                steps.push_back(step);
+            }
+        }
+        if (link.led != nullptr && link.led->field(0) != "report") {  // the report is the begin's own sentence
+            steps.push_back(link.led);
         }
     }
+    if (last != nullptr) {
+        steps.push_back(last);
+    }
+    return steps;
+}
+
+void addChain(json_object* line, const Story& story, const Finding& finding) {
+    json_object* steps = json_object_new_array();
+    for (const Told* step : stepsOf(story, finding.chain, nullptr)) {
+        json_object_array_add(steps, jsonOf(story, *step));
+    }
     json_object_object_add(line, "chain", steps);
+}
+
+// What a client's report has brought about may have gone on with the client.
+std::vector<const Told*> reportsSince(const Story& story, const Finding& finding) {
+    const Told* first = finding.chain.empty() ? nullptr : finding.chain.front().begin;
+    if (first == nullptr || story.reportOf(*first) == nullptr) {
+        return {};
+    }
+    std::vector<const Told*> last;
+    for (const Told& told : story.all()) {
+        if (told.timeUs() > finding.change->timeUs() && told.entry.kind == Kind::Event && told.field(0) == "program" &&
+            Story::reporterOf(told) == Story::reporterOf(*first) && story.reportOf(told) != nullptr) {
+            last = {&told};
+        }
+    }
+    return last;
 }
 
 json_object* textOrNull(bool there, const std::string& text) {
@@ -61,16 +99,26 @@ json_object* textOrNull(bool there, const std::string& text) {
 }  // namespace
 
 void printChain(const Story& story, const std::vector<Link>& chain, const Told* change, int64_t nowUs) {
-    for (const Link& link : chain) {
-        if (!isWriteTaken(*link.begin) || &link == &chain.front()) {
-            printStep(sentenceOf(story, *link.begin), link.begin->timeUs(), nowUs);
-        }
-        if (link.led != nullptr) {
-            printStep(sentenceOf(story, *link.led), link.led->timeUs(), nowUs);
+    for (const Told* step : stepsOf(story, chain, change)) {
+        if (!isWriteTaken(*step) || step == chain.front().begin) {
+            printStep(sentenceOf(story, *step), step->timeUs(), nowUs);
         }
     }
-    if (change != nullptr) {
-        printStep(sentenceOf(story, *change), change->timeUs(), nowUs);
+}
+
+void printMet(const Story& story, const std::vector<const Told*>& met, int64_t nowUs) {
+    if (!met.empty()) {
+        printf("\n  what it stands on has met since:\n\n");
+    }
+    for (const Told* begin : met) {
+        printStep(sentenceOf(story, *begin), begin->timeUs(), nowUs);
+        for (const Told* step : story.stepsOf(begin->entry.event)) {
+            const bool isMessage = step->entry.kind == Kind::Sent && destinationOf(*step) != VCFG_EID_VCMD &&
+                                   destinationOf(*step) != VCFG_EID_TARN;
+            if (isMessage || isTrouble(*step)) {
+                printStep(sentenceOf(story, *step), step->timeUs(), nowUs);
+            }
+        }
     }
 }
 
@@ -78,6 +126,11 @@ void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
     const std::string path = finding.path();
     if (finding.change == nullptr) {
         printf("%s is \"%s\"\n  %s\n", path.c_str(), finding.value.c_str(), withoutRecorder(finding, nowUs).c_str());
+        if (finding.origin && story.begin(finding.origin->event) != nullptr) {
+            puts("");
+            printChain(story, story.chainTo(finding.origin->event), nullptr, nowUs);
+        }
+        printMet(story, Surroundings(story, finding).metSince(0), nowUs);
         return;
     }
     const int64_t timeUs = finding.change->timeUs();
@@ -92,6 +145,7 @@ void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
     const std::string because = becauseText(story, finding, nowUs);
     printf("  because  %s\n\n", because.empty() ? "of something that the recorder no longer has" : because.c_str());
     printChain(story, finding.chain, finding.change, nowUs);
+    printMet(story, reportsSince(story, finding), nowUs);
 }
 
 void printShort(const Story& story, const Finding& finding, int64_t nowUs) {

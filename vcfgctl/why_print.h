@@ -9,6 +9,8 @@ namespace vcfgctl {
 
 // The steps from the first cause to the last event, and the change that was made there (null for none).
 void printChain(const Story& story, const std::vector<Link>& chain, const Told* change, int64_t nowUs);
+// What links and clients have met since, and what the daemon did about it; nothing when there is nothing.
+void printMet(const Story& story, const std::vector<const Told*>& met, int64_t nowUs);
 // An explanation of several lines; one line, for many parameters; a JSON line.
 void printFull(const Story& story, const Finding& finding, int64_t nowUs);
 void printShort(const Story& story, const Finding& finding, int64_t nowUs);

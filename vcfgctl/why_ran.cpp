@@ -4,6 +4,7 @@
 
 #include "client/deadline.h"
 #include "narrate.h"
+#include "surroundings.h"
 #include "verb.h"
 #include "why_print.h"
 
@@ -37,6 +38,11 @@ int explainRan(const std::string& text, const Story& story) {
            clockText(ran->timeUs(), nowUs).c_str());
     printf("  because  %s, %s\n\n", causeText(story, first).c_str(), agoText(first.timeUs(), nowUs).c_str());
     printChain(story, chain, nullptr, nowUs);
+    if (const Told* end = endOf(story, *ran); end != nullptr && !isTrouble(*end)) {
+        printf("  %12s  %s\n", agoText(end->timeUs(), nowUs).c_str(), outcomeText(*end).c_str());
+    } else if (end == nullptr && isRunning(story, *ran)) {
+        printf("  %12s  it has not ended\n", "so far");
+    }
     return kDone;
 }
 

@@ -19,6 +19,8 @@
 #include "client_log.h"
 #include "deadline.h"
 #include "guarded.h"
+#include "mail_text.h"
+#include "recorder/events.h"
 
 namespace vcfg {
 namespace {
@@ -98,10 +100,27 @@ int await(pid_t process) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? VCFG_OK : VCFG_ERR_FAIL;
 }
 
+// The helper's run is a command to who asks why no mail came.
+class Noted {
+  public:
+    explicit Noted(const char* request) : before_(recorder::begin("command", 0, mailText(request))) {}
+    ~Noted() { recorder::end(before_); }
+    Noted(const Noted&) = delete;
+    Noted& operator=(const Noted&) = delete;
+
+  private:
+    uint32_t before_;
+};
+
+void noteFailure(std::string_view why) {
+    recorder::step(recorder::Lane::Lasting, "failed", why, VCFG_ERR_FAIL);
+}
+
 int sendMail(std::string_view request) {
     Helper helper{};
     if (const int error = start(helperProgram(), &helper); error != 0) {
         CLIENT_LOG(VLOG_ERROR, "mail helper %s cannot be started: %s", helperProgram(), strerror(error));
+        noteFailure(strerror(error));
         return VCFG_ERR_FAIL;
     }
     std::string complaint;
@@ -115,6 +134,9 @@ int sendMail(std::string_view request) {
     if (code != VCFG_OK) {
         complaint.resize(std::min(complaint.find('\n'), complaint.size()));
         CLIENT_LOG(VLOG_ERROR, "mail not sent: %s", complaint.empty() ? "the helper failed" : complaint.c_str());
+        noteFailure(complaint.empty() ? "the helper failed" : complaint);
+    } else {
+        recorder::step(recorder::Lane::Lasting, "status", "", 0);
     }
     return code;
 }
@@ -123,5 +145,11 @@ int sendMail(std::string_view request) {
 }  // namespace vcfg
 
 int voUtilMailSend(const char* request) {
-    return vcfg::guarded([=] { return request == nullptr ? VCFG_ERR_INVALID : vcfg::sendMail(request); });
+    return vcfg::guarded([=]() -> int {
+        if (request == nullptr) {
+            return VCFG_ERR_INVALID;
+        }
+        const vcfg::Noted noted(request);
+        return vcfg::sendMail(request);
+    });
 }

@@ -50,11 +50,11 @@ std::string commandLine() {
     std::string line;
     for (size_t begin = 0; begin < words.size();) {
         const size_t end = std::min(words.find('\0', begin), words.size());
-        line += (line.empty() ? "" : " ") + quoted(words.substr(begin, end - begin));
+        const std::string word = words.substr(begin, end - begin);
+        line += line.empty() ? word.substr(word.rfind('/') + 1) : " " + quoted(word);
         begin = end + 1;
     }
-    const size_t name = line.rfind('/', line.find(' '));
-    return name == line.npos ? line : line.substr(name + 1);
+    return line;
 }
 
 }  // namespace

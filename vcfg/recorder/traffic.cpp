@@ -31,8 +31,8 @@ bool isQuestion(const vcfg_msg_t& message) {
             message.type == wire::kService || message.type == wire::kStartUp || message.type == wire::kLoadPart);
 }
 
-// "connection/ppp.cpp:88": the last folder is enough.
-void appendPlace(Entry& entry, const Thread& thread) {
+// "connection/ppp.cpp:88": the last folder is enough. What is asked for next may be asked for elsewhere.
+void appendPlace(Entry& entry, Thread& thread) {
     if (thread.file == nullptr) {
         return;
     }
@@ -43,6 +43,7 @@ void appendPlace(Entry& entry, const Thread& thread) {
     snprintf(line, sizeof line, ":%d", thread.line);
     append(entry, whole.substr(folder == whole.npos ? 0 : folder + 1));
     append(entry, line);
+    thread.file = nullptr;
 }
 
 Entry entryOfMessage(Kind kind, const Thread& thread, const vcfg_msg_t& message, const Trip& trip, int64_t timeUs = 0) {

@@ -58,6 +58,8 @@ void conclude(Hooks::Running& ended) {
     tell(ended.run);
     if (!ended.run.failure.empty()) {
         recorder::step(recorder::Lane::Lasting, "failed", ended.run.failure, 1);
+    } else {
+        recorder::step(recorder::Lane::Brief, "status", "", 0);
     }
     ended.job.done(ended.run);
 }

@@ -1,6 +1,7 @@
 #include "clients.h"
 
 #include <sys/stat.h>
+#include <vcfg/recorder.h>
 
 #include <csignal>
 
@@ -68,7 +69,12 @@ std::string clientFile(const std::string& name) {
 }
 
 bool startClient(const char* kind, const std::string& device) {
-    return run({"/usr/libexec/tarn/start-client", kind, device});
+    const bool isDone = run({"/usr/libexec/tarn/start-client", kind, device});
+    const pid_t started = processOf(startedPidFile(kind, device));
+    if (started != 0) {
+        vcfgEventStep("start", std::to_string(started).c_str(), 0, nullptr, 0);
+    }
+    return isDone;
 }
 
 bool startOrRenewDhcpv4(const std::string& pidFile, const std::string& device) {
@@ -115,7 +121,7 @@ bool runDhcpv6(const std::string& device, const Dhcpv6Wants& wants, bool renew) 
 
 bool renewDhcpv6(const std::string& device) {
     const pid_t client = processOf(dhcpv6PidFile(device));
-    return client == 0 ? isStarted("dhcpv6", device) : kill(client, SIGUSR1) == 0;
+    return client == 0 ? isStarted("dhcpv6", device) : tell(client, SIGUSR1);
 }
 
 void releaseDhcpv6(const std::string& device) {

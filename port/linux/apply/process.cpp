@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
+#include <vcfg/recorder.h>
 
 #include <csignal>
 #include <cstdio>
@@ -50,10 +51,15 @@ pid_t processOf(const std::string& pidFile) {
     return read && number > 1 && kill(number, 0) == 0 ? number : 0;
 }
 
+bool tell(pid_t process, int signal) {
+    vcfgEventStep("signal", std::to_string(process).c_str(), signal, nullptr, 0);
+    return kill(process, signal) == 0;
+}
+
 void signalProcess(const std::string& pidFile, int signal) {
     const pid_t process = processOf(pidFile);
     if (process != 0) {
-        kill(process, signal);
+        tell(process, signal);
     }
 }
 
@@ -68,7 +74,7 @@ void endProcess(const std::string& pidFile, int signal) {
     if (process == 0) {
         return;
     }
-    kill(process, signal);
+    tell(process, signal);
     awaitEnd(process);
     kill(process, SIGKILL);
     kill(-process, SIGKILL);

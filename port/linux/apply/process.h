@@ -11,6 +11,8 @@ bool run(const std::vector<std::string>& words, bool quiet = false);
 
 // The live process whose number the file holds; 0 without one.
 pid_t processOf(const std::string& pidFile);
+// Signals the process, and has the flight recorder know: what it reports next is because of that.
+bool tell(pid_t process, int signal);
 // Signals that process, if there is one.
 void signalProcess(const std::string& pidFile, int signal);
 // Waits some seconds for the end of a process and all that it has started.

@@ -21,6 +21,7 @@
 #include "lease_end.h"
 #include "lease_event.h"
 #include "ppp.h"
+#include "report.h"
 #include "stored.h"
 
 namespace {
@@ -138,6 +139,9 @@ int main(int count, char** arguments) {
     const std::vector<std::string> rest(arguments + std::min(first + 1, count), arguments + count);
     for (const Client& known : kClients) {
         if (known.name == client && rest.size() >= known.arguments) {
+            if (!print) {
+                reportEvent(client, rest);
+            }
             if (client == "udhcpc" && !print) {
                 noteLease(rest[0]);
             }

@@ -1,0 +1,9 @@
+// What a client tells its hook, in a sentence for who asks the flight recorder why: "eth0.5: no server answers".
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Keeps the sentence about the event; nothing for a client that is not known.
+void reportEvent(std::string_view client, const std::vector<std::string>& arguments);
