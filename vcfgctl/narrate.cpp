@@ -90,9 +90,8 @@ std::string stepText(const Story& story, const Told& told) {
         return processText(story, told) + " refused it: " + what;
     }
     if (kind == "signal" || kind == "start") {
-        const std::string name = oneLine(story.programOf(static_cast<uint32_t>(strtoul(what.c_str(), nullptr, 10))));
         return processText(story, told) + (kind == "start" ? " started " : " signalled ") +
-               (name.empty() ? "process " : name) + "[" + what + "]";
+               processText(story, static_cast<uint32_t>(strtoul(what.c_str(), nullptr, 10)));
     }
     if (kind == "status" || kind == "failed") {
         return outcomeText(told);
@@ -120,9 +119,13 @@ std::string outcomeText(const Told& step) {
                                : "it ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
+std::string processText(const Story& story, uint32_t process) {
+    const std::string program = oneLine(story.programOf(process));
+    return program.empty() ? "process " + std::to_string(process) : program + "[" + std::to_string(process) + "]";
+}
+
 std::string processText(const Story& story, const Told& told) {
-    const std::string program = oneLine(story.programOf(told.entry.process));
-    return (program.empty() ? "process " : program) + "[" + std::to_string(told.entry.process) + "]";
+    return processText(story, told.entry.process);
 }
 
 std::string sentenceOf(const Story& story, const Told& told) {

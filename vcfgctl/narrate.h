@@ -9,6 +9,7 @@
 namespace vcfgctl {
 
 // "tarn[812]"
+std::string processText(const Story& story, uint32_t process);
 std::string processText(const Story& story, const Told& told);
 
 // What an event was, or what was done: "cable eth0.5 pulled", "tarn[812] wrote IP.Interface.1 (link/ppp.cpp:88)".

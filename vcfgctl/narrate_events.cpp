@@ -9,9 +9,14 @@ namespace {
 
 // What the client told its hook, which is what happened; the hook itself is how that became known.
 std::string reportText(const Story& story, const Told& told, const Told& report) {
-    const uint32_t reporter = Story::reporterOf(told);
-    return oneLine(story.programOf(reporter)) + "[" + std::to_string(reporter) + "] reported " + fieldText(report, 1) +
-           " (" + quoted(fieldText(told, 3)) + " ran)";
+    const std::string text = fieldText(report, 1);  // "udhcpc of eth0.5: it has no lease"
+    const size_t name = text.find(' ');
+    const size_t colon = text.find(": ", name);
+    if (colon == text.npos) {
+        return processText(story, Story::reporterOf(told)) + " reported: " + text;
+    }
+    return processText(story, Story::reporterOf(told)) + text.substr(name, colon - name) + " reported" +
+           text.substr(colon) + " (" + quoted(fieldText(told, 3)) + " ran)";
 }
 
 std::string programText(const Story& story, const Told& told) {

@@ -23,11 +23,16 @@ bool isSame(const objIndex& left, const objIndex& right) {
 
 Story::Story(std::vector<Told> told) : told_(std::move(told)) {
     for (const Told& one : told_) {
+        if (one.isBegin()) {
+            begins_.try_emplace(one.entry.event, &one);
+        } else {
+            steps_[one.entry.event].push_back(&one);
+        }
+    }
+    for (const Told& one : told_) {
         const vcfg::recorder::Entry& entry = one.entry;
         if (one.isBegin()) {
             takeBegin(one);
-        } else {
-            steps_[entry.event].push_back(&one);
         }
         if (entry.kind == Kind::Step) {
             takeStep(one);
@@ -41,7 +46,6 @@ Story::Story(std::vector<Told> told) : told_(std::move(told)) {
 // or has met just before, if it was.
 void Story::takeBegin(const Told& begin) {
     const vcfg::recorder::Entry& entry = begin.entry;
-    begins_.try_emplace(entry.event, &begin);
     programs_[entry.process] = begin.field(entry.kind == Kind::Received ? 0 : 1);
     if (entry.kind != Kind::Event) {
         return;
@@ -54,7 +58,7 @@ void Story::takeBegin(const Told& begin) {
         const auto nudge = nudged_.find(entry.numbers[0]);
         if (entry.cause == 0 && nudge != nudged_.end() && begin.timeUs() - nudge->second->timeUs() < kObeysWithinUs) {
             announced_.try_emplace(entry.event, nudge->second);
-            if (nudge->second->field(0) == "report") {  // only the next hook runs because of it
+            if (nudge->second->field(0) != "start") {  // only the next hook runs because of it
                 nudged_.erase(nudge);
             }
         }
@@ -67,8 +71,11 @@ void Story::takeStep(const Told& step) {
         timers_[step.field(1)] = &step;
     } else if (kind == "signal" || kind == "start") {
         nudged_[static_cast<uint32_t>(strtoul(std::string(step.field(1)).c_str(), nullptr, 10))] = &step;
-    } else if (kind == "report" && step.entry.numbers[0] != 0 && begin(step.entry.event) != nullptr) {
-        nudged_[reporterOf(*begin(step.entry.event))] = &step;
+    } else if (const Told* hook = begin(step.entry.event); kind == "report" && hook != nullptr) {
+        programs_[reporterOf(*hook)] = step.field(1).substr(0, step.field(1).find(' '));
+        if (step.entry.numbers[0] != 0) {
+            nudged_[reporterOf(*hook)] = &step;
+        }
     }
 }
 

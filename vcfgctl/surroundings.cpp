@@ -72,8 +72,8 @@ void Surroundings::take(const std::string& path) {
 }
 
 bool Surroundings::isNamed(std::string_view device) const {
-    return !device.empty() && std::any_of(values_.begin(), values_.end(),
-                                          [&](const std::string& value) { return names(value, device); });
+    return !device.empty() &&
+           std::any_of(values_.begin(), values_.end(), [&](const std::string& value) { return names(value, device); });
 }
 
 std::string Surroundings::deviceOf(const Told& begin) const {
@@ -86,7 +86,8 @@ std::string Surroundings::deviceOf(const Told& begin) const {
     }
     const Told* report = begin.field(0) == "program" ? story_.reportOf(begin) : nullptr;
     const std::string text = report != nullptr ? fieldText(*report, 1) : "";
-    return text.substr(0, text.find(": "));
+    const size_t of = text.find(" of ");
+    return of == text.npos ? "" : text.substr(of + 4, text.find(": ", of) - of - 4);
 }
 
 const Told* Surroundings::lastHook() const {
@@ -113,7 +114,8 @@ std::vector<const Told*> Surroundings::metSince(int64_t timeUs) const {
     for (const auto& one : latest) {
         met.push_back(one.second);
     }
-    std::sort(met.begin(), met.end(), [](const Told* left, const Told* right) { return left->timeUs() < right->timeUs(); });
+    std::sort(met.begin(), met.end(),
+              [](const Told* left, const Told* right) { return left->timeUs() < right->timeUs(); });
     return met;
 }
 

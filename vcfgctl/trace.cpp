@@ -93,7 +93,7 @@ class Tree {
         for (const Told* line : lines) {
             if (line->isBegin()) {
                 printEvent(*line, depth + 1);
-            } else if (line->entry.kind != Kind::End) {
+            } else if (line->entry.kind != Kind::End && line != story_.reportOf(begin)) {
                 printLine(*line, depth + 1);
             }
         }

@@ -8,7 +8,6 @@
 #include "narrate.h"
 #include "narrate_events.h"
 #include "print.h"
-#include "surroundings.h"
 #include "trace_json.h"
 
 namespace vcfgctl {
@@ -130,7 +129,6 @@ void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
             puts("");
             printChain(story, story.chainTo(finding.origin->event), nullptr, nowUs);
         }
-        printMet(story, Surroundings(story, finding).metSince(0), nowUs);
         return;
     }
     const int64_t timeUs = finding.change->timeUs();

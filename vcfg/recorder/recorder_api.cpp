@@ -32,12 +32,18 @@ void tell(vcfg::bus::Passing passing, const char* kind, const char* what, int re
     }
 }
 
+// Who tells something may be no part of the bus yet, and never become one.
+bool isOn() {
+    [[maybe_unused]] static const bool tried = recorder::isOn() || (recorder::attachRecorder(), true);
+    return recorder::isOn();
+}
+
 // A report must not become a failure of its own.
 template <class Report>
 void quietly(const Report& report) {
     const int error = errno;
     try {
-        if (recorder::isOn()) {
+        if (isOn()) {
             report();
         }
     } catch (const std::exception&) {

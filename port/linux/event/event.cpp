@@ -5,6 +5,7 @@
 //   port-event dhcpcd            so are the reason, the address and the prefix
 //   port-event dnsmasq ACTION MAC ADDRESS ...   a lease of the LAN; what the client announced is in the environment
 //   port-event pppd SCRIPT ...   one of pppd's scripts, with the arguments that pppd gives it
+//   port-event pppd ended LINK STATUS    pppd has ended, which no script is told
 #include <vcfg/vcfg.h>
 
 #include <algorithm>
@@ -115,7 +116,7 @@ struct Client {
     Events (*events)(const std::vector<std::string>&);
 };
 constexpr Client kClients[] = {
-    {"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 6, pppEvents}, {"dnsmasq", 3, lanEvents}};
+    {"udhcpc", 1, leaseEvents}, {"dhcpcd", 0, dhcpv6Events}, {"pppd", 3, pppEvents}, {"dnsmasq", 3, lanEvents}};
 
 bool report(const Events& events, bool print) {
     bool done = true;
@@ -152,6 +153,7 @@ int main(int count, char** arguments) {
             "usage: port-event [--print] udhcpc EVENT\n"
             "       port-event [--print] dhcpcd\n"
             "       port-event [--print] dnsmasq ACTION MAC ADDRESS [NAME]\n"
-            "       port-event [--print] pppd SCRIPT DEVICE TERMINAL SPEED LOCAL REMOTE [PARAMETER]\n");
+            "       port-event [--print] pppd SCRIPT DEVICE TERMINAL SPEED LOCAL REMOTE [PARAMETER]\n"
+            "       port-event [--print] pppd ended LINK STATUS\n");
     return 2;
 }

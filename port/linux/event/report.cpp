@@ -32,46 +32,64 @@ std::string lease() {
 }
 
 Report ofDhcpv4(const std::vector<std::string>& arguments) {
-    constexpr Word kWords[] = {{"bound", "has got a lease"},
-                               {"renew", "has its lease renewed"},
-                               {"deconfig", "has no lease"},
+    constexpr Word kWords[] = {{"bound", "it has got a lease"},
+                               {"renew", "it keeps its lease"},
+                               {"deconfig", "it has no lease"},
                                {"leasefail", "no DHCP server answers"},
-                               {"nak", "the DHCP server refused the lease"}};
+                               {"nak", "the DHCP server refused its lease"}};
     const std::string& event = arguments[0];
     const std::string message = variable("message");
-    std::string text = variable("interface") + ": " + meaning(kWords, event);
+    std::string text = "udhcpc of " + variable("interface") + ": " + meaning(kWords, event);
     text += event == "bound" || event == "renew" ? " of " + lease() : "";
     text += event == "nak" && !message.empty() ? ", \"" + message + "\"" : "";
     return {text, event == "nak"};
 }
 
 Report ofDhcpv6(const std::vector<std::string>&) {
-    constexpr Word kWords[] = {{"BOUND6", "has got a DHCPv6 lease"},
-                               {"RENEW6", "has its DHCPv6 lease renewed"},
-                               {"REBIND6", "has its DHCPv6 lease from another server"},
-                               {"DELEGATED6", "has got a delegated prefix"},
+    constexpr Word kWords[] = {{"BOUND6", "it has got a DHCPv6 lease"},
+                               {"RENEW6", "its DHCPv6 lease is renewed"},
+                               {"REBIND6", "it has its DHCPv6 lease from another server"},
+                               {"DELEGATED6", "it has got a delegated prefix"},
                                {"EXPIRE6", "its DHCPv6 lease has ended"},
-                               {"RELEASE6", "has given its DHCPv6 lease back"},
-                               {"STOP6", "the DHCPv6 client ends"}};
+                               {"RELEASE6", "it has given its DHCPv6 lease back"},
+                               {"STOP6", "it ends"}};
     const std::string prefix = variable("new_dhcp6_ia_pd1_prefix1");
-    std::string text = variable("interface") + ": " + meaning(kWords, variable("reason"));
+    std::string text = "dhcpcd of " + variable("interface") + ": " + meaning(kWords, variable("reason"));
     text += prefix.empty() ? "" : ", prefix " + prefix + "/" + variable("new_dhcp6_ia_pd1_prefix1_length");
     return {text};
 }
 
+// As pppd's manual has them.
+std::string endOfPpp(std::string_view status) {
+    constexpr Word kStatuses[] = {{"0", "it has ended"},
+                                  {"2", "it does not take its options"},
+                                  {"4", "the kernel has no PPP"},
+                                  {"5", "it was told to end"},
+                                  {"8", "no connection could be made"},
+                                  {"10", "the peer agreed to no network protocol"},
+                                  {"15", "the peer answers no more"},
+                                  {"16", "the link was hung up"},
+                                  {"19", "the peer refused the user name or the password"}};
+    const std::string text = meaning(kStatuses, status);
+    return text == status ? "it ended with status " + text : text;
+}
+
 Report ofPpp(const std::vector<std::string>& arguments) {
+    if (arguments[0] == "ended") {
+        return {"pppd of " + arguments[1] + ": " + endOfPpp(arguments[2])};
+    }
     constexpr Word kWords[] = {{"ip-up", "the link carries IPv4"},
                                {"ip-down", "the link carries IPv4 no more"},
                                {"ipv6-up", "the link carries IPv6"},
                                {"ipv6-down", "the link carries IPv6 no more"}};
     const std::string lasted = variable("CONNECT_TIME");
-    return {arguments[1] + ": " + meaning(kWords, arguments[0]) + (lasted.empty() ? "" : ", after " + lasted + " s")};
+    return {"pppd of " + arguments[1] + ": " + meaning(kWords, arguments[0]) +
+            (lasted.empty() ? "" : ", after " + lasted + " s")};
 }
 
 Report ofDhcpServer(const std::vector<std::string>& arguments) {
-    constexpr Word kWords[] = {{"add", "a host of the LAN has got"}, {"old", "a host of the LAN keeps"},
-                               {"del", "a host of the LAN has lost"}};
-    return {arguments[1] + ": " + meaning(kWords, arguments[0]) + " " + arguments[2]};
+    constexpr Word kWords[] = {{"add", "it has got"}, {"old", "it keeps"}, {"del", "it has lost"}};
+    return {"dnsmasq of " + arguments[1] + ": " + meaning(kWords, arguments[0]) + " " + arguments[2]};
 }
 
 struct Client {
@@ -80,7 +98,7 @@ struct Client {
     Report (*report)(const std::vector<std::string>&);
 };
 constexpr Client kClients[] = {
-    {"udhcpc", 1, ofDhcpv4}, {"dhcpcd", 0, ofDhcpv6}, {"pppd", 2, ofPpp}, {"dnsmasq", 3, ofDhcpServer}};
+    {"udhcpc", 1, ofDhcpv4}, {"dhcpcd", 0, ofDhcpv6}, {"pppd", 3, ofPpp}, {"dnsmasq", 3, ofDhcpServer}};
 
 }  // namespace
 

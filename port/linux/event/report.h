@@ -1,4 +1,5 @@
-// What a client tells its hook, in a sentence for who asks the flight recorder why: "eth0.5: no server answers".
+// What a client tells its hook, in a sentence for who asks the flight recorder why: "udhcpc of eth0.5: no DHCP server
+// answers".
 #pragma once
 
 #include <string>
