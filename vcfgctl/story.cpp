@@ -23,16 +23,11 @@ bool isSame(const objIndex& left, const objIndex& right) {
 
 Story::Story(std::vector<Told> told) : told_(std::move(told)) {
     for (const Told& one : told_) {
-        if (one.isBegin()) {
-            begins_.try_emplace(one.entry.event, &one);
-        } else {
-            steps_[one.entry.event].push_back(&one);
-        }
-    }
-    for (const Told& one : told_) {
         const vcfg::recorder::Entry& entry = one.entry;
         if (one.isBegin()) {
             takeBegin(one);
+        } else {
+            steps_[entry.event].push_back(&one);
         }
         if (entry.kind == Kind::Step) {
             takeStep(one);
@@ -46,6 +41,7 @@ Story::Story(std::vector<Told> told) : told_(std::move(told)) {
 // or has met just before, if it was.
 void Story::takeBegin(const Told& begin) {
     const vcfg::recorder::Entry& entry = begin.entry;
+    begins_.try_emplace(entry.event, &begin);
     programs_[entry.process] = begin.field(entry.kind == Kind::Received ? 0 : 1);
     if (entry.kind != Kind::Event) {
         return;

@@ -20,9 +20,12 @@ std::atomic<uint32_t> forks{0};
 std::atomic<uint32_t> program{0};
 std::atomic<uint32_t> programForks{0};
 
-uint32_t programEvent(File& into, Thread& thread) {
+// It begins no later than what it is needed for.
+uint32_t programEvent(File& into, Thread& thread, const Entry& first) {
     if (program.load(std::memory_order_acquire) == 0 || programForks.load(std::memory_order_relaxed) != thread.forks) {
         Entry entry = entryOf(Kind::Event, thread);
+        entry.timeLow = first.timeLow;
+        entry.timeHigh = first.timeHigh;
         describeProgram(entry);
         entry.event = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
         store(into, Lane::Lasting, entry);
@@ -88,7 +91,7 @@ void keep(File& into, Thread& thread) {
 
 void add(File& into, Thread& thread, Lane lane, Entry& entry) {
     if (thread.event == 0) {
-        entry.event = programEvent(into, thread);
+        entry.event = programEvent(into, thread, entry);
     } else if (lane == Lane::Lasting) {
         keep(into, thread);
     }
