@@ -54,34 +54,6 @@ void* runStart(void* data) {
 
 }  // namespace
 
-int runCommand(const std::string& command) {
-    const Arrival arrival("command", command);
-    const int result = system(command.c_str());
-    vcfgEventStep("status", "", result, nullptr, 0);
-    return result;
-}
-
-std::optional<std::string> firstLineOf(const std::string& command, size_t limit) {
-    const Arrival arrival("command", command);
-    FILE* const pipe = popen(command.c_str(), "re");
-    if (pipe == nullptr) {
-        return std::nullopt;
-    }
-    std::string line;
-    int character = 0;
-    while ((character = fgetc(pipe)) != EOF && character != '\n') {
-        if (line.size() < limit) {
-            line.push_back(static_cast<char>(character));
-        }
-    }
-    const bool gotLine = !line.empty() || character == '\n';
-    while (fgetc(pipe) != EOF) {
-    }
-    const int result = pclose(pipe);
-    vcfgEventStep("status", "", result, line.data(), line.size());
-    return gotLine ? std::optional(line) : std::nullopt;
-}
-
 std::optional<std::string> readFile(const std::string& path, size_t limit) {
     const File file = openRegular(path);
     if (file == nullptr) {

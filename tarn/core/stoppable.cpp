@@ -1,7 +1,6 @@
 #include "core/stoppable.h"
 
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <chrono>
 
 #include "core/arrival.h"
+#include "core/os_shell.h"
 
 namespace os {
 namespace {
@@ -17,18 +17,16 @@ namespace {
 constexpr int64_t kCenturyMs = int64_t{100} * 365 * 24 * 3600 * 1000;
 
 // A shell at the head of a process group of its own; -1 when there is none to be had.
-pid_t spawnShell(const char* command) {
+pid_t startGroup(const std::string& command) {
     posix_spawnattr_t attributes;
     if (posix_spawnattr_init(&attributes) != 0) {
         return -1;
     }
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
     posix_spawnattr_setpgroup(&attributes, 0);
-    const char* const words[] = {"sh", "-c", command, nullptr};
-    pid_t child = -1;
-    const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes, const_cast<char* const*>(words), environ);
+    const pid_t child = startShell(command, nullptr, &attributes);
     posix_spawnattr_destroy(&attributes);
-    return error == 0 ? child : -1;
+    return child;
 }
 
 // The child stays a zombie: until it is taken away, its number names no other process.
@@ -63,7 +61,7 @@ bool Stoppable::pauseMs(int64_t milliseconds) {
 // Held over the start, so that no command begins behind the back of a stop.
 pid_t Stoppable::start(const std::string& command) {
     const std::lock_guard lock(guard_);
-    group_ = stopped_ ? 0 : spawnShell(command.c_str());
+    group_ = stopped_ ? 0 : startGroup(command);
     return group_;
 }
 

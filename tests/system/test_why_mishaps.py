@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from links import MAIL_EVENT, WAN, eventually
+from links import HUNT_FINISHED, MAIL_EVENT, WAN, eventually
 from mailbox import MailServer
 from wps import BUTTON, START, WEB_SERVER, Setup
 
@@ -34,13 +34,14 @@ def booted(tmp_path_factory):
 @pytest.fixture
 def gateway(booted):
     """Connected over Ethernet, whatever the mishap before was."""
-    booted.must("isp", "--mode", "answer")
-    booted.must("dsl", "down")
-    booted.cable(WAN, "in")
-    booted.wait("IP.Interface.1.Status=Up")
+    if booted.value("IP.Interface.1.Status") != "Up":
+        booted.must("dsl", "down")
+        booted.cable(WAN, "in")
+        booted.wait("IP.Interface.1.Status=Up")
     if booted.value(f"{CLIENT}.DHCPStatus") != "Bound":
+        booted.must("isp", "--mode", "answer")
         client(booted, "USR1")
-    booted.wait(BOUND)
+        booted.wait(BOUND)
     booted.settle()
     return booted
 
@@ -103,13 +104,6 @@ def lost_stick(gateway):
     gateway.must("usb", "down")
 
 
-def hunt_without_end(gateway):
-    gateway.set("X_VORAN_VlanAutoHunt.Enable=true")
-    gateway.cable_out()
-    gateway.must("hunt", "vlan", "accept")
-    gateway.must("dsl", "up", "--mode", "ptm")
-
-
 def ended_pppd(status):
     """pppd as it is seen from outside: what it says of its end is its exit status."""
     def mishap(gateway):
@@ -144,8 +138,7 @@ def hook(gateway, *lines):
     (release, [f"{CLIENT}.DHCPStatus"], ['because  "vcfgctl send --to tarn --type WAN_IP_RELEASE', "signalled udhcpc"]),
     (lost_line, [f"{PTM}.Status"], ['is "LowerLayerDown"', "because  link ptm0 went down"]),
     (lost_fibre, ["Optical.Interface.1.Status"], ['is "Down"', "because"]),
-    (lost_stick, [f"{USB_PPP}.Status"], ['is "LowerLayerDown"', "because  link usb0 went down"]),
-    (hunt_without_end, ["--not", f"{PTM}.Status=Up"], ["link ptm0 came up", "to endpoint 37"]),
+    (lost_stick, [f"{USB_PPP}.Status"], ['is "LowerLayerDown"', "VCFG_MSG_WAN_LINK of endpoint"]),
     (ended_pppd(19), ["--not", f"{PPP}.ConnectionStatus=Connected"], ["of wan reported: the peer refused the user name or the password"]),
     (ended_pppd(15), ["--not", f"{PPP}.ConnectionStatus=Connected"], ["of wan reported: the peer answers no more"]),
     (no_wireless_daemon, [WPS_STATUS], ['is "DeviceBusy"', "PUSH_BUTTON to endpoint 40(wireless) failed: nobody serves"]),
@@ -157,6 +150,19 @@ def test_cause_is_one_question_away(gateway, mishap, question, words):
     begin = time.monotonic()
     gateway.run("vcfgctl", "why", *question)
     assert time.monotonic() - begin < 20  # a second on a machine that does nothing else
+
+
+def test_hunt_that_comes_to_no_end_holds_the_link(gateway):
+    gateway.cable_out()
+    gateway.must("hunt", "vlan", "accept")
+    gateway.set("X_VORAN_VlanAutoHunt.Enable=true")
+    try:
+        gateway.must("dsl", "up", "--mode", "ptm")
+        told(gateway, "--not", f"{PTM}.Status=Up", words=["link ptm0 came up", "to endpoint 37"])
+    finally:
+        gateway.set("X_VORAN_VlanAutoHunt.Enable=false")
+        gateway.must("hunt", "vlan", "stop")
+        gateway.tell(HUNT_FINISHED)
 
 
 def test_client_that_somebody_switched_off(gateway):
@@ -184,7 +190,6 @@ def test_mail_that_does_not_come(gateway, behaviour, words):
         gateway.inside("vcfgctl", "send", "--to", "2", "--type", hex(MAIL_EVENT), "--payload", json.dumps({"Event": "MAILSEND_EVENT_TEST"}))
         text = told(gateway, "--ran", "vcfg-mail", words=["vcfg-mail to owner@example.net through 203.0.113.1:25", words])
     assert "wrong-4711" not in text
-    assert "VCFG_MSG_MAIL" in text or "MAIL" in text
 
 
 def test_mail_that_nobody_takes(gateway):

@@ -21,6 +21,7 @@
 #include "guarded.h"
 #include "mail_text.h"
 #include "recorder/events.h"
+#include "recorder/program.h"
 
 namespace vcfg {
 namespace {
@@ -50,7 +51,8 @@ int start(const char* program, Helper* helper) {
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
     std::string name(program);
     char* const arguments[] = {name.data(), nullptr};
-    const int error = posix_spawn(&helper->process, program, &actions, nullptr, arguments, environ);
+    const int error = posix_spawn(&helper->process, program, &actions, nullptr, arguments,
+                                  recorder::environmentOf(recorder::eventHere()));
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
     if (error != 0) {

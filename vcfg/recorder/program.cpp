@@ -7,7 +7,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "client/descriptor.h"
 #include "ring.h"
@@ -16,9 +19,6 @@
 namespace vcfg::recorder {
 namespace {
 
-// Its digits change in place: the environment itself may be read by any thread.
-char variable[] = "VCFG_EVENT=0000000000";
-constexpr size_t kDigits = 10;
 std::atomic<uint32_t> inherited{0};
 
 std::string readFile(const std::string& path, size_t most) {
@@ -62,15 +62,30 @@ std::string commandLine() {
 void takeEnvironment() {
     const char* given = getenv(kEnvironment);
     inherited.store(given != nullptr ? static_cast<uint32_t>(strtoul(given, nullptr, 10)) : 0);
-    tellChildren(inherited.load());
-    putenv(variable);
 }
 
-void tellChildren(uint32_t event) {
-    char* const digits = variable + sizeof variable - 1 - kDigits;
-    for (size_t each = kDigits; each > 0; --each, event /= 10) {
-        std::atomic_ref(digits[each - 1]).store(static_cast<char>('0' + event % 10), std::memory_order_relaxed);
+// The process's own is left as it is, since other threads start programs meanwhile. Where memory is short, it has to
+// do.
+char* const* environmentOf(uint32_t event) {
+    thread_local std::string variable;
+    thread_local std::vector<char*> all;
+    if (event == 0) {
+        return environ;
     }
+    try {
+        const std::string name = std::string(kEnvironment) + "=";
+        variable = name + std::to_string(event);
+        all.assign(1, variable.data());
+        for (char** each = environ; *each != nullptr; ++each) {
+            if (!std::string_view(*each).starts_with(name)) {
+                all.push_back(*each);
+            }
+        }
+        all.push_back(nullptr);
+    } catch (const std::bad_alloc&) {
+        return environ;
+    }
+    return all.data();
 }
 
 void describeProgram(Entry& entry) {

@@ -5,13 +5,13 @@
 
 namespace vcfg::recorder {
 
-// $VCFG_EVENT names the event that the process was started for, and what it starts is told the same.
+// $VCFG_EVENT names the event that the process was started for.
 inline constexpr const char* kEnvironment = "VCFG_EVENT";
 
 // To be called while the process has one thread, as far as possible.
 void takeEnvironment();
-// Of what this process starts from now on.
-void tellChildren(uint32_t event);
+// That of this process, with another event (0 leaves it as it is); the calling thread's, until it asks again.
+char* const* environmentOf(uint32_t event);
 
 // The command line, who has started it, as which user, and the event that it was started for.
 void describeProgram(Entry& entry);

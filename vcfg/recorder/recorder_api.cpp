@@ -55,12 +55,7 @@ void quietly(const Report& report) {
 
 uint32_t vcfgEventBegin(const char* kind, uint32_t cause, const char* what, const void* bytes, size_t size) {
     uint32_t before = 0;
-    quietly([&] {
-        before = recorder::begin(textOf(kind), cause, textOf(what));
-        if (textOf(kind) == "command") {
-            recorder::tellChildren(recorder::current());
-        }
-    });
+    quietly([&] { before = recorder::begin(textOf(kind), cause, textOf(what)); });
     tell(vcfg::bus::Passing::Event, kind, what, 0, cause != 0 ? cause : before, bytes, size);
     return before;
 }
@@ -84,4 +79,8 @@ void vcfgEventSaid(const char* log, int level, const char* text, size_t size) {
 
 void vcfgEventPlace(const char* file, int line) {
     recorder::place(file, line);
+}
+
+char* const* vcfgEventEnvironment(void) {
+    return recorder::environmentOf(recorder::current());
 }

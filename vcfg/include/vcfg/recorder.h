@@ -39,6 +39,10 @@ void vcfgEventSaid(const char* log, int level, const char* text, size_t size);
    constant. */
 void vcfgEventPlace(const char* file, int line);
 
+/* The environment for a program that this thread starts now: the process's own, with the event that the thread is at in
+   VCFG_EVENT, so that the program goes on with it. Valid until the thread asks again. */
+char* const* vcfgEventEnvironment(void);
+
 #ifdef __cplusplus
 }
 #endif
