@@ -67,6 +67,35 @@ def test_value_that_was_refused_is_told_with_the_reason(bus):
     assert "a write was refused" in text and "no such kind of write" in text
 
 
+def test_value_that_became_another_is_told_from_that(bus):
+    bus.ok("set", "Time.NTPServer1=one.invalid")
+    text = bus.ok("why", "--not", "Time.NTPServer1=two.invalid")
+    assert 'it became "one.invalid"' in text and '"vcfgctl set Time.NTPServer1=one.invalid" ran' in text
+
+
+def test_value_that_no_write_can_make_is_told(bus):
+    assert "is not one of" in bus.ok("why", "--not", "Time.Status=Nonsense")
+    assert 'cannot be "maybe"' in bus.ok("why", "--not", f"{ENABLE}=maybe")
+
+
+@pytest.mark.parametrize("lines, words", [("echo no such clock >&2; exit 3", ["failed", '"no such clock"']),
+                                          ("exec sleep 20", ["has not ended"])], ids=["fails", "hangs"])
+def test_hook_that_does_not_do_it_is_told_by_not_and_by_ran(bus, lines, words):
+    hook = bus.home / "hooks" / "apply" / "Time"
+    hook.write_text(f"#!/bin/sh\n{lines}\n", encoding="utf-8")
+    hook.chmod(0o700)
+    bus.ok("set", "Time.NTPServer1=one.invalid")
+    wait_for(lambda: all(word in bus.ok("why", "--not", "Time.Status=Synchronized") for word in words))
+    assert words[-1] in bus.ok("why", "--ran", "apply/Time")
+    assert '"vcfgctl set Time.NTPServer1=one.invalid" ran' in bus.ok("why", "--not", "Time.Status=Synchronized")
+
+
+def test_hook_that_has_ended_well_is_no_trouble(hooked):
+    hooked.ok("set", "--wait", f"{ENABLE}=true")
+    assert "hook of it" not in hooked.ok("why", "--not", "DNS.Client.Status=Enabled")
+    assert "it ended with status 0" in hooked.ok("why", "--ran", "apply/DNS.Client")
+
+
 def test_works_while_vcmd_is_away(bus):
     bus.ok("set", f"{ENABLE}=true")
     bus.vcmd.kill()
