@@ -1,6 +1,9 @@
 """One's own program inside: put, started, talked to, as docs/own-daemon.md has it."""
+import os
 import re
 import subprocess
+
+import pytest
 
 from support import REFUSED, REPOSITORY, eventually
 
@@ -22,6 +25,7 @@ int main(void)
 """
 
 
+@pytest.mark.skipif("GW_FINDINGS" in os.environ, reason="a program without sanitizers does not load a library with them")
 def test_commands_of_the_page_bring_a_daemon_in(gateway, tmp_path):
     (tmp_path / "mydaemon.c").write_text(DAEMON)
     (block,) = re.findall(r"```\n(gcc .*?)```", PAGE, re.S)

@@ -7,7 +7,7 @@ import tempfile
 
 import pytest
 
-from support import GW, Gateway, eventually
+from support import GW, SLOWER, Gateway, eventually
 
 NOBODY = 65534
 AS_NOBODY = ["setpriv", "--reuid", str(NOBODY), "--regid", str(NOBODY), "--clear-groups"] if os.geteuid() == 0 else []
@@ -40,12 +40,17 @@ def rootless():
         shutil.rmtree(folder)
 
 
+AT_FULL_SPEED = pytest.mark.skipif(SLOWER > 1, reason="the first lease comes before its interface is up, and is taken only at its renewal")
+
+
+@AT_FULL_SPEED
 def test_every_service_runs(rootless):
     rootless.wait("DHCPv4.Client.1.DHCPStatus=Bound")
     services = eventually(lambda: (now := json.loads(rootless.must("status", "--json"))["services"]) and all(now.values()) and now)
     assert set(services) == {"logd", "vcmd", "linesim", "linkd", "tarn", "dhcpc", "dhcpd"}
 
 
+@AT_FULL_SPEED
 def test_only_the_real_time_priority_is_refused(rootless):
     grave = [line["text"].strip() for line in rootless.log(0, "--all", "--level", "error")]
     assert grave == ["Failed to make tarn as realtime process"]

@@ -4,6 +4,7 @@
 #include <vcfg/msg_types.h>
 
 #include <atomic>
+#include <barrier>
 #include <fstream>
 #include <numeric>
 #include <random>
@@ -21,7 +22,7 @@ namespace {
 
 constexpr unsigned kSenders = 4;
 constexpr uint8_t kFirstEid = 210;
-constexpr size_t kEvents = 2400;
+constexpr size_t kEvents = 2000;
 constexpr size_t kMessagesOfAKernelEvent = 20;
 constexpr size_t kMessagesOfATask = 60;
 constexpr size_t kMessagesOfACommand = 100;
@@ -43,29 +44,34 @@ class Stress : public testing::Test {
         return text != nullptr ? std::stoul(text) : kEvents;
     }
 
-    // Each handler in its turn, in another order each time round, once to the one endpoint and once to the other. Which
-    // of its payloads is drawn, but for the first two.
+    // Each handler in its turn. Every other time round all senders have the same one at the same moment, two of them
+    // for either thread; else each has an order of its own. Which of its payloads is drawn, but for the first.
     void sendSome(unsigned seed, size_t count) {
         Line main(bus, VCFG_EID_TARN, static_cast<uint8_t>(kFirstEid + seed));
         Line ground(bus, VCFG_EID_TARN_GROUND, static_cast<uint8_t>(kFirstEid + seed));
         std::mt19937 chance(seed);
-        std::vector<size_t> order(handlers.size());
-        std::iota(order.begin(), order.end(), 0);
-        for (size_t n = 0; n < count; ++n) {
-            const size_t round = n / order.size();
-            if (n % order.size() == 0) {
-                std::shuffle(order.begin(), order.end(), chance);
-            }
-            const size_t chosen = order[n % order.size()];
+        for (size_t n = 0; n < count && !HasFailure(); ++n) {
+            const size_t round = n / handlers.size();
+            const size_t chosen = orderOf(round, seed)[n % handlers.size()];
             const std::vector<Event>& events = handlers[chosen].events;
-            const Event& event = events[round < 2 ? 0 : chance() % events.size()];
-            ASSERT_NO_FATAL_FAILURE(sendOne(round % 2 == 0 ? main : ground, event, chosen));
+            moment.arrive_and_wait();
+            sendOne((seed + round / 2) % 2 == 0 ? main : ground, events[round == 0 ? 0 : chance() % events.size()],
+                    chosen);
         }
+        moment.arrive_and_drop();
         for (Line* line : {&main, &ground}) {
             ASSERT_NO_FATAL_FAILURE(sendOne(*line, {VCFG_MSG_FAKEROOT_SYS_COMMAND, "", 0, true}, handlers.size()));
             EXPECT_EQ(line->answers(), line->asked());
             questions += line->asked();
         }
+    }
+
+    std::vector<size_t> orderOf(size_t round, unsigned seed) const {
+        std::vector<size_t> order(handlers.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::mt19937 own(static_cast<unsigned>(round * kSenders) + (round % 2 == 0 ? 0 : seed));
+        std::shuffle(order.begin(), order.end(), own);
+        return order;
     }
 
     void sendOne(Line& line, Event event, size_t handler) {
@@ -159,6 +165,7 @@ class Stress : public testing::Test {
     const Peers peers{bus};
     const std::vector<Handler> handlers = allHandlers();
     std::vector<Sent> sent = std::vector<Sent>(handlers.size() * 2);  // each handler's by endpoint
+    std::barrier<> moment{kSenders};
     std::atomic<size_t> messages{0};
     std::atomic<size_t> questions{0};
     size_t mostThreads = 0;
