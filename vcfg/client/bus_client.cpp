@@ -1,6 +1,5 @@
 #include "bus_client.h"
 
-#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,33 +22,23 @@ std::atomic<uint32_t> lastRequestId{firstRequestId()};
 // Two processes that ask as one endpoint must not use the same ids.
 [[maybe_unused]] const int forkHandler = pthread_atfork(nullptr, nullptr, [] { lastRequestId = firstRequestId(); });
 
-// False when the time is over.
-bool awaitRoom(int socket, const Deadline& deadline) {
-    pollfd state{socket, POLLOUT, 0};
-    const int ready = poll(&state, 1, deadline.remainingMs());
-    return ready != 0 || !deadline.passed();
-}
-
 enum class Patience { Wait, None };
 
-// 0, or the error number: ETIMEDOUT when the time was over.
-int sendUntil(int socket, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
-    for (;;) {
-        const int error = sendPacket(socket, message, MSG_DONTWAIT);
-        if (error == EAGAIN && patience == Patience::Wait) {
-            if (!awaitRoom(socket, deadline)) {
-                return ETIMEDOUT;
-            }
-        } else if (error != EINTR) {
-            return error;
+// 0, or the error number: ETIMEDOUT when the time was over. Only when there is no room at once the time matters.
+int sendUntil(Link& link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
+    int error = sendPacket(link.socket, message, MSG_DONTWAIT);
+    while (error == EINTR || (error == EAGAIN && patience == Patience::Wait)) {
+        if (error == EAGAIN && deadline.passed()) {
+            return ETIMEDOUT;
         }
+        limitSend(link, deadline);
+        error = sendPacket(link.socket, message, patience == Patience::Wait ? 0 : MSG_DONTWAIT);
     }
+    return error;
 }
 
-int codeOfSend(int error) {
+[[gnu::cold]] int codeOfSend(int error) {
     switch (error) {
-        case 0:
-            return VCFG_OK;
         case EAGAIN:
             return VCFG_ERR_FULL;
         case ETIMEDOUT:
@@ -64,52 +53,55 @@ int codeOfSend(int error) {
     }
 }
 
-int sendBy(Link* link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline) {
-    if (link == nullptr) {
-        return VCFG_ERR_NO_PEER;
-    }
-    const int64_t timeUs = recorder::isOn() ? monotonicUs() : 0;
-    const int error = sendUntil(link->socket, message, patience, deadline);
+int sendBy(Link& link, const vcfg_msg_t& message, Patience patience, const Deadline& deadline, int64_t nowUs) {
+    const int error = sendUntil(link, message, patience, deadline);
     if (error == 0) {
-        ++link->last.order;
-        recorder::sent(message, link->last, timeUs);
+        ++link.last.order;
+        recorder::sent(message, link.last, nowUs);
+        return VCFG_OK;
     }
     return codeOfSend(error);
 }
 
-// Sends by the thread's link, which *link is then. A peer that went away since the last call gets one new connection.
-int transmitUnseen(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
-    *link = cachedLink(message.dstEid, way);
-    int code = sendBy(*link, message, patience, deadline);
-    if (code == VCFG_ERR_NO_PEER) {
-        dropLink(message.dstEid, way);
-        *link = newLink(message.dstEid, way, deadline, &code);
-        if (*link == nullptr) {
-            return code;
-        }
-        code = sendBy(*link, message, patience, deadline);
-    }
-    if (code == VCFG_ERR_NO_PEER || (code != VCFG_OK && way == Way::Request)) {
-        dropLink(message.dstEid, way);
-    }
-    return code;
-}
-
-void fails(const vcfg_msg_t& message, int code) {
+[[gnu::cold]] void fails(const vcfg_msg_t& message, int code) {
     copyFailure(message, code);
     recorder::failed(message, code);
 }
 
+// A peer that went away since the last call gets one new connection.
+[[gnu::cold]] int sendAnew(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline,
+                           Link** link) {
+    int code = VCFG_OK;
+    dropLink(message.dstEid, way);
+    *link = newLink(message.dstEid, way, deadline, &code);
+    return *link != nullptr ? sendBy(**link, message, patience, deadline, monotonicUs()) : code;
+}
+
+// Sends by the thread's link, which *link is then. Who has none may come to the bus with this message.
 int transmit(const vcfg_msg_t& message, Way way, Patience patience, const Deadline& deadline, Link** link) {
+    const int64_t nowUs = monotonicUs();
+    *link = cachedLink(message.dstEid, way, nowUs);
+    if (*link == nullptr) {
+        attachRoster();
+    }
     copySent(way == Way::Request ? Passing::Call : Passing::Message, message);
-    const int code = transmitUnseen(message, way, patience, deadline, link);
+    int code = *link != nullptr ? sendBy(**link, message, patience, deadline, nowUs) : VCFG_ERR_NO_PEER;
+    if (code == VCFG_OK) {
+        return code;
+    }
+    if (code == VCFG_ERR_NO_PEER) {
+        code = sendAnew(message, way, patience, deadline, link);
+    }
+    if (code == VCFG_ERR_NO_PEER || (code != VCFG_OK && way == Way::Request)) {
+        dropLink(message.dstEid, way);
+    }
     if (code != VCFG_OK) {
         fails(message, code);
     }
     return code;
 }
 
-void failUnanswered(const Link& link, uint32_t requestId, int code) {
+[[gnu::cold]] void failUnanswered(const Link& link, uint32_t requestId, int code) {
     vcfg_msg_t call{};
     call.dstEid = link.eid;
     call.requestId = requestId;
@@ -187,9 +179,10 @@ int call(MessagePtr message, const Deadline& deadline, MessagePtr* reply) {
 }
 
 int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, MessagePtr* reply) {
+    attachRoster();
     copySent(Passing::Call, message);
     int code = connect(link, deadline);
-    code = code == VCFG_OK ? sendBy(&link, message, Patience::Wait, deadline) : code;
+    code = code == VCFG_OK ? sendBy(link, message, Patience::Wait, deadline, monotonicUs()) : code;
     code = code == VCFG_OK ? receiveAnswer(link, message.requestId, deadline, reply) : code;
     if (code != VCFG_OK) {
         fails(message, code);
@@ -198,7 +191,7 @@ int callBy(Link& link, const vcfg_msg_t& message, const Deadline& deadline, Mess
 }
 
 int nextFrom(uint8_t eid, const Deadline& deadline, MessagePtr* message) {
-    Link* link = cachedLink(eid, Way::Request);
+    Link* link = cachedLink(eid, Way::Request, monotonicUs());
     if (link == nullptr) {
         return VCFG_ERR_NO_PEER;
     }

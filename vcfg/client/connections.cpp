@@ -101,7 +101,8 @@ void Connections::forget(Connection& connection, uint8_t requests) {
 
 // An event that nobody answers would keep its id for ever, so others may take that over.
 bool Connections::isTaken(const Connection& by, const RequestKey& key) {
-    if (openLike(key) == std::popcount(openWith(by, key))) {
+    const uint16_t like = openLike(key);
+    if (like == 0 || like == std::popcount(openWith(by, key))) {
         return false;
     }
     for (Connection& other : all_) {

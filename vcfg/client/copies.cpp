@@ -205,14 +205,6 @@ void copyTaken(const vcfg_msg_t& answer) {
     spread(copy, VCFG_MSG_HEADER_SIZE + answer.length, 0);
 }
 
-// With its first message comes to the bus who has not registered before.
-void copySent(Passing passing, const vcfg_msg_t& message) {
-    static const bool isThere = (attachRoster(), true);
-    if (isThere && isWatched()) {
-        copyToMonitors(passing, message, VCFG_OK, monotonicUs());
-    }
-}
-
 void copyFailure(const vcfg_msg_t& message, int code) {
     if (isWatched()) {
         copyToMonitors(Passing::Failure, message, code, monotonicUs());

@@ -27,15 +27,14 @@ class Deadline {
         return left > 0 ? left : 0;
     }
     // For poll and epoll: rounded up, -1 without limit.
-    int remainingMs() const {
-        if (isNever()) {
-            return -1;
-        }
-        const int64_t milliseconds = (remainingUs() + 999) / 1000;
-        return milliseconds > INT_MAX ? INT_MAX : static_cast<int>(milliseconds);
-    }
+    int remainingMs() const { return isNever() ? -1 : milliseconds(remainingUs()); }
 
   private:
+    [[gnu::noinline]] static int milliseconds(int64_t us) {
+        const int64_t rounded = (us + 999) / 1000;
+        return rounded > INT_MAX ? INT_MAX : static_cast<int>(rounded);
+    }
+
     Deadline(int64_t us, int64_t spanUs) : us_(us), spanUs_(spanUs) {}
 
     int64_t us_;

@@ -17,17 +17,15 @@ using bus::ConnectionId;
 using bus::Server;
 
 // Endpoints live as long as the process: other threads may be using them at any moment.
-struct Endpoints {
-    std::array<std::atomic<Server*>, 256> servers{};
-    std::array<std::atomic<const std::string*>, 256> names{};
-    std::atomic<uint8_t> first{0};
-    std::set<std::string> allNames;  // kept, for a thread that is just logging with one
-    std::mutex opening;              // guards allNames and the opening of servers
-};
+constinit std::array<std::atomic<Server*>, 256> servers{};
+constinit std::array<std::atomic<const std::string*>, 256> names{};
+constinit std::atomic<uint8_t> first{0};
+constinit std::mutex opening;  // of servers, and the naming
 
-Endpoints& endpoints() {
-    static Endpoints& all = *new Endpoints;
-    return all;
+// Kept, for a thread that is just logging with one.
+const std::string* keptName(const char* name) {
+    static std::set<std::string>& all = *new std::set<std::string>;
+    return &*all.emplace(name).first;
 }
 
 struct Thread {
@@ -35,14 +33,14 @@ struct Thread {
     // Where its last message came from, to tell requesters with equal ids apart.
     ConnectionId lastFrom = 0;
 };
-thread_local Thread self;
+[[gnu::tls_model("initial-exec")]] constinit thread_local Thread self;
 
 uint8_t eidOf(const Thread& thread) {
-    return thread.eid != 0 ? thread.eid : endpoints().first.load(std::memory_order_relaxed);
+    return thread.eid != 0 ? thread.eid : first.load(std::memory_order_relaxed);
 }
 
 Server* serverOf(const Thread& thread) {
-    return endpoints().servers[eidOf(thread)].load(std::memory_order_acquire);
+    return servers[eidOf(thread)].load(std::memory_order_acquire);
 }
 
 }  // namespace
@@ -57,11 +55,11 @@ int registerEndpoint(uint8_t eid, const char* name) {
     }
     bus::attachRoster();
     if (name != nullptr) {
-        const std::lock_guard guard(endpoints().opening);
-        endpoints().names[eid].store(&*endpoints().allNames.emplace(name).first, std::memory_order_release);
+        const std::lock_guard guard(opening);
+        names[eid].store(keptName(name), std::memory_order_release);
     }
     uint8_t none = 0;
-    endpoints().first.compare_exchange_strong(none, eid);
+    first.compare_exchange_strong(none, eid);
     self.eid = eid;
     return VCFG_OK;
 }
@@ -71,14 +69,14 @@ int openServer() {
     if (eid == 0) {
         return VCFG_ERR_INVALID;
     }
-    const std::lock_guard guard(endpoints().opening);
+    const std::lock_guard guard(opening);
     std::unique_ptr<Server> inherited(serverOf(self));
     if (inherited != nullptr && inherited->isOwn()) {
         return inherited.release()->reopen();
     }
     int code = VCFG_ERR_FAIL;
     std::unique_ptr<Server> server = Server::open(eid, &code);
-    endpoints().servers[eid].store(server.release(), std::memory_order_release);
+    servers[eid].store(server.release(), std::memory_order_release);
     return code;
 }
 
@@ -92,8 +90,8 @@ uint8_t threadEid() {
 }
 
 const char* daemonName() {
-    for (const uint8_t eid : {self.eid, endpoints().first.load(std::memory_order_relaxed)}) {
-        if (const std::string* name = endpoints().names[eid].load(std::memory_order_acquire); name != nullptr) {
+    for (const uint8_t eid : {self.eid, first.load(std::memory_order_relaxed)}) {
+        if (const std::string* name = names[eid].load(std::memory_order_acquire); name != nullptr) {
             return name->c_str();
         }
     }
@@ -107,7 +105,7 @@ int answerRequester(const vcfg_msg_t& answer) {
     if (own != nullptr && own->answerRequester(answer, thread.lastFrom, &code)) {
         return code;
     }
-    for (auto& each : endpoints().servers) {
+    for (const auto& each : servers) {
         Server* server = each.load(std::memory_order_acquire);
         if (server != nullptr && server != own && server->answerRequester(answer, 0, &code)) {
             break;

@@ -53,9 +53,10 @@ class EndpointServer final : public Server {
     MessagePtr next(const Ready& ready, ConnectionId* from);
     MessagePtr takeTurn(ConnectionId ready, ConnectionId* from);
     MessagePtr takeFrom(Connection& connection, ConnectionId* from);
-    void endConnection(Connection& connection, Arrival why);
+    [[gnu::cold]] void endTurn(Connection& connection, Arrival why, const char* fault);
 
     int sendAnswer(Connection& connection, const vcfg_msg_t& message);
+    [[gnu::cold]] static int cannotAnswer(const Connection& connection, const vcfg_msg_t& message, int error);
 
     const uint8_t eid_;
     const pid_t process_ = getpid();

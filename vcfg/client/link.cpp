@@ -46,7 +46,7 @@ struct ThreadLinks {
     pthread_atfork(nullptr, nullptr, [] { forks.fetch_add(1, std::memory_order_relaxed); });
 
 ThreadLinks& mine() {
-    thread_local ThreadLinks links;
+    [[gnu::tls_model("initial-exec")]] thread_local ThreadLinks links;
     const uint32_t now = forks.load(std::memory_order_relaxed);
     if (links.fork != now) {
         links.clear();
@@ -55,17 +55,22 @@ ThreadLinks& mine() {
     return links;
 }
 
-bool stillLeadsThere(Link& link) {
-    const int64_t now = monotonicUs();
-    if (now - link.checkedUs <= kTrustUs) {
+bool stillLeadsThere(Link& link, int64_t nowUs) {
+    if (nowUs - link.checkedUs <= kTrustUs) {
         return true;
     }
     struct stat status {};
     if (stat(link.path.c_str(), &status) != 0 || status.st_ino != link.inode || status.st_dev != link.device) {
         return false;
     }
-    link.checkedUs = now;
+    link.checkedUs = nowUs;
     return true;
+}
+
+// A caller who gives the same time again and again costs no system call.
+int64_t limitOf(const Deadline& deadline) {
+    const int64_t left = deadline.remainingUs();
+    return std::max<int64_t>(deadline.spanUs() - left < kAboutUs ? deadline.spanUs() : left, 1);
 }
 
 void limit(int socket, int option, int64_t us) {
@@ -73,10 +78,11 @@ void limit(int socket, int option, int64_t us) {
     setsockopt(socket, SOL_SOCKET, option, &limit, sizeof limit);
 }
 
-// A connect that waits for room in the listener's queue is bounded by the socket's send timeout.
-void limitConnect(int socket, const Deadline& deadline) {
-    if (!deadline.isNever()) {
-        limit(socket, SO_SNDTIMEO, std::max<int64_t>(deadline.remainingUs(), 1));
+void limit(int socket, int option, const Deadline& deadline, int64_t* limitUs) {
+    const int64_t us = deadline.isNever() ? 0 : limitOf(deadline);
+    if (us != *limitUs) {
+        limit(socket, option, us);
+        *limitUs = us;
     }
 }
 
@@ -98,10 +104,10 @@ int codeOfConnect(int error) {
 }
 
 // 0 or the error number.
-int connectTo(int socket, const sockaddr_un& address, const Deadline& deadline) {
+int connectTo(Link& link, const sockaddr_un& address, const Deadline& deadline) {
     for (;;) {
-        limitConnect(socket, deadline);
-        if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        limitSend(link, deadline);  // a connect that waits for room in the listener's queue is bounded by it, too
+        if (::connect(link.socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
             return 0;
         }
         if (errno != EINTR) {
@@ -112,10 +118,10 @@ int connectTo(int socket, const sockaddr_un& address, const Deadline& deadline) 
 
 }  // namespace
 
-Link* cachedLink(uint8_t eid, Way way) {
+Link* cachedLink(uint8_t eid, Way way, int64_t nowUs) {
     for (Link& link : mine().links) {
         if (link.eid == eid && link.way == way) {
-            if (stillLeadsThere(link)) {
+            if (stillLeadsThere(link, nowUs)) {
                 return &link;
             }
             dropLink(eid, way);
@@ -126,7 +132,7 @@ Link* cachedLink(uint8_t eid, Way way) {
 }
 
 Link unconnected(uint8_t eid, Way way, Receiver* receiver) {
-    return Link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, receiver, {}};
+    return Link{eid, way, -1, socketPath(eid), 0, 0, monotonicUs(), 0, 0, receiver, {}};
 }
 
 int connect(Link& link, const Deadline& deadline) {
@@ -143,8 +149,9 @@ int connect(Link& link, const Deadline& deadline) {
     link.device = status.st_dev;
     link.inode = status.st_ino;
     link.socket = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    link.sendLimitUs = link.receiveLimitUs = 0;
     link.last = {link.socket >= 0 ? nameConnection(link.socket) : 0, 0};
-    const int error = link.socket < 0 ? errno : connectTo(link.socket, address, deadline);
+    const int error = link.socket < 0 ? errno : connectTo(link, address, deadline);
     if (error != 0 && link.socket >= 0) {
         close(link.socket);
         link.socket = -1;
@@ -176,17 +183,12 @@ void dropLink(uint8_t eid, Way way) {
     }
 }
 
-// A caller who gives the same time again and again costs no system call.
+void limitSend(Link& link, const Deadline& deadline) {
+    limit(link.socket, SO_SNDTIMEO, deadline, &link.sendLimitUs);
+}
+
 void limitReceive(Link& link, const Deadline& deadline) {
-    int64_t patience = 0;
-    if (!deadline.isNever()) {
-        const int64_t left = deadline.remainingUs();
-        patience = std::max<int64_t>(deadline.spanUs() - left < kAboutUs ? deadline.spanUs() : left, 1);
-    }
-    if (patience != link.patienceUs) {
-        limit(link.socket, SO_RCVTIMEO, patience);
-        link.patienceUs = patience;
-    }
+    limit(link.socket, SO_RCVTIMEO, deadline, &link.receiveLimitUs);
 }
 
 }  // namespace vcfg::bus

@@ -24,13 +24,15 @@ struct Link {
     dev_t device;
     ino_t inode;
     int64_t checkedUs;
-    int64_t patienceUs;   // the socket's limit for one recv(); 0 for none
-    Receiver* receiver;   // the thread's
-    recorder::Trip last;  // what was sent last
+    int64_t sendLimitUs;     // the socket's for one send(); 0 for none
+    int64_t receiveLimitUs;  // and for one recv()
+    Receiver* receiver;      // the thread's
+    recorder::Trip last;     // what was sent last
 };
 
-// The calling thread's link, as long as it can be trusted to lead to the endpoint's newest server; else null.
-Link* cachedLink(uint8_t eid, Way way);
+// The calling thread's link, as long as it can be trusted at that time to lead to the endpoint's newest server; else
+// null.
+Link* cachedLink(uint8_t eid, Way way, int64_t nowUs);
 // Connects anew: null with *code set.
 Link* newLink(uint8_t eid, Way way, const Deadline& deadline, int* code);
 // A link that is nobody's but the caller's, who closes its socket; connect() gives it one, or answers why not.
@@ -38,7 +40,8 @@ Link unconnected(uint8_t eid, Way way, Receiver* receiver);
 int connect(Link& link, const Deadline& deadline);
 void dropLink(uint8_t eid, Way way);
 
-// Makes one recv() on the link end soon after the deadline at the latest.
+// Make one send() or recv() on the link end soon after the deadline at the latest.
+void limitSend(Link& link, const Deadline& deadline);
 void limitReceive(Link& link, const Deadline& deadline);
 
 }  // namespace vcfg::bus

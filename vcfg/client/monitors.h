@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "roster.h"
+#include "store/clock.h"
 
 namespace vcfg::bus {
 
@@ -49,7 +50,11 @@ inline bool isWatched() {
 void copyToMonitors(Passing passing, const vcfg_msg_t& message, int code, int64_t timeUs);
 
 // Before a call or a message is sent, so that no monitor hears of its answer first.
-void copySent(Passing passing, const vcfg_msg_t& message);
+inline void copySent(Passing passing, const vcfg_msg_t& message) {
+    if (isWatched()) {
+        copyToMonitors(passing, message, 0, monotonicUs());
+    }
+}
 // Of a message to `dstEid`, as far as it is known.
 void copyFailure(const vcfg_msg_t& message, int code);
 

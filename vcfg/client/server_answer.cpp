@@ -30,22 +30,23 @@ int EndpointServer::sendAnswer(Connection& connection, const vcfg_msg_t& message
     connections_.answered(connection, message);
     const int64_t sentUs = isWatched() ? monotonicUs() : 0;
     const int error = sendPacket(connection.socket, message, MSG_DONTWAIT);
-    // Not one that nobody waits for: it goes on as a message.
-    if (sentUs != 0 && error == 0) {
-        copyToMonitors(Passing::Answer, message, VCFG_OK, sentUs);
-    }
+    turns_.endOf(connection.id);
     if (error == 0) {
+        // Not one that nobody waits for: it goes on as a message.
+        if (sentUs != 0) {
+            copyToMonitors(Passing::Answer, message, VCFG_OK, sentUs);
+        }
         recorder::answered(message);
     }
-    turns_.endOf(connection.id);
     if (connection.drained && !connection.owesAnswer()) {
         connections_.close(connection.id);
         return error == 0 ? VCFG_OK : VCFG_ERR_NO_PEER;
     }
-    if (error == 0) {
-        return VCFG_OK;
-    }
-    // Who waits is told; what it sent before is still received.
+    return error == 0 ? VCFG_OK : cannotAnswer(connection, message, error);
+}
+
+// Who waits is told; what it sent before is still received.
+int EndpointServer::cannotAnswer(const Connection& connection, const vcfg_msg_t& message, int error) {
     shutdown(connection.socket, SHUT_RDWR);
     if (error == EAGAIN) {
         CLIENT_LOG(VLOG_WARNING, "endpoint %u does not read its answers: its connection is closed", message.dstEid);

@@ -28,7 +28,7 @@ MessagePtr EndpointServer::wait(int timeoutMs, ConnectionId* from, int* code) {
     Ready ready;
     ready.count = 0;
     for (;;) {
-        {
+        if (ready.count > 0 || !turns_.isEmpty()) {
             const std::lock_guard guard(mutex_);
             MessagePtr message = next(ready, from);
             if (message != nullptr) {
@@ -79,30 +79,29 @@ MessagePtr EndpointServer::takeTurn(ConnectionId ready, ConnectionId* from) {
 
 MessagePtr EndpointServer::takeFrom(Connection& connection, ConnectionId* from) {
     MessagePtr message;
-    Arrival arrival = receiver_.receive(connection.socket, MSG_DONTWAIT, &message);
-    const char* fault = receiver_.fault();
-    if (arrival == Arrival::Message && !connections_.note(connection, *message)) {
-        arrival = Arrival::Bad;
-        fault = "it repeats the id of a request that somebody else waits on";
+    const Arrival arrival = receiver_.receive(connection.socket, MSG_DONTWAIT, &message);
+    if (arrival != Arrival::Message) {
+        endTurn(connection, arrival, receiver_.fault());
+        return nullptr;
     }
-    if (arrival == Arrival::Message) {
-        if (from != nullptr) {
-            *from = connection.id;
-        }
-        turns_.take();
-        ++connection.last.order;
-        recorder::received(*message, connection.last);
-        return message;
+    if (!connections_.note(connection, *message)) {
+        endTurn(connection, Arrival::Bad, "it repeats the id of a request that somebody else waits on");
+        return nullptr;
     }
-    turns_.end();
-    if (arrival == Arrival::Bad) {
-        CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a packet: %s", eid_, fault);
+    if (from != nullptr) {
+        *from = connection.id;
     }
-    endConnection(connection, arrival);
-    return nullptr;
+    turns_.take();
+    ++connection.last.order;
+    recorder::received(*message, connection.last);
+    return message;
 }
 
-void EndpointServer::endConnection(Connection& connection, Arrival why) {
+void EndpointServer::endTurn(Connection& connection, Arrival why, const char* fault) {
+    turns_.end();
+    if (why == Arrival::Bad) {
+        CLIENT_LOG(VLOG_ERROR, "endpoint %u refuses a packet: %s", eid_, fault);
+    }
     if (why == Arrival::Closed && connection.leaving && connection.owesAnswer()) {
         connection.drained = true;
         epoll_ctl(epoll_, EPOLL_CTL_DEL, connection.socket, nullptr);

@@ -1,6 +1,7 @@
 // Whose turn it is to be received from: the ready connections of one endpoint, one after the other.
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include "bus_server.h"
@@ -12,9 +13,13 @@ namespace vcfg::bus {
 // another.
 class Turns {
   public:
-    bool isEmpty() const { return next_ == ready_.size(); }
+    // Any thread may ask.
+    bool isEmpty() const { return isEmpty_.load(std::memory_order_relaxed); }
     ConnectionId current() const { return ready_[next_]; }
-    void add(ConnectionId ready) { ready_.push_back(ready); }
+    void add(ConnectionId ready) {
+        ready_.push_back(ready);
+        isEmpty_.store(false, std::memory_order_relaxed);
+    }
     // A packet of the current one was taken.
     void take() {
         if (++taken_ == kTurn) {
@@ -26,6 +31,7 @@ class Turns {
         if (++next_ == ready_.size()) {
             ready_.clear();
             next_ = 0;
+            isEmpty_.store(true, std::memory_order_relaxed);
         }
     }
     // Who has just been answered has sent nothing more yet.
@@ -41,6 +47,7 @@ class Turns {
     std::vector<ConnectionId> ready_;
     size_t next_ = 0;
     unsigned taken_ = 0;
+    std::atomic<bool> isEmpty_{true};
 };
 
 }  // namespace vcfg::bus

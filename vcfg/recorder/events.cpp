@@ -29,12 +29,13 @@ uint32_t begin(std::string_view kind, uint32_t cause, std::string_view what) {
     Thread& thread = mine();
     const uint32_t before = thread.event;
     keep(*into, thread);
-    Entry entry = entryOf(Kind::Event, thread);
+    Entry& entry = thread.begun;
+    start(entry, Kind::Event, thread);
     entry.cause = cause != 0 ? cause : before;
     appendField(entry, kind);
     appendField(entry, program_invocation_short_name);
     appendMasked(entry, what);
-    open(*into, thread, entry);
+    open(*into, thread);
     return before;
 }
 

@@ -32,6 +32,11 @@ std::string readFile(const std::string& path, size_t most) {
     return content;
 }
 
+std::string nameOf(pid_t process) {
+    const std::string line = readFile("/proc/" + std::to_string(process) + "/comm", 32);
+    return line.substr(0, line.find('\n'));
+}
+
 // One with characters that could end a word is quoted behind its '=', so that all of a secret is known to be one.
 std::string quoted(const std::string& word) {
     if (!word.empty() && word.find_first_of(" \t\r\n\"',;&|}]\\") == word.npos) {
@@ -88,16 +93,20 @@ char* const* environmentOf(uint32_t event) {
     return all.data();
 }
 
+// Where memory is short, the texts are missed and nothing else.
 void describeProgram(Entry& entry) {
     const pid_t parent = getppid();
     const int error = errno;
-    std::string parentName = readFile("/proc/" + std::to_string(parent) + "/comm", 32);
     entry.cause = inherited.load();
     entry.numbers = {static_cast<uint32_t>(parent), static_cast<uint32_t>(getuid())};
     appendField(entry, "program");
     appendField(entry, program_invocation_short_name);
-    appendField(entry, parentName.substr(0, parentName.find('\n')));
-    append(entry, masked(commandLine()));
+    try {
+        appendField(entry, nameOf(parent));
+        append(entry, masked(commandLine()));
+    } catch (const std::bad_alloc&) {
+        append(entry, "(memory is short)");
+    }
     errno = error;
 }
 

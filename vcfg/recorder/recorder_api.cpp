@@ -3,6 +3,7 @@
 #include <vcfg/recorder.h>
 
 #include <cerrno>
+#include <new>
 #include <string_view>
 
 #include "client/monitors.h"
@@ -32,9 +33,15 @@ void tell(vcfg::bus::Passing passing, const char* kind, const char* what, int re
     }
 }
 
-// Who tells something may be no part of the bus yet, and never become one.
+// Who tells something may be no part of the bus yet, and never become one. Where memory is short, it is tried again.
 bool isOn() {
-    [[maybe_unused]] static const bool tried = recorder::isOn() || (recorder::attachRecorder(), true);
+    if (!recorder::isOn()) {
+        try {
+            [[maybe_unused]] static const bool tried = (recorder::attachRecorder(), true);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
     return recorder::isOn();
 }
 
@@ -42,11 +49,8 @@ bool isOn() {
 template <class Report>
 void quietly(const Report& report) {
     const int error = errno;
-    try {
-        if (isOn()) {
-            report();
-        }
-    } catch (const std::exception&) {
+    if (isOn()) {
+        report();
     }
     errno = error;
 }

@@ -13,30 +13,33 @@ namespace vcfg::recorder {
 namespace {
 
 constexpr size_t kWordsEach = kSlotWords - 1;
-constexpr size_t kSlotBytes = kWordsEach * sizeof(uint32_t);
-
-size_t slotsOf(const Entry& entry) {
-    return (offsetof(Entry, text) + entry.length + kSlotBytes - 1) / kSlotBytes;
-}
-
-using Words = std::array<uint32_t, Entry::kMostSlots * kWordsEach>;
 
 size_t wordsIn(const Entry& entry) {
     return (offsetof(Entry, text) + entry.length + sizeof(uint32_t) - 1) / sizeof(uint32_t);
 }
 
-// Zeros follow the text up to a whole word.
-size_t toWords(const Entry& entry, Words& words) {
-    const size_t count = wordsIn(entry);
-    words[count - 1] = 0;
-    memcpy(words.data(), &entry, offsetof(Entry, text) + entry.length);
-    return count;
+uint32_t wordOf(const Entry& entry, size_t each) {
+    uint32_t word = 0;
+    memcpy(&word, reinterpret_cast<const char*>(&entry) + each * sizeof word, sizeof word);
+    return word;
 }
 
-uint32_t checkOf(const Words& words, size_t count, uint32_t number) {
-    uint32_t sum = number;
-    for (size_t each = 1; each < count; ++each) {
-        sum = std::rotl(sum, 5) + words[each] * 0x9e3779b1;
+uint32_t add(uint32_t sum, uint32_t word) {
+    return std::rotl(sum, 5) + word * 0x9e3779b1;
+}
+
+// Zeros follow the text up to a whole word, and it has room for them.
+void padText(Entry& entry) {
+    static_assert(Entry::kMostText % sizeof(uint32_t) == 0);
+    memset(entry.text.data() + entry.length, 0, -size_t{entry.length} % sizeof(uint32_t));
+}
+
+// Copies the words from one to another into a slot, and sums them up on the way.
+uint32_t copy(const Entry& entry, size_t begin, size_t end, std::atomic<uint32_t>* into, uint32_t sum) {
+    for (size_t each = begin; each < end; ++each) {
+        const uint32_t word = wordOf(entry, each);
+        into++->store(word, std::memory_order_relaxed);
+        sum = add(sum, word);
     }
     return sum;
 }
@@ -70,29 +73,32 @@ void appendField(Entry& entry, std::string_view text) {
 }
 
 uint32_t checkOf(const Entry& entry, uint32_t number) {
-    Words words;
-    const size_t count = toWords(entry, words);
-    return checkOf(words, count, number);
+    uint32_t sum = number;
+    for (size_t each = 1; each < wordsIn(entry); ++each) {
+        sum = add(sum, wordOf(entry, each));
+    }
+    return sum;
 }
 
-// A slot that is being written has no number. One writer may be so slow that another one has come round to its slots,
-// and the number's going may be seen after what comes then: the check tells.
+// A slot that is being written has no number, and the first one gets its number last. One writer may be so slow that
+// another one has come round to its slots, and the number's going may be seen after what comes then: the check tells.
 void store(File& into, Lane lane, Entry& entry) {
-    entry.slots = static_cast<uint8_t>(slotsOf(entry));
-    const uint32_t first = into.next[static_cast<size_t>(lane)].fetch_add(entry.slots, std::memory_order_relaxed);
-    Words words;
-    const size_t count = toWords(entry, words);
-    words[0] = checkOf(words, count, first);
-    for (uint32_t each = 0; each < entry.slots; ++each) {
-        into.at(lane, first + each).number.store(0, std::memory_order_relaxed);
+    padText(entry);
+    const size_t count = wordsIn(entry);
+    const auto slots = static_cast<uint8_t>((count + kWordsEach - 1) / kWordsEach);
+    entry.slots = slots;
+    const uint32_t first = into.next[static_cast<size_t>(lane)].fetch_add(slots, std::memory_order_relaxed);
+    Slot& begin = into.at(lane, first);
+    begin.number.store(0, std::memory_order_relaxed);
+    uint32_t sum = copy(entry, 1, std::min(count, kWordsEach), &begin.words[1], first);
+    for (uint32_t each = 1; each < slots; ++each) {
+        Slot& slot = into.at(lane, first + each);
+        slot.number.store(0, std::memory_order_relaxed);
+        sum = copy(entry, each * kWordsEach, std::min(count, (each + 1) * kWordsEach), slot.words.data(), sum);
+        slot.number.store(tagOf(first + each), std::memory_order_release);
     }
-    for (size_t each = 0; each < count; ++each) {
-        Slot& slot = into.at(lane, first + static_cast<uint32_t>(each / kWordsEach));
-        slot.words[each % kWordsEach].store(words[each], std::memory_order_relaxed);
-    }
-    for (uint32_t each = entry.slots; each > 0; --each) {
-        into.at(lane, first + each - 1).number.store(tagOf(first + each - 1), std::memory_order_release);
-    }
+    begin.words[0].store(sum, std::memory_order_relaxed);
+    begin.number.store(tagOf(first), std::memory_order_release);
 }
 
 }  // namespace vcfg::recorder

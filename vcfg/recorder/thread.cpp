@@ -20,23 +20,38 @@ std::atomic<uint32_t> forks{0};
 std::atomic<uint32_t> program{0};
 std::atomic<uint32_t> programForks{0};
 
+bool isProgramKnown(const Thread& thread) {
+    return program.load(std::memory_order_acquire) != 0 && programForks.load(std::memory_order_relaxed) == thread.forks;
+}
+
 // It begins no later than what it is needed for.
-uint32_t programEvent(File& into, Thread& thread, const Entry& first) {
-    if (program.load(std::memory_order_acquire) == 0 || programForks.load(std::memory_order_relaxed) != thread.forks) {
-        Entry entry = entryOf(Kind::Event, thread);
-        entry.timeLow = first.timeLow;
-        entry.timeHigh = first.timeHigh;
-        describeProgram(entry);
-        entry.event = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
-        store(into, Lane::Lasting, entry);
-        programForks.store(thread.forks, std::memory_order_relaxed);
-        program.store(entry.event, std::memory_order_release);
+[[gnu::cold]] void beginProgram(File& into, const Thread& thread, const Entry& first) {
+    Entry entry = entryOf(Kind::Event, thread);
+    entry.timeLow = first.timeLow;
+    entry.timeHigh = first.timeHigh;
+    describeProgram(entry);
+    entry.event = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
+    store(into, Lane::Lasting, entry);
+    programForks.store(thread.forks, std::memory_order_relaxed);
+    program.store(entry.event, std::memory_order_release);
+}
+
+uint32_t programEvent(File& into, const Thread& thread, const Entry& first) {
+    if (!isProgramKnown(thread)) {
+        beginProgram(into, thread, first);
     }
     return program.load(std::memory_order_relaxed);
 }
 
 // Every read of the model looks at it: its place is known from the start, without a call.
 [[gnu::tls_model("initial-exec")]] constinit thread_local Thread self{};
+
+[[gnu::cold]] void beginThread(uint32_t now) {
+    self = Thread{};
+    self.forks = now;
+    self.process = static_cast<uint32_t>(getpid());
+    self.thread = static_cast<uint32_t>(syscall(SYS_gettid));
+}
 
 }  // namespace
 
@@ -47,16 +62,12 @@ bool isAtEvent() {
 Thread& mine() {
     const uint32_t now = forks.load(std::memory_order_relaxed);
     if (self.process == 0 || self.forks != now) {
-        self = Thread{};
-        self.forks = now;
-        self.process = static_cast<uint32_t>(getpid());
-        self.thread = static_cast<uint32_t>(syscall(SYS_gettid));
+        beginThread(now);
     }
     return self;
 }
 
-Entry entryOf(Kind kind, const Thread& thread, int64_t timeUs) {
-    Entry entry;
+void start(Entry& entry, Kind kind, const Thread& thread, int64_t timeUs) {
     const auto now = static_cast<uint64_t>(timeUs != 0 ? timeUs : monotonicUs());
     memset(&entry, 0, offsetof(Entry, text));
     entry.kind = kind;
@@ -65,21 +76,25 @@ Entry entryOf(Kind kind, const Thread& thread, int64_t timeUs) {
     entry.timeHigh = static_cast<uint32_t>(now >> 32);
     entry.process = thread.process;
     entry.thread = thread.thread;
+}
+
+Entry entryOf(Kind kind, const Thread& thread) {
+    Entry entry;
+    start(entry, kind, thread);
     return entry;
 }
 
-void open(File& into, Thread& thread, Entry& entry) {
+void open(File& into, Thread& thread) {
     uint32_t id = 0;
     while (id == 0) {
         id = into.lastEvent.fetch_add(1, std::memory_order_relaxed) + 1;
     }
-    entry.event = id;
-    store(into, Lane::Brief, entry);
     thread.event = id;
-    thread.isMessage = entry.kind == Kind::Received;
+    thread.begun.event = id;
+    thread.isMessage = thread.begun.kind == Kind::Received;
     thread.isKept = false;
     thread.changes = 0;
-    memcpy(&thread.begun, &entry, offsetof(Entry, text) + entry.length);
+    store(into, Lane::Brief, thread.begun);
 }
 
 void keep(File& into, Thread& thread) {

@@ -15,17 +15,18 @@ struct Thread {
     bool isMessage;
     bool isKept;  // the event's begin is in the lasting lane
     uint16_t changes;
-    Entry begun;
+    Entry begun;       // the begin of the event
     const char* file;  // where it is in the program's source; null when that is not known
     int line;
 };
 
 Thread& mine();
 
-// An entry of the calling thread, at that time; now, when none is given.
-Entry entryOf(Kind kind, const Thread& thread, int64_t timeUs = 0);
-// Makes the event that the entry is the begin of the thread's.
-void open(File& into, Thread& thread, Entry& entry);
+// Makes it an entry of the calling thread, at that time; now, when none is given.
+void start(Entry& entry, Kind kind, const Thread& thread, int64_t timeUs = 0);
+Entry entryOf(Kind kind, const Thread& thread);
+// Makes the event, whose begin is in its place already, the thread's.
+void open(File& into, Thread& thread);
 // What follows from the event lasts: so does its begin.
 void keep(File& into, Thread& thread);
 // Stores an entry of the event that the thread is at. A thread that is at none is at what its process is: the program

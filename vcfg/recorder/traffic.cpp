@@ -46,10 +46,10 @@ void appendPlace(Entry& entry, Thread& thread) {
     thread.file = nullptr;
 }
 
-Entry entryOfMessage(Kind kind, const Thread& thread, const vcfg_msg_t& message, const Trip& trip, int64_t timeUs = 0) {
-    Entry entry = entryOf(kind, thread, timeUs);
+void start(Entry& entry, Kind kind, const Thread& thread, const vcfg_msg_t& message, const Trip& trip,
+           int64_t timeUs = 0) {
+    start(entry, kind, thread, timeUs);
     entry.numbers = {message.type, endsOf(message), trip.connection, trip.order};
-    return entry;
 }
 
 }  // namespace
@@ -65,17 +65,23 @@ void received(const vcfg_msg_t& message, const Trip& trip) {
         return;
     }
     Thread& thread = mine();
-    Entry entry = entryOfMessage(Kind::Received, thread, message, trip);
-    append(entry, program_invocation_short_name);
-    open(*into, thread, entry);
-    const std::string_view envelope(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE);
-    bus::copyNote({bus::Passing::Event, "received", "", 0, 0, envelope});
+    start(thread.begun, Kind::Received, thread, message, trip);
+    append(thread.begun, program_invocation_short_name);
+    open(*into, thread);
+    if (bus::isRecorded()) {
+        const std::string_view envelope(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE);
+        bus::copyNote({bus::Passing::Event, "received", "", 0, 0, envelope});
+    }
 }
 
 void askedForNext() {
-    if (isOn() && mine().isMessage) {
-        mine().event = 0;
-        mine().isMessage = false;
+    if (!isOn()) {
+        return;
+    }
+    Thread& thread = mine();
+    if (thread.isMessage) {
+        thread.event = 0;
+        thread.isMessage = false;
     }
 }
 
@@ -85,7 +91,8 @@ void sent(const vcfg_msg_t& message, const Trip& trip, int64_t timeUs) {
         return;
     }
     Thread& thread = mine();
-    Entry entry = entryOfMessage(Kind::Sent, thread, message, trip, timeUs);
+    Entry entry;
+    start(entry, Kind::Sent, thread, message, trip, timeUs);
     if (message.dstEid == VCFG_EID_VCMD) {
         entry.cause = message.oid;
         append(entry, bytesOf(message.objIid));
@@ -100,7 +107,8 @@ void failed(const vcfg_msg_t& message, int code) {
         return;
     }
     Thread& thread = mine();
-    Entry entry = entryOfMessage(Kind::Failed, thread, message, {});
+    Entry entry;
+    start(entry, Kind::Failed, thread, message, {});
     entry.numbers[2] = static_cast<uint32_t>(code);
     add(*into, thread, Lane::Lasting, entry);
 }
@@ -108,11 +116,15 @@ void failed(const vcfg_msg_t& message, int code) {
 // Only of an event that something has come of.
 void answered(const vcfg_msg_t& answer) {
     File* const into = file.load(std::memory_order_acquire);
-    if (into == nullptr || mine().event == 0 || !mine().isKept) {
+    if (into == nullptr) {
         return;
     }
-    Thread& thread = mine();
-    Entry entry = entryOfMessage(Kind::Answer, thread, answer, {});
+    const Thread& thread = mine();
+    if (thread.event == 0 || !thread.isKept) {
+        return;
+    }
+    Entry entry;
+    start(entry, Kind::Answer, thread, answer, {});
     entry.numbers[2] = answer.statCode;
     store(*into, Lane::Lasting, entry);
 }

@@ -11,10 +11,14 @@ using model::Parameter;
 
 namespace {
 
+// To compare the bytes costs little beside a value's text; but two texts may be the same in other bytes.
+bool isSame(const Parameter& parameter, const std::byte* record, const std::byte* other) {
+    return std::memcmp(record + parameter.offset, other + parameter.offset, parameter.size) == 0;
+}
+
 bool isOtherConfiguration(const Object& object, const std::byte* record, const std::byte* other) {
     for (const Parameter& parameter : object.parameters) {
-        if (parameter.isPersistent() &&
-            std::memcmp(record + parameter.offset, other + parameter.offset, parameter.size) != 0) {
+        if (parameter.isPersistent() && !isSame(parameter, record, other)) {
             return true;
         }
     }
@@ -36,7 +40,7 @@ int Store::set(uint32_t oid, const objIndex& iid, std::span<const std::byte> rec
         }
         std::vector<std::byte> staged(recordOf(found.value), recordOf(found.value) + found.object->size);
         for (const Parameter& parameter : found.object->parameters) {
-            if (parameter.countedOid != RDM_OID_NONE) {
+            if (parameter.countedOid != RDM_OID_NONE || isSame(parameter, staged.data(), record.data())) {
                 continue;
             }
             if (!checkValue(parameter, record.data(), why)) {
@@ -66,6 +70,9 @@ void Store::noteValues(const Object& object, Key key, const std::byte* record, c
     }
     const std::string start = path(object, iidOf(key, object.depth)) + ".";
     for (const Parameter& parameter : object.parameters) {
+        if (isSame(parameter, record, other)) {
+            continue;
+        }
         std::string before = valueText(parameter, record);
         std::string after = valueText(parameter, other);
         if (before != after) {

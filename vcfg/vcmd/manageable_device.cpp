@@ -4,11 +4,11 @@
 
 namespace vcfg::vcmd {
 
-bool isMarkedForDeletion(const model::Object& object, std::span<const std::byte> record) {
-    if (object.oid != RDM_OID_MANAGEABLE_DEVICE || record.size() != sizeof(ManageableDevice)) {
+bool isMarkedForDeletion(std::span<const std::byte> record) {
+    ManageableDevice device;
+    if (record.size() != sizeof device) {
         return false;
     }
-    ManageableDevice device;
     memcpy(&device, record.data(), sizeof device);
     return device.Alias == "MGAB_DEV_DELETE";
 }

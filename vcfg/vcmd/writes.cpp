@@ -14,8 +14,10 @@ using store::Edit;
 
 // The instance goes within the write that marks it.
 int removeMarked(Edit& edit, uint32_t oid, objIndex* iid, std::string* why) {
-    const model::Object& object = *model::find(oid);
-    return isMarkedForDeletion(object, edit.stored(object, *iid)) ? edit.remove(oid, iid, why) : VCFG_OK;
+    if (oid != RDM_OID_MANAGEABLE_DEVICE || !isMarkedForDeletion(edit.stored(*model::find(oid), *iid))) {
+        return VCFG_OK;
+    }
+    return edit.remove(oid, iid, why);
 }
 
 void writeRecord(Vcmd& vcmd, Staged& staged, Apply apply) {
