@@ -10,7 +10,7 @@ LINE = re.compile(r"\s*(\d+\.\d\d)  (\w*) +(.*)")
 # What the emulator and the kernel say when there is too little memory for the board to start.
 LIMITS = ("memory too small for initial ram disk", "System is deadlocked on memory")
 BOOTS = 5
-QUIET_SECONDS = 400  # longer than any wait of a road's
+QUIET_SECONDS = 1200  # longer than any wait of a road, however busy this machine is
 
 
 class Outcome:
