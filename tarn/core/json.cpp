@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <numeric>
 #include <utility>
 
 #include "core/log.h"
@@ -30,6 +31,35 @@ void put(json_object* object, const char* key, json_object* value) {
         json_object_put(value);
         outOfMemory(strlen(key) + 1);
     }
+}
+
+size_t lengthOf(std::string_view text) {
+    const auto escaped = [](size_t length, char character) {
+        constexpr std::string_view kWithBackslash = "\b\n\r\t\f\"\\/";
+        const bool isControl = static_cast<unsigned char>(character) < ' ';
+        return length + (kWithBackslash.find(character) != std::string_view::npos ? 2 : isControl ? 6 : 1);
+    };
+    return std::accumulate(text.begin(), text.end(), size_t{2}, escaped);
+}
+
+// How long json-c's text of a value is when it is whole.
+size_t lengthOf(json_object* value) {
+    const json_type type = json_object_get_type(value);
+    size_t length = 1;  // of the opening bracket; each part has a comma or the closing one behind it
+    if (type == json_type_object) {
+        json_object_object_foreach(value, key, part) {
+            length += lengthOf(std::string_view(key)) + 1 + lengthOf(part) + 1;
+        }
+    } else if (type == json_type_array) {
+        for (size_t at = 0; at < json_object_array_length(value); ++at) {
+            length += lengthOf(json_object_array_get_idx(value, at)) + 1;
+        }
+    } else if (type == json_type_string) {
+        return lengthOf({json_object_get_string(value), static_cast<size_t>(json_object_get_string_len(value))});
+    } else {
+        return strlen(made(json_object_to_json_string_ext(value, JSON_C_TO_STRING_PLAIN), 1));
+    }
+    return std::max(length, size_t{2});
 }
 
 }  // namespace
@@ -190,6 +220,14 @@ void Json::removeNulls() {
     }
 }
 
+// json-c leaves out of a text what finds no memory.
 std::string Json::toText() const {
-    return object_ != nullptr ? made(json_object_to_json_string_ext(object_, JSON_C_TO_STRING_PLAIN), 1) : "";
+    if (object_ == nullptr) {
+        return "";
+    }
+    const std::string_view text = made(json_object_to_json_string_ext(object_, JSON_C_TO_STRING_PLAIN), 1);
+    if (const size_t whole = lengthOf(object_); text.size() != whole) {
+        outOfMemory(whole);
+    }
+    return std::string(text);
 }

@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "core/json.h"
 #include "core/log.h"
 #include "injector.h"
 #include "store/json.h"
@@ -91,6 +92,47 @@ TEST(FaultsFound, PingSeriesDoesNotBeginWithAMessageThatIsGivenUp) {
         EXPECT_EQ(gateway.get("IP.Diagnostics.ServerSelectionDiagnostics.DiagnosticsState"), "Error_Internal")
             << number;
     }
+}
+
+// Each kind of value, more of them than the printer has room for at first.
+Json gathered() {
+    Json task = Json::object();
+    task.set("Name", std::string(70, 'n') + "\x01\x1f\"/\\\b\n\r\t\f\x7f\xc3\xa4" + std::string("\0z", 2));
+    task.set("a \"key\"/", -2147483647);
+    task.set("most", 4294967295u);
+    task.set("yes", true);
+    task.set("no", false);
+    const Json more = Json::parse(
+        R"({"none":null,"empty":{},"list":[],"deep":[[1,-2.5,1e300],{"x":[null,"y",{}]}],"most":-9223372036854775808})");
+    for (const char* const key : {"empty", "list", "deep", "most"}) {
+        task.copy(key, more, key);
+    }
+    task.set("more", more);
+    return task;
+}
+
+TEST(FaultsFound, TextOfAReportIsWholeOrNotMade) {
+    const std::string whole = gathered().toText();
+    const Json again = Json::parse(whole.c_str());
+    ASSERT_TRUE(again.valid());
+    EXPECT_EQ(again.toText(), whole);
+    uint32_t number = 0;
+    uint32_t refused = 0;
+    for (bool struck = true; struck;) {
+        const Json report = gathered();
+        std::string text = whole;
+        faults::arm(Kind::Memory, ++number);
+        try {
+            const faults::Exposed now;
+            text = report.toText();
+        } catch (const std::bad_alloc&) {
+            ++refused;
+        }
+        faults::disarm();
+        struck = faults::hasStruck();
+        EXPECT_EQ(text, whole) << number;
+    }
+    EXPECT_GT(refused, 3u);
 }
 
 TEST(FaultsFound, ModelIsWrittenWholeOrNotAtAll) {
