@@ -8,6 +8,7 @@ import subprocess
 
 import pytest
 
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 FILES = [pathlib.Path(name) for name in pathlib.Path(os.environ["SHIPPED_FILES"]).read_text().split()]
 # The most that the daemon may take of the flash of a device, without its symbols.
 DAEMON_LIMIT = 250 * 1024
@@ -36,6 +37,14 @@ def imports(file):
 
 def is_library(file):
     return ".so" in file.name
+
+
+@pytest.mark.parametrize("unit", sorted((REPOSITORY / "port/linux/systemd").glob("*.service")), ids=lambda unit: unit.name)
+def test_kernel_takes_only_the_calls_of_a_service(unit):
+    settings = unit.read_text().splitlines()
+    (taken,) = (line.split("=", 1)[1].split() for line in settings if line.startswith("SystemCallFilter="))
+    assert taken[0] == "@system-service" and set(taken[1:]) <= {"@clock", "chroot"}
+    assert "SystemCallArchitectures=native" in settings and "SystemCallErrorNumber=EPERM" in settings
 
 
 @shipped

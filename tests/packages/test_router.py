@@ -203,6 +203,14 @@ def test_sandbox_is_as_the_page_says(street, page):
         assert f"| `{unit}` | {figure} |" in page, f"{unit}: {figure}"
 
 
+def test_kernel_refuses_the_services_what_they_do_not_need(street):
+    """The kernel itself says which of its calls are filtered."""
+    machine = street[0]
+    for unit in ("vcmd", "tarn"):
+        process = machine.out(f"systemctl show -P MainPID {unit}").strip()
+        assert "Seccomp:\t2" in machine.out(f"cat /proc/{process}/status"), unit
+
+
 def test_removal_and_purge_leave_nothing(street):
     machine = street[0]
     names = "tarn-linux tarn libvcfg1 vcfg-tools"
