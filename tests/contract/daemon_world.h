@@ -17,7 +17,7 @@ class Daemon {
     size_t logged(const std::string& part) const;  // lines of any channel that contain it
     bool says(const std::string& part) const;      // soon
     std::vector<std::string> log() const;
-    std::vector<std::string> asked() const;        // commands, and what else it wanted of the system, in order
+    std::vector<std::string> asked() const;  // commands, and what else it wanted of the system, in order
     bool asksFor(const std::string& command) const;
     // A value of its /proc status, "VmPeak" or "Threads".
     size_t statusValue(const std::string& key) const;
