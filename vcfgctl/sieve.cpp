@@ -37,7 +37,7 @@ void Sieve::take(JsonPtr line) {
         bond.isMessage() ? chain.beginWithMessage(bond.at) : chain.begin(bond.event);
     }
     const bool belongs = chain.take(bond);
-    if (bond.kind == "datagram") {
+    if (bond.kind == "datagram" && !belongs) {
         datagram_ = std::move(line);
         return;
     }

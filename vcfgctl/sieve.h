@@ -28,7 +28,7 @@ class Sieve {
     RecordingFile& file_;
     const std::string about_;
     std::string text_;
-    JsonPtr datagram_;  // comes right before the event that it is
+    JsonPtr datagram_;  // comes right before the event that it is, unless it tells of that itself
 };
 
 }  // namespace vcfgctl

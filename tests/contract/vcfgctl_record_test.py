@@ -225,6 +225,11 @@ def test_change_that_came_of_something_else_is_left_as_what_was_there(quiet_bus)
     assert change["by"] == "elsewhere"
 
 
+def test_datagram_that_tells_of_the_event_itself_stays(quiet_bus):  # noqa: F811
+    story = [HEADER, {"at": 1, "kind": "datagram", "event": 7}, {"at": 2, "kind": "datagram", "event": 8}, {"at": 3, "kind": "end"}]
+    assert cut(quiet_bus, 7, story) == [None, 1, 3]
+
+
 def test_causes_in_a_circle_end(quiet_bus):  # noqa: F811
     circle = [HEADER, {"at": 1, "kind": "a", "event": 1, "cause": 2}, {"at": 2, "kind": "b", "event": 2, "cause": 1}]
     assert cut(quiet_bus, 1, circle) == [None, 1, 2]
