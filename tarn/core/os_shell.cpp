@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "core/arrival.h"
 #include "core/os.h"
@@ -14,38 +16,42 @@
 namespace os {
 namespace {
 
-// As system() and pclose() wait.
-int endOf(pid_t child) {
-    int status = -1;
-    pid_t ended = -1;
-    while (child > 0 && (ended = waitpid(child, &status, 0)) < 0 && errno == EINTR) {
+// Waited for, as system() and pclose() do, whatever becomes of who has started it.
+class Child {
+  public:
+    explicit Child(pid_t process) : process_(process) {}
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    ~Child() { end(); }
+
+    bool hasStarted() const { return process_ > 0; }
+    // Its status; -1 when there is none to be had.
+    int end() {
+        const pid_t process = std::exchange(process_, -1);
+        int status = -1;
+        pid_t ended = -1;
+        while (process > 0 && (ended = waitpid(process, &status, 0)) < 0 && errno == EINTR) {
+        }
+        return ended > 0 ? status : -1;
     }
-    return ended == child ? status : -1;
-}
+
+  private:
+    pid_t process_;
+};
 
 struct CloseFile {
     void operator()(FILE* file) const { fclose(file); }
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-// What the command prints; null when it does not start.
-File startReading(const std::string& command, pid_t* child) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        return nullptr;
-    }
+// A shell with the command, which prints there; -1 when there is none to be had.
+pid_t startPrinting(const std::string& command, int descriptor) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    *child = startShell(command, &actions);
+    const bool isReady = posix_spawn_file_actions_adddup2(&actions, descriptor, STDOUT_FILENO) == 0;
+    const pid_t child = isReady ? startShell(command, &actions) : -1;
     posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
-    FILE* const file = *child > 0 ? fdopen(ends[0], "r") : nullptr;
-    if (file == nullptr) {
-        close(ends[0]);
-        endOf(*child);
-    }
-    return File(file);
+    return child;
 }
 
 // The command prints all that it has, so that no closed pipe ends it.
@@ -76,22 +82,27 @@ pid_t startShell(const std::string& command, const posix_spawn_file_actions_t* a
 
 int runCommand(const std::string& command) {
     const Arrival arrival("command", command);
-    const int result = endOf(startShell(command));
+    const int result = Child(startShell(command)).end();
     vcfgEventStep("status", "", result, nullptr, 0);
     return result;
 }
 
 std::optional<std::string> firstLineOf(const std::string& command, size_t limit) {
     const Arrival arrival("command", command);
-    pid_t child = -1;
-    File output = startReading(command, &child);
-    if (output == nullptr) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         return std::nullopt;
     }
-    const std::optional<std::string> line = takeLine(output.get(), limit);
-    output.reset();
-    const std::string said = line.value_or("");
-    vcfgEventStep("status", "", endOf(child), said.data(), said.size());
+    Child child(startPrinting(command, ends[1]));
+    close(ends[1]);
+    const File output(child.hasStarted() ? fdopen(ends[0], "r") : nullptr);
+    if (output == nullptr) {
+        close(ends[0]);
+        return std::nullopt;
+    }
+    std::optional<std::string> line = takeLine(output.get(), limit);
+    const std::string_view said = line ? std::string_view(*line) : std::string_view();
+    vcfgEventStep("status", "", child.end(), said.data(), said.size());
     return line;
 }
 

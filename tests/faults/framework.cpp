@@ -88,17 +88,4 @@ extern "C" void __wrap_vlog_log_f(int level, const char* source, int line, const
     va_end(arguments);
     __real_vlog_log_f(level, source, line, function, "%s", text);
 }
-
-// The JSON library's parser crashes when the copy of a text finds no memory; only whether there is a parser at all is
-// the daemon's matter.
-struct json_object;
-extern "C" json_object* __real_json_tokener_parse_verbose(const char* text, int* error);
-extern "C" json_object* __wrap_json_tokener_parse_verbose(const char* text, int* error);
-extern "C" json_object* __wrap_json_tokener_parse_verbose(const char* text, int* error) {
-    if (faults::strikes(faults::Kind::Memory)) {
-        return nullptr;
-    }
-    const faults::Spared itsOwn;
-    return __real_json_tokener_parse_verbose(text, error);
-}
 // NOLINTEND(bugprone-reserved-identifier)
