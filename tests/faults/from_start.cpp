@@ -3,7 +3,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "injector.h"
+#include "refusable.h"
 
 namespace {
 
@@ -21,3 +21,13 @@ __attribute__((constructor)) void begin() {
 }
 
 }  // namespace
+
+// The C library ends a process that has no memory to note what a thread's end has to destroy: nobody could go on.
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library chose the name
+extern "C" int __cxa_thread_atexit_impl(void (*destroy)(void*), void* object, void* library);
+extern "C" int __cxa_thread_atexit_impl(void (*destroy)(void*), void* object, void* library) {
+    const faults::Spared itsOwn;
+    static auto* const itself = faults::real<int(void (*)(void*), void*, void*)>("__cxa_thread_atexit_impl");
+    return itself(destroy, object, library);
+}
+// NOLINTEND(bugprone-reserved-identifier)
