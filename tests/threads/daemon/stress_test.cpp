@@ -121,13 +121,14 @@ class Stress : public testing::Test {
         }
     }
 
-    // Up to here the daemon has begun with all that it was sent, and with each timed task once.
+    // Up to here the daemon has begun with all that it was sent. A timed task comes once, or is given up after a while,
+    // with a word, on a machine so busy that nobody takes it.
     void expectEachHandlerRan(const Daemon& daemon) {
-        const size_t timed = wanted() / kMessagesOfATask;
-        EXPECT_TRUE(
-            eventually([&] { return begunBy(daemon)[loggedType(kTimed)] >= sentTo(kTimed) + timed; }, kPatience));
+        const size_t timed = sentTo(kTimed) + wanted() / kMessagesOfATask;
+        EXPECT_TRUE(eventually([&] { return begunBy(daemon)[loggedType(kTimed)] + daemon.logged("is lost") >= timed; },
+                               kPatience));
         auto begun = begunBy(daemon);
-        EXPECT_EQ(begun[loggedType(kTimed)], sentTo(kTimed) + timed);
+        EXPECT_LE(begun[loggedType(kTimed)], timed);
         for (size_t n = 0; n < handlers.size(); ++n) {
             const auto& [type, name, events] = handlers[n];
             EXPECT_GT(sent[n * 2].withPayload, 0u) << name;
