@@ -22,7 +22,7 @@ namespace {
 
 constexpr unsigned kSenders = 4;
 constexpr uint8_t kFirstEid = 210;
-constexpr size_t kEvents = 2000;
+constexpr size_t kEvents = 2400;
 constexpr size_t kMessagesOfAKernelEvent = 20;
 constexpr size_t kMessagesOfATask = 60;
 constexpr size_t kMessagesOfACommand = 100;
