@@ -4,10 +4,10 @@
    program tells what else reaches it and what else it does; one that calls nothing of this loses nothing, and a
    framework may have functions here that do nothing.
 
-   None of these fails, waits or makes a system call (but the first, which finds the file), and errno stays as it is. `kind` is a word ("kernel", "timer"),
-   `what` a line for people; either is copied, cut to some 200 bytes, and has secrets replaced that look like such
-   (NAME=VALUE and "NAME":"VALUE" with the name of a secret). `bytes` is all that arrived, for those who record whole
-   arrivals; it may be NULL, and the ring keeps nothing of it. */
+   None of these fails, waits or makes a system call (but the first, which finds the file), and errno stays as it is.
+   `kind` is a word ("kernel", "timer"), `what` a line for people; either is copied, cut to some 200 bytes, and has
+   secrets replaced that look like such (NAME=VALUE and "NAME":"VALUE" with the name of a secret). `bytes` is all that
+   arrived, for those who record whole arrivals; it may be NULL, and the ring keeps nothing of it. */
 #ifndef VCFG_RECORDER_H
 #define VCFG_RECORDER_H
 
