@@ -139,13 +139,6 @@ def _is_text(value):
 ENDS = ("from", "to", "type", "program")
 
 
-def _is_text(value):
-    try:
-        return isinstance(value, str) and "\0" not in value and value.encode() is not None
-    except UnicodeEncodeError:  # half of a character
-        return False
-
-
 def _check_bytes(number, line):
     try:
         size = max(len(bytes.fromhex(line.get("hex", ""))), len(line.get("text", "").encode()) + 1)
