@@ -226,7 +226,7 @@ TEST_F(BusModel, ASuccessorsIsNoticed) {
 
 TEST_F(BusModel, AForkedProcessReadsOnAndItsParentToo) {
     { store::Store model = makeModel(directory); }
-    EXPECT_EQ(statusOf(launch([this] {
+    EXPECT_EQ(statusOf(launch([] {
                   if (readPair() != 0) {
                       return 1;
                   }

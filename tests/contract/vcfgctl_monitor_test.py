@@ -188,7 +188,7 @@ def test_four_look_at_once_and_a_fifth_is_refused_until_one_ends(quiet_bus):  # 
 
 def test_stopped_monitor_delays_nobody_and_says_what_it_lost(quiet_bus):  # noqa: F811
     server = quiet_bus.serve("2")
-    reader = threading.Thread(target=server.stdout.read)
+    reader = threading.Thread(target=server.stdout.read, daemon=True)
     reader.start()
     looking = monitor(quiet_bus, "--json")
     looking.send_signal(signal.SIGSTOP)
