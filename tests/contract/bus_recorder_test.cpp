@@ -207,6 +207,7 @@ TEST_F(BusRecorder, WriterKilledAnywhereLeavesNothingWrong) {
 TEST_F(BusRecorder, RingThatWrapsDuringAReadShowsWholeEntriesOnly) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> writers;
+    writers.reserve(3);
     for (int each = 0; each < 3; ++each) {
         writers.emplace_back([&stop, each] {
             const std::string text(static_cast<size_t>(20 + 60 * each), static_cast<char>('a' + each));

@@ -67,7 +67,7 @@ static_assert(sizeof(Entry) == Entry::kMostSlots * (kSlotWords - 1) * sizeof(uin
 
 struct File {
     static constexpr uint32_t kLayout = 0x31465643;
-    static constexpr size_t kSize = 256 * 1024;
+    static constexpr size_t kSize = size_t{256} * 1024;
     static constexpr size_t kSlots = kSize / sizeof(Slot) - 1;
     static constexpr std::array<uint32_t, kLanes> kBegin{0, 3071};
     static constexpr std::array<uint32_t, kLanes> kLength{3071, kSlots - 3071};
