@@ -106,7 +106,7 @@ Group others() {
              empty("unknown", 0x8000FFFF),
              {"system log", {[](Gateway& gateway) {
                   // More than one, as a stop may be what fails.
-                  for (const size_t pause : {1, 2, 3, 4}) {
+                  for (const size_t pause : {1U, 2U, 3U, 4U}) {
                       gateway.duringPause(pause, [&] { gateway.receiveEmpty(VCFG_MSG_SYSTEM_LOG_STOP); });
                   }
                   gateway.receiveEmpty(VCFG_MSG_SYSTEM_LOG_START);
