@@ -202,7 +202,7 @@ bool Json::copy(const char* key, const Json& from, const char* fromKey) {
     }
     json_object* own = nullptr;
     if (json_object_deep_copy(found, &own, nullptr) != 0) {
-        outOfMemory(sizeof own);
+        outOfMemory(1);
     }
     put(object_, key, own);
     return true;

@@ -34,7 +34,7 @@ struct Roster {
     std::array<uint32_t, 8> reserved;
     std::array<Entry, 256> entries;
 };
-static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(Roster) == 64 * 257);
+static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(Roster) == size_t{64} * 257);
 
 // That of the run directory, once attachRoster() has been called and could have it; else an empty one.
 extern std::atomic<Roster*> roster;

@@ -69,7 +69,7 @@ void append(Entry& entry, std::string_view text) {
 
 void appendField(Entry& entry, std::string_view text) {
     append(entry, text.substr(0, entry.text.size() - std::min<size_t>(entry.text.size(), entry.length + 1u)));
-    append(entry, {"", 1});
+    append(entry, {"\0", 1});
 }
 
 uint32_t checkOf(const Entry& entry, uint32_t number) {

@@ -31,6 +31,7 @@ void passOn(int signal) {
 // At the head of a process group of its own, as who ends it expects. -1 when it does not start.
 pid_t start(const std::vector<std::string>& words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
