@@ -25,6 +25,12 @@ def show(name, said):
         print(line, flush=True)
 
 
+def once_more(outcome):
+    print(f"\n{len(outcome.failures)} of {outcome.checks} checks failed; once more, only this board: {outcome.name}")
+    for failure in outcome.failures:
+        print(f"  {failure}", flush=True)
+
+
 def summary(outcomes, seconds):
     """Exit status."""
     checks = sum(outcome.checks for outcome in outcomes)
