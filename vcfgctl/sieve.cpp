@@ -31,6 +31,8 @@ void Sieve::takeChange(JsonPtr line, bool belongs) {
 void Sieve::take(JsonPtr line) {
     if (json_object_object_get_ex(line.get(), "recording", nullptr)) {
         json_object_object_add(line.get(), "only", jsonText(about_));
+        file_.put(line.release());
+        return;
     }
     const Bond bond = bondOf(line.get());
     if (begins(bond, line.get())) {
@@ -44,8 +46,7 @@ void Sieve::take(JsonPtr line) {
     const JsonPtr datagram = bond.kind == "kernel" ? std::move(datagram_) : nullptr;
     if (bond.kind == "change") {
         takeChange(std::move(line), belongs);
-    } else if (belongs || bond.kind.empty() || bond.kind == "object" || bond.kind == "begin" || bond.kind == "end" ||
-               bond.kind == "lost") {
+    } else if (belongs || bond.kind == "object" || bond.kind == "begin" || bond.kind == "end" || bond.kind == "lost") {
         if (datagram != nullptr) {
             file_.put(json_object_get(datagram.get()));
         }

@@ -225,6 +225,11 @@ def test_change_that_came_of_something_else_is_left_as_what_was_there(quiet_bus)
     assert change["by"] == "elsewhere"
 
 
+def test_first_line_stays_whatever_else_it_says(quiet_bus):  # noqa: F811
+    story = [{**HEADER, "kind": "datagram", "at": 0}, {"at": 1, "kind": "kernel", "event": 8}, {"at": 2, "kind": "timer", "event": 7}]
+    assert cut(quiet_bus, 7, story) == [0, 2]
+
+
 def test_datagram_that_tells_of_the_event_itself_stays(quiet_bus):  # noqa: F811
     story = [HEADER, {"at": 1, "kind": "datagram", "event": 7}, {"at": 2, "kind": "datagram", "event": 8}, {"at": 3, "kind": "end"}]
     assert cut(quiet_bus, 7, story) == [None, 1, 3]
