@@ -10,9 +10,9 @@ TOLD_TOO = ("hook",)  # and what vcmd takes them for, when they have ended
 
 
 class Observer:
-    def __init__(self, loop, carried, with_logs):
-        self.loop, self.carried = loop, carried
-        self.unheard = {*ASKED, *(() if with_logs else ("log",))} - {*TOLD_TOO}
+    def __init__(self, loop, carried, compares):
+        self.loop, self.carried, self.compares = loop, carried, compares
+        self.unheard = {*ASKED} - {*TOLD_TOO}
         self.seen = {}  # words: the lines that nobody has asked for yet
         self.header = None
         self.rest = b""
@@ -31,8 +31,11 @@ class Observer:
     def _note(self, line):
         if "recording" in line:
             self.header = line
-        elif self.header and "at" in line and is_doing(line) and line["kind"] not in self.unheard and line.get("path") not in self.carried:
+        elif self.header and "at" in line and self._is_heard(line):
             self.seen.setdefault(words(line), []).append(line)
+
+    def _is_heard(self, line):
+        return is_doing(line) and self.compares(line) and line["kind"] not in self.unheard and line.get("path") not in self.carried
 
     def count(self):
         """How much nobody has asked for yet."""

@@ -22,7 +22,8 @@ class Difference:
 class Player:
     def __init__(self, recording, rig, fast):
         carried = doings.refreshed(recording.lines)
-        self.lines = arranged([line for line in recording.lines if not is_doing(line) or line.get("path") not in carried])
+        self.lines = arranged([line for line in recording.lines
+                               if not is_doing(line) or (recording.compares(line) and line.get("path") not in carried)])
         self.rig, self.fast = rig, fast
         self.coming = collections.Counter(name for line in self.lines if is_doing(line) for name in names(line))
         self.early = collections.Counter()  # commands that got their result before their turn

@@ -10,6 +10,7 @@ DAEMON_EIDS = (2, 66)
 DAEMON_AUTHORS = tuple(f"eid {eid}" for eid in DAEMON_EIDS)
 LONGEST_US = 10 * 366 * 86400 * 10**6
 LONGEST_PAYLOAD = 65535
+FOR_DEBUGGERS = 7  # a log line's level
 WORD = range(1 << 32)
 NUMBERS = {"at": range(-LONGEST_US, LONGEST_US), "from": range(256), "to": range(256), "id": WORD, "oid": WORD, "event": WORD, "cause": WORD,
            "for": WORD, "code": range(-(1 << 31), 1 << 32), "result": range(-(1 << 31), 1 << 31), "level": range(256)}
@@ -35,6 +36,10 @@ class Recording:
     def has_logs(self):
         """Log lines were recorded, too; an older release told none."""
         return self.header.get("logs") is True
+
+    def compares(self, line):
+        """How much is logged is set at some moment of a start: what is said for debuggers before is chance."""
+        return line["kind"] != "log" or (self.has_logs and (self.is_warm or line.get("level", 0) < FOR_DEBUGGERS))
 
     def length_us(self):
         return self.lines[-1]["at"] if self.lines else 0

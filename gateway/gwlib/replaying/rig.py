@@ -75,7 +75,7 @@ class Rig:
             self._settle()
             subprocess.run(["vcfgctl", "load", "--no-apply", str(SNAPSHOT)], check=False)
             self._look_at_led()
-        self.observer = Observer(self.loop, refreshed(self.recording.lines), self.recording.has_logs)
+        self.observer = Observer(self.loop, refreshed(self.recording.lines), self.recording.compares)
         if not self.loop.until(lambda: self.observer.header, START_SECONDS):
             raise Unplayable("nobody can look at the bus")
         if self.observer.header["model"] != self.recording.header["model"]:
