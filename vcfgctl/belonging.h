@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "json.h"
 
@@ -25,11 +26,13 @@ std::string textIn(json_object* line, const char* name);
 
 class Belonging {
   public:
+    Belonging() = default;
+    Belonging(std::set<uint32_t> events, std::set<int64_t> messages)
+        : events_(std::move(events)), messages_(std::move(messages)) {}
     void begin(uint32_t event) { events_.insert(event); }
     void beginWithMessage(int64_t at) { messages_.insert(at); }
     // Learns from the line; whether it belongs there, by what is known by now.
     bool take(const Bond& line);
-    size_t size() const { return events_.size() + messages_.size(); }
 
   private:
     std::set<uint32_t> events_;

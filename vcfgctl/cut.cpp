@@ -59,20 +59,9 @@ class Cutting {
             if (bond.event != 0 && bond.cause != 0) {
                 causes.emplace(bond.event, bond.cause);
             }
-            kin.begun(bond.event, bond.cause);
-            if (bond.kind == "received") {
-                kin.received(bond.event, bond.of);
-            } else if (bond.isMessage()) {
-                kin.sent(bond.event, bond.at);
-            }
+            kin.learn(bond);
         }
-        const Kinship::Family family = kin.of(firstCause(causes, event));
-        for (const uint32_t each : family.events) {
-            chain_.begin(each);
-        }
-        for (const int64_t each : family.messages) {
-            chain_.beginWithMessage(each);
-        }
+        chain_ = kin.of(firstCause(causes, event));
         return isThere;
     }
 

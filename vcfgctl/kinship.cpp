@@ -12,16 +12,25 @@ const std::vector<Value>& at(const std::map<Key, std::vector<Value>>& all, Key k
 
 }  // namespace
 
-Kinship::Family Kinship::of(uint32_t event) const {
-    Family family;
-    std::vector<uint32_t> fresh;
+void Kinship::learn(const Bond& line) {
+    begun_[line.cause].push_back(line.event);
+    if (line.kind == "received") {
+        messages_[line.event].push_back(line.of);
+        received_[line.of].push_back(line.event);
+    } else if (line.isMessage()) {
+        messages_[line.event].push_back(line.at);
+    }
+}
+
+Belonging Kinship::of(uint32_t event) const {
+    std::set<uint32_t> events{event};
+    std::set<int64_t> messages;
+    std::vector<uint32_t> fresh{event};
     const auto take = [&](uint32_t each) {
-        if (each != 0 && family.events.insert(each).second) {
+        if (each != 0 && events.insert(each).second) {
             fresh.push_back(each);
         }
     };
-    family.events.insert(event);
-    fresh.push_back(event);
     while (!fresh.empty()) {
         const uint32_t next = fresh.back();
         fresh.pop_back();
@@ -29,14 +38,14 @@ Kinship::Family Kinship::of(uint32_t event) const {
             take(child);
         }
         for (const int64_t message : at(messages_, next)) {
-            if (family.messages.insert(message).second) {
+            if (messages.insert(message).second) {
                 for (const uint32_t receiver : at(received_, message)) {
                     take(receiver);
                 }
             }
         }
     }
-    return family;
+    return {std::move(events), std::move(messages)};
 }
 
 }  // namespace vcfgctl

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "model/path_parts.h"
 #include "narrate_events.h"
 
 namespace vcfgctl {
@@ -11,16 +12,12 @@ namespace {
 namespace model = vcfg::model;
 using vcfg::recorder::Kind;
 
-bool isNumber(std::string_view text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-}
-
 // "IP.Interface.1" of "IP.Interface.1.IPv4Address.1"; empty when there is no instance above.
 std::string parentOf(const std::string& path) {
     Parts parts = split(path);
     do {
         parts.pop_back();
-    } while (!parts.empty() && !isNumber(parts.back()));
+    } while (!parts.empty() && !model::isNumber(parts.back()));
     return join(parts, parts.size());
 }
 
@@ -42,7 +39,8 @@ bool names(std::string_view text, std::string_view device) {
 
 bool isPath(const std::string& value) {
     const size_t dot = value.rfind('.');
-    return dot != value.npos && isNumber(std::string_view(value).substr(dot + 1)) && value.find('/') == value.npos;
+    return dot != value.npos && model::isNumber(std::string_view(value).substr(dot + 1)) &&
+           value.find('/') == value.npos;
 }
 
 }  // namespace

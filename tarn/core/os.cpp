@@ -17,15 +17,11 @@
 #include <memory>
 
 #include "core/arrival.h"
+#include "core/file.h"
 #include "core/memory.h"
 
 namespace os {
 namespace {
-
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 // Whatever stands under the name, opening it does not wait, and what is no file is never read.
 File openRegular(const std::string& path) {

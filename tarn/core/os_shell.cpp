@@ -6,11 +6,11 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <string_view>
 #include <utility>
 
 #include "core/arrival.h"
+#include "core/file.h"
 #include "core/os.h"
 
 namespace os {
@@ -38,11 +38,6 @@ class Child {
   private:
     pid_t process_;
 };
-
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 // A shell with the command, which prints there; -1 when there is none to be had.
 pid_t startPrinting(const std::string& command, int descriptor) {

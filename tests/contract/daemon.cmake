@@ -33,13 +33,20 @@ add_dependencies(daemon_tests tarn_with_faults vcmd)
 # One at a time: the daemon's socket for its timer has one address on the whole machine.
 gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 
+# Many events for a daemon with a furnished model and a vcmd of its own.
+function(tests_with_many_events name)
+  add_executable(${name} ${ARGN} ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/daemon_world.cpp
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/vcmd_kit.cpp)
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_FUNCTION_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support ${CMAKE_CURRENT_SOURCE_DIR}/soak)
+  target_compile_definitions(${name} PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
+    SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
+  target_link_libraries(${name} PRIVATE house GTest::gtest_main)
+  add_dependencies(${name} tarn_with_faults vcmd)
+endfunction()
+
 # Some thousand events at each test run, and a million with script/soak.
-add_executable(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
-target_include_directories(soak_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support)
-target_compile_definitions(soak_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
-  SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
-target_link_libraries(soak_tests PRIVATE house vcfg_client vcfg_model PkgConfig::JSONC GTest::gtest_main)
-add_dependencies(soak_tests tarn_with_faults vcmd)
+tests_with_many_events(soak_tests ${CMAKE_CURRENT_SOURCE_DIR}/soak/soak_test.cpp)
+target_link_libraries(soak_tests PRIVATE vcfg_client vcfg_model PkgConfig::JSONC)
 # What sanitizers hold back looks like growth.
 if(NOT TARN_SANITIZE)
   gtest_discover_tests(soak_tests PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
@@ -53,15 +60,9 @@ list(TRANSFORM dispatched REPLACE "^    {(VCFG_MSG_[A-Z0-9_]+),.*" "{\\1, \"\\1\
 list(JOIN dispatched "" dispatched)
 file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/stress/dispatched.inc CONTENT "${dispatched}")
 file(GLOB stress_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/threads/daemon/*.cpp)
-add_executable(stress_tests ${stress_sources} ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
-target_include_directories(stress_tests PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support ${CMAKE_CURRENT_SOURCE_DIR}/soak
-  ${CMAKE_CURRENT_BINARY_DIR}/stress)
-target_compile_definitions(stress_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
-  SEEDS="${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus" MODEL="${CMAKE_CURRENT_SOURCE_DIR}/soak/model.json")
-target_link_libraries(stress_tests PRIVATE house tarn_os GTest::gtest_main
-  $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
-add_dependencies(stress_tests tarn_with_faults vcmd)
+tests_with_many_events(stress_tests ${stress_sources})
+target_include_directories(stress_tests PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/stress)
+target_link_libraries(stress_tests PRIVATE tarn_os $<LINK_GROUP:RESCAN,tarn_link,tarn_connection,tarn_platform,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
 gtest_discover_tests(stress_tests TEST_PREFIX threads. PROPERTIES LABELS contract TIMEOUT 600 RESOURCE_LOCK daemon)
 
 add_test(NAME daemon_rights COMMAND /usr/bin/python3 -m pytest -q -p no:cacheprovider ${CMAKE_CURRENT_LIST_DIR}/daemon_rights_test.py)

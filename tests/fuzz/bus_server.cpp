@@ -11,6 +11,7 @@
 #include "client/bus_server.h"
 #include "client/run_dir.h"
 #include "own_directory.h"
+#include "pieces.h"
 #include "raw_client.h"
 #include "target.h"
 
@@ -18,7 +19,6 @@ using namespace vcfg::bus;
 
 namespace {
 
-constexpr char kNextAct = '\x1e';
 constexpr int kMostActs = 16;
 constexpr uint8_t kEid = 77;
 constexpr size_t kMostHeld = 64;
@@ -123,12 +123,10 @@ class Story {
 void handleInput(std::string_view bytes) {
     server();
     Story story;
-    for (int count = 0; count < kMostActs && !bytes.empty(); ++count) {
-        const size_t end = bytes.find(kNextAct);
-        if (end != 0) {
-            story.act(bytes.substr(0, end));
+    forEachPiece(bytes, kMostActs, [&](std::string_view act) {
+        if (!act.empty()) {
+            story.act(act);
         }
-        bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
-    }
+    });
     story.end();
 }

@@ -7,6 +7,7 @@
 #include "onlooker.h"
 #include "own_directory.h"
 #include "passage_print.h"
+#include "pieces.h"
 #include "raw_client.h"
 #include "recording.h"
 #include "target.h"
@@ -16,7 +17,6 @@ namespace bus = vcfg::bus;
 
 namespace {
 
-constexpr char kNextCopy = '\x1e';
 constexpr int kMostCopies = 16;
 constexpr char kAsItStands = '\xff';
 constexpr std::string_view kSecret = "hostile";
@@ -37,14 +37,6 @@ struct Monitor {
         path = bus::monitorPath(static_cast<uint8_t>(bus::roster.load()->monitors.load()));
     }
 };
-
-uint32_t takeNumber(std::string_view& bytes, size_t size) {
-    uint32_t number = 0;
-    size = std::min(size, bytes.size());
-    memcpy(&number, bytes.data(), size);
-    bytes.remove_prefix(size);
-    return number;
-}
 
 // The way it passed, then type, ends, object, instance and result, as far as they go; then comes the payload.
 std::string packetOf(std::string_view bytes) {
@@ -97,12 +89,9 @@ void handleInput(std::string_view bytes) {
     static Monitor monitor;
     static RecordingFile file;
     RawClient sender(monitor.path);
-    for (int count = 0; count < kMostCopies && !bytes.empty(); ++count) {
-        const size_t end = bytes.find(kNextCopy);
-        const std::string_view copy = bytes.substr(0, end);
+    forEachPiece(bytes, kMostCopies, [&](std::string_view copy) {
         sender.send(copy.starts_with(kAsItStands) ? std::string(copy.substr(1)) : packetOf(copy));
-        bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
-    }
+    });
     sender.hangUp();
     std::vector<Copy> copies;
     for (int round = 0; round < 2 * kMostCopies; ++round) {

@@ -9,6 +9,7 @@
 
 #include "client/deadline.h"
 #include "own_directory.h"
+#include "pieces.h"
 #include "recorder/reader.h"
 #include "recorder/ring.h"
 #include "target.h"
@@ -22,17 +23,8 @@ namespace model = vcfg::model;
 
 namespace {
 
-constexpr char kNextPiece = '\x1e';
 constexpr int kMostPieces = 64;
 constexpr std::string_view kMark = "written after the noise";
-
-uint32_t takeNumber(std::string_view& bytes, size_t size) {
-    uint32_t number = 0;
-    size = std::min(size, bytes.size());
-    memcpy(&number, bytes.data(), size);
-    bytes.remove_prefix(size);
-    return number;
-}
 
 // Kind, event, cause, process, time and numbers in little room; then comes the text.
 void writeEntry(File& file, std::string_view bytes) {
@@ -108,11 +100,7 @@ void handleInput(std::string_view bytes) {
     static const std::unique_ptr<File> file = std::make_unique<File>();
     memset(static_cast<void*>(file.get()), 0, sizeof *file);
     file->layout = File::kLayout;
-    for (int count = 0; count < kMostPieces && !bytes.empty(); ++count) {
-        const size_t end = bytes.find(kNextPiece);
-        write(*file, bytes.substr(0, end));
-        bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
-    }
+    forEachPiece(bytes, kMostPieces, [](std::string_view piece) { write(*file, piece); });
     tell(vcfgctl::Story(entriesOf(*file)));
     writeMark(*file);
     writeMark(*file);

@@ -15,4 +15,8 @@ inline std::string_view takePart(std::string_view* text) {
     return part;
 }
 
+inline bool isNumber(std::string_view part) {
+    return !part.empty() && part.find_first_not_of("0123456789") == part.npos;
+}
+
 }  // namespace vcfg::model

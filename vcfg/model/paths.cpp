@@ -7,10 +7,6 @@
 namespace vcfg::model {
 namespace {
 
-bool isNumber(std::string_view part) {
-    return !part.empty() && part.find_first_not_of("0123456789") == part.npos;
-}
-
 // 1..255 without leading zeros; 0 for anything else.
 uint8_t instanceNumber(std::string_view part) {
     unsigned number = 0;

@@ -7,12 +7,12 @@ from .doings import is_doing, subject, words
 
 ASKED = ("command", "signal", "hook")  # known as soon as they are asked for
 TOLD_TOO = ("hook",)  # and what vcmd takes them for, when they have ended
+UNHEARD = {*ASKED} - {*TOLD_TOO}
 
 
 class Observer:
     def __init__(self, loop, carried, compares):
         self.loop, self.carried, self.compares = loop, carried, compares
-        self.unheard = {*ASKED} - {*TOLD_TOO}
         self.seen = {}  # words: the lines that nobody has asked for yet
         self.header = None
         self.rest = b""
@@ -35,7 +35,7 @@ class Observer:
             self.seen.setdefault(words(line), []).append(line)
 
     def _is_heard(self, line):
-        return is_doing(line) and self.compares(line) and line["kind"] not in self.unheard and line.get("path") not in self.carried
+        return is_doing(line) and self.compares(line) and line["kind"] not in UNHEARD and line.get("path") not in self.carried
 
     def count(self):
         """How much nobody has asked for yet."""

@@ -10,6 +10,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include "start/arguments.h"
+
 namespace {
 
 constexpr int kEndAttempts = 150;
@@ -22,12 +24,7 @@ void waitAMoment() {
 }
 
 bool run(const std::vector<std::string>& words, bool quiet) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
+    const std::vector<char*> arguments = argumentsOf(words);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     if (quiet) {

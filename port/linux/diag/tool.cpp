@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "start/arguments.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -32,11 +34,7 @@ void place(int stream, int as, int flags) {
     place(streams.in, STDIN_FILENO, O_RDONLY);
     place(streams.out, STDOUT_FILENO, O_WRONLY);
     place(streams.err, STDERR_FILENO, O_WRONLY);
-    std::vector<char*> arguments;
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
+    const std::vector<char*> arguments = argumentsOf(words);
     execvp(arguments[0], arguments.data());
     _exit(127);
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "client/standard_streams.h"
+#include "start/arguments.h"
 
 namespace {
 
@@ -30,12 +31,7 @@ void passOn(int signal) {
 
 // At the head of a process group of its own, as who ends it expects. -1 when it does not start.
 pid_t start(const std::vector<std::string>& words) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
+    const std::vector<char*> arguments = argumentsOf(words);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
