@@ -131,6 +131,10 @@ def test_gateway_that_stays_can_be_talked_to(tmp_path):
 LOOKED_AT = "looked-at"  # in the gateway's folder for logs: the scenario goes on when the panel has been seen
 WATCHED = SHORT + f'''
 [[step]]
+title = "The Internet is there"
+see = [{{ led = "green" }}]
+
+[[step]]
 title = "A cable"
 do = [{{ pull = "eth0.5" }}]
 see = [
@@ -139,7 +143,7 @@ see = [
 ]
 '''
 PANEL = (r"^links +eth0.1 up  eth0.2 out .*eth0.5 out", r"^LED +dark", r"^wan +eth0.5 +LowerLayerDown",
-         r"^── live  step 3 of 3  .*3 of 4 seen")
+         r"^── live  step 4 of 4  .*4 of 5 seen")
 
 
 def test_terminal_shows_links_led_and_progress_below_the_stream(tmp_path):
@@ -149,7 +153,7 @@ def test_terminal_shows_links_led_and_progress_below_the_stream(tmp_path):
                                   lambda: (state / "log" / LOOKED_AT).write_text("yes"))
     assert status == DONE, shown
     assert "model  IP.Interface.1.Status: Up -> LowerLayerDown" in shown and "does   the cable of eth0.5 is pulled" in shown
-    assert shown.rstrip().splitlines()[-1].startswith("== the road is as expected: 4 checks")
+    assert shown.rstrip().splitlines()[-1].startswith("== the road is as expected: 5 checks")
 
 
 def on_a_terminal(words, seen):

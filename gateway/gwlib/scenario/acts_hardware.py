@@ -4,6 +4,7 @@ from .kinds import act
 from .types import choice, port, text, whole
 
 UP = choice("up", "down")
+RETRAINING = 3  # seconds without a signal: less than a real line takes, and more than a daemon needs to notice
 
 
 @act("plug", "the cable of {plug} goes in", plug=port)
@@ -21,6 +22,8 @@ def dsl(game, dsl, mode=None, line=None):
     which = ["--line", line] if line else []
     if dsl != "up":
         inside.must(game.state, "gw-linesim", "dsl", "down", *which)
+    if dsl == "retrain":
+        game.idle(RETRAINING)
     if dsl != "down":
         inside.must(game.state, "gw-linesim", "dsl", "up", *which, *(["--mode", mode] if mode else []))
 
