@@ -46,6 +46,19 @@ def test_lease_without_end_comes_from_the_client_as_it_is(leased):
     assert payload["lease"] == 4294967295
 
 
+def test_lease_that_came_before_its_interface_was_up_is_taken_when_the_client_keeps_it(leased):
+    report = ["env", "interface=eth0.5", "ip=203.0.113.90", "mask=24", "router=203.0.113.1", "lease=3600", "/usr/libexec/tarn/port-event", "udhcpc"]
+    leased.inside("vcfgctl", "set", "--no-apply", "IP.Interface.1.Status=LowerLayerDown", "DHCPv4.Client.1.DHCPStatus=Release")
+    mark = leased.mark()
+    leased.inside(*report, "bound")
+    leased.logged("processDhcpcMsg : IP.Interface.1 is not activated", mark)
+    leased.inside("vcfgctl", "set", "--no-apply", "IP.Interface.1.Status=Up")
+    leased.inside(*report, "renew")
+    leased.wait("DHCPv4.Client.1.DHCPStatus=Bound")
+    leased.wait(f"{ADDRESS}.IPAddress=203.0.113.90")
+    assert "inet 203.0.113.90/24" in leased.addresses()
+
+
 @pytest.fixture
 def switched_off(leased):
     """The WAN device is down, and nothing has followed it yet."""

@@ -65,14 +65,28 @@ struct Event {
 };
 using Events = std::vector<Event>;
 
+bool holdsLease(const objIndex& client) {
+    const auto record = stored<Dhcpv4Client>(client);
+    return record != nullptr && (record->DHCPStatus == "Bound" || record->DHCPStatus == "Renewing");
+}
+
+// The daemon takes no lease for an interface that is not up yet: when the client keeps that one, it is new to the
+// daemon.
+LeaseEvent newToDaemon(LeaseEvent event, const objIndex& client) {
+    const bool isNew = event == LeaseEvent::Renewed && client.level != 0 && !holdsLease(client);
+    return isNew ? LeaseEvent::Bound : event;
+}
+
 // A refused or missing offer changes no lease.
 Events leaseEvents(const std::vector<std::string>& arguments) {
-    const auto event = leaseEvent(arguments[0]);
-    if (!event) {
+    const auto said = leaseEvent(arguments[0]);
+    if (!said) {
         return {};
     }
-    return {{*event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
-             leasePayload(*event, wantedOptions(clientOf(pidFileOf(variable("interface")))))}};
+    const objIndex client = clientOf(pidFileOf(variable("interface")));
+    const LeaseEvent event = newToDaemon(*said, client);
+    return {{event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
+             leasePayload(event, wantedOptions(client))}};
 }
 
 void noteLease(const std::string& word) {
