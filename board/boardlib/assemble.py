@@ -40,8 +40,8 @@ def _state():
     digest = hashlib.sha256((PACKAGES / ".packages").read_bytes())
     for tree in (SOURCE, *(CROSS / part for part in BUILT), REPOSITORY / "gateway"):
         for path in sorted(tree.rglob("*")):
-            if path.is_file() and path.suffix != ".pyc" and not path.match(TESTS):
-                digest.update(f"{path} {path.stat().st_size} {path.stat().st_mtime_ns}\n".encode())
+            if (path.is_file() or path.is_symlink()) and path.suffix != ".pyc" and not path.match(TESTS):
+                digest.update(f"{path} {path.lstat().st_size} {path.lstat().st_mtime_ns}\n".encode())
     return digest.hexdigest()
 
 
