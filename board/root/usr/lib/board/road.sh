@@ -27,6 +27,7 @@ check() {
     else
         say FAIL "$what"
         head -n 5 /tmp/said | while read -r line; do say "" "$line"; done
+        [ $PATIENCE -eq 5 ] || tell_evidence "$@"
         PATIENCE=5  # what follows on the road may wait in vain for the same
         return 1
     fi
