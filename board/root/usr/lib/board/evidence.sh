@@ -2,16 +2,19 @@
 # What a person wants to see of a step that failed, while it is still to be seen.
 LINES=25  # of each file
 
-# shown TITLE: the lines of standard input for people.
+# shown TITLE: the lines of standard input, if there are any, for people.
 shown() {
-    say "" "-- $1"
-    while IFS= read -r line; do say "" "   $line"; done
+    while IFS= read -r line; do
+        [ -z "$1" ] || say "" "-- $1"
+        set -- ""
+        say "" "   $line"
+    done
 }
 
 # Those that wait, and for what; the kernel's own threads have no command line.
 processes() {
     for process in /.proc/[0-9]*; do
-        command=$(tr '\0' ' ' <"$process/cmdline" 2>/dev/null)
+        command=$(cat "$process/cmdline" 2>/dev/null | tr '\0' ' ')
         [ -z "$command" ] || echo "${process#/.proc/} $(cat "$process/wchan" 2>/dev/null): $command"
     done
 }
@@ -26,7 +29,7 @@ tell_evidence() {
     why "$@" | shown "why is it not so"
     processes | shown "processes"
     { ip -brief addr && ip -6 route; } 2>&1 | shown "addresses and routes"
-    for file in /var/log/tarn/*.txt /run/isp/*.log $LOG /var/log/gateway/*.txt; do
+    for file in /var/log/tarn/*.txt /run/isp/*.log $LOG; do
         [ ! -s "$file" ] || tail -n $LINES "$file" | shown "$file"
     done
 }

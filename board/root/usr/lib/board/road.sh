@@ -33,12 +33,14 @@ check() {
     fi
 }
 
-# until_true COMMAND...
+# until_true COMMAND...: what does not come at once is looked for less and less often, as looking costs the board its time.
 until_true() {
     end=$(($(seconds) + PATIENCE))
+    pause=50000
     until "$@" >/tmp/said 2>&1; do
         [ "$(seconds)" -lt $end ] || return 1
-        usleep 50000
+        usleep $pause
+        [ $pause -ge 500000 ] || pause=$((pause * 5 / 4))
     done
 }
 
@@ -79,8 +81,9 @@ answered() { [ -e /tmp/answer ] && [ "$(cat /tmp/answer)" = 0 ]; }
 
 not_there() { ! ip link show "$1"; }
 
-# The gateway's pppd: the provider has one for each session, too.
-pppd_runs() { kill -0 "$(cat /run/tarn/ppp-wan.pid)"; }
+# The gateway's pppd: the provider has one for each session, too. Where it has ended the file is empty, and this shell's kill
+# succeeds with no number.
+pppd_runs() { [ -s /run/tarn/ppp-wan.pid ] && kill -0 "$(cat /run/tarn/ppp-wan.pid)"; }
 link_is_gone() { not pppd_runs && not_there ppp0; }
 
 # spawn NAME COMMAND...: a service in the background; the log collector takes tarn's output, a file the others'.
