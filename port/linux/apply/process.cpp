@@ -14,7 +14,30 @@
 
 namespace {
 
-constexpr int kEndAttempts = 150;
+constexpr int kEndAttempts = 500;
+
+pid_t numberIn(const std::string& pidFile) {
+    FILE* const file = pidFile.empty() ? nullptr : fopen(pidFile.c_str(), "re");
+    if (file == nullptr) {
+        return 0;
+    }
+    int number = 0;
+    const bool read = fscanf(file, "%9d", &number) == 1;
+    fclose(file);
+    return read ? number : 0;
+}
+
+// It, or one of those that it has started.
+bool isThere(pid_t process) {
+    return kill(process, 0) == 0 || kill(-process, 0) == 0;
+}
+
+// Whoever starts the next one must not take for it what is about to go, nor a stranger that gets its number.
+void forget(const std::string& pidFile, pid_t process) {
+    if (numberIn(pidFile) == process) {
+        unlink(pidFile.c_str());
+    }
+}
 
 }  // namespace
 
@@ -38,14 +61,8 @@ bool run(const std::vector<std::string>& words, bool quiet) {
 }
 
 pid_t processOf(const std::string& pidFile) {
-    FILE* const file = pidFile.empty() ? nullptr : fopen(pidFile.c_str(), "re");
-    if (file == nullptr) {
-        return 0;
-    }
-    int number = 0;
-    const bool read = fscanf(file, "%9d", &number) == 1;
-    fclose(file);
-    return read && number > 1 && kill(number, 0) == 0 ? number : 0;
+    const pid_t process = numberIn(pidFile);
+    return process > 1 && kill(process, 0) == 0 ? process : 0;
 }
 
 bool tell(pid_t process, int signal) {
@@ -61,7 +78,7 @@ void signalProcess(const std::string& pidFile, int signal) {
 }
 
 void awaitEnd(pid_t process) {
-    for (int attempt = 0; attempt < kEndAttempts && (kill(process, 0) == 0 || kill(-process, 0) == 0); ++attempt) {
+    for (int attempt = 0; attempt < kEndAttempts && isThere(process); ++attempt) {
         waitAMoment();
     }
 }
@@ -73,6 +90,10 @@ void endProcess(const std::string& pidFile, int signal) {
     }
     tell(process, signal);
     awaitEnd(process);
-    kill(process, SIGKILL);
-    kill(-process, SIGKILL);
+    if (isThere(process)) {
+        kill(process, SIGKILL);
+        kill(-process, SIGKILL);
+        awaitEnd(process);
+    }
+    forget(pidFile, process);
 }
