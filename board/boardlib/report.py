@@ -1,4 +1,5 @@
 """The view of the roads while they are travelled, their summary, and the page of figures."""
+import resource
 import sys
 import threading
 
@@ -35,15 +36,17 @@ def summary(outcomes, seconds):
     """Exit status."""
     checks = sum(outcome.checks for outcome in outcomes)
     failures = [failure for outcome in outcomes for failure in outcome.failures]
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    took = f"{seconds:.0f} s ({used.ru_utime + used.ru_stime:.0f} s of processor time)"
     print()
     for name, value in figures(outcomes).items():
         print(f"{name}: {value}")
     if failures:
-        print(f"\n{len(failures)} of {checks} checks failed in {seconds:.0f} s:")
+        print(f"\n{len(failures)} of {checks} checks failed in {took}:")
         for failure in failures:
             print(f"  {failure}")
         return 1
-    print(f"\nall {checks} checks as expected on {len(outcomes)} boards, in {seconds:.0f} s")
+    print(f"\nall {checks} checks as expected on {len(outcomes)} boards, in {took}")
     return 0
 
 
