@@ -44,7 +44,11 @@ def options(words):
     parser.add_argument("--memory", type=int, help="MiB of the board's memory")
     parser.add_argument("--kernel", type=pathlib.Path, help="another kernel image")
     parser.add_argument("--dtb", type=pathlib.Path, help="another device tree")
-    return parser.parse_args(words)
+    chosen = parser.parse_args(words)
+    for road in chosen.roads.split(",") if chosen.roads else ():
+        if not (places.SOURCE / "roads" / f"{road}.sh").exists():
+            parser.error(f"there is no road {road}")
+    return chosen
 
 
 def hardware(chosen, board=Board(())):

@@ -32,10 +32,10 @@ def test_board_that_cannot_start_for_want_of_memory_says_so():
     assert "24 MiB board, limit met: memory too small for initial ram disk" in done.stdout
 
 
-def test_road_that_does_not_exist_is_a_failure():
-    done = run("--roads", "nowhere", "--memory", "128")
-    assert done.returncode == 1
-    assert "there is no road nowhere" in done.stdout
+def test_road_that_does_not_exist_is_refused_before_a_board_boots():
+    done = run("--roads", "boot,nowhere")
+    assert (done.returncode, done.stdout) == (2, "")
+    assert "there is no road nowhere" in done.stderr
 
 
 def test_failed_check_is_counted_and_named():

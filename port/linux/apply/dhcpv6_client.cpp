@@ -1,5 +1,6 @@
 #include "clients.h"
 #include "hooks.h"
+#include "interface_clients.h"
 #include "model.h"
 #include "stored.h"
 #include "use.h"
@@ -16,13 +17,6 @@ bool runs(const std::optional<Values>& values) {
            isUpWithIpv6(values->text("Interface"));
 }
 
-// The daemon knows its clients by their pid files, and this one's is known only here.
-bool tellPidFile(const std::string& path, const std::string& pidFile) {
-    const objIndex client = instance(numberIn(path, "DHCPv6.Client."));
-    const std::string json = "{\"X_VORAN_PidFile\":\"" + pidFile + "\"}";
-    return vcfgFeObjWrite(RDM_OID_DHCPV6_CLIENT, &client, json.c_str(), VCFG_FE_WRITE_NO_APPLY, nullptr) == VCFG_OK;
-}
-
 }  // namespace
 
 bool applyDhcpv6Client(const Change& change) {
@@ -34,8 +28,8 @@ bool applyDhcpv6Client(const Change& change) {
     if (now.empty()) {
         return !change.now || !change.now->flag("Renew") || complain(change.path, "does not run: nothing is renewed");
     }
-    const std::string pidFile = dhcpv6PidFile(now);
-    if (change.now->text("X_VORAN_PidFile") != pidFile && !tellPidFile(change.path, pidFile)) {
+    const objIndex client = instance(numberIn(change.path, "DHCPv6.Client."));
+    if (!tellDhcpv6PidFile(client, change.now->text("X_VORAN_PidFile"), now)) {
         return false;
     }
     const Dhcpv6Wants wants{change.now->flag("RequestAddresses"), change.now->flag("RequestPrefixes"),
