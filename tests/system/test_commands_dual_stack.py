@@ -73,6 +73,22 @@ def test_client_that_died_is_started_again(connected):
     assert connected.processes("dhcpcd")
 
 
+def test_client_that_does_not_end_is_killed_and_followed_by_the_next(connected):
+    former = connected.processes("dhcpcd")
+    connected.inside("killall", "-STOP", "dhcpcd")
+    connected.inside("vcfgctl", "set", "DHCPv6.Client.1.RequestAddresses=false")
+    eventually(lambda: set(connected.processes("dhcpcd")) - set(former), seconds=60)
+    assert not set(connected.processes("dhcpcd")) & set(former)
+
+
+def test_client_that_the_interface_starts_is_known_to_the_daemon(connected):
+    connected.inside("vcfgctl", "set", f"{INTERFACE}.Status=LowerLayerDown")
+    eventually(lambda: not connected.processes("dhcpcd") and connected.get(f"{INTERFACE}.IPv6Prefix.") == {})
+    connected.inside("vcfgctl", "set", "--no-apply", "DHCPv6.Client.1.X_VORAN_PidFile=")
+    connected.inside("vcfgctl", "set", f"{INTERFACE}.Status=Up")
+    connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled")
+
+
 def test_interface_that_goes_down_and_up_by_itself_does_the_same(connected):
     connected.inside("vcfgctl", "set", f"{INTERFACE}.Status=LowerLayerDown")
     eventually(lambda: not connected.processes("dhcpcd") and connected.get(f"{INTERFACE}.IPv6Prefix.") == {})
