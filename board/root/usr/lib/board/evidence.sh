@@ -1,6 +1,6 @@
 # shellcheck shell=sh
 # What a person wants to see of a step that failed, while it is still to be seen.
-LINES=25  # of each file
+LAST=25  # lines of each file
 
 # shown TITLE: the lines of standard input, if there are any, for people.
 shown() {
@@ -14,7 +14,7 @@ shown() {
 # Those that wait, and for what; the kernel's own threads have no command line.
 processes() {
     for process in /.proc/[0-9]*; do
-        command=$(cat "$process/cmdline" 2>/dev/null | tr '\0' ' ')
+        command=$({ tr '\0' ' ' <"$process/cmdline"; } 2>/dev/null)
         [ -z "$command" ] || echo "${process#/.proc/} $(cat "$process/wchan" 2>/dev/null): $command"
     done
 }
@@ -30,6 +30,6 @@ tell_evidence() {
     processes | shown "processes"
     { ip -brief addr && ip -6 route; } 2>&1 | shown "addresses and routes"
     for file in /var/log/tarn/*.txt /run/isp/*.log $LOG; do
-        [ ! -s "$file" ] || tail -n $LINES "$file" | shown "$file"
+        [ ! -s "$file" ] || tail -n $LAST "$file" | shown "$file"
     done
 }
