@@ -13,7 +13,7 @@ rest='","subnet":"255.255.255.0","router":"203.0.113.1","dns":"203.0.113.1","lea
 busybox mount -o remount,size=64m /tmp
 echo -1000 >/.proc/self/oom_score_adj # the road itself goes on
 (echo 1000 >/.proc/self/oom_score_adj && exec busybox dd if=/dev/zero of=/tmp/hog bs=65536 count=1000 2>/dev/null) &
-/usr/lib/tarn/bin/board-flood 200 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/dev/null
+/usr/lib/tarn/bin/board-flood 40 0x800000D8 "${lease}21$rest" "${lease}22$rest" 2>/dev/null
 wait $!
 rm -f /tmp/hog
 echo 0 >/.proc/self/oom_score_adj
