@@ -14,7 +14,8 @@ from .state import REPOSITORY, ROOMS
 from .waiting import until
 
 DEFAULTS = REPOSITORY / "gateway" / "defaults.json"
-START_UP_SECONDS = 30
+START_UP_SECONDS = 120
+END_SECONDS = 60
 FINISHED = "System: System init finished"
 CONFIRMED = "sendInitFin() : "  # the daemon's line when vcmd has answered its notice
 
@@ -94,7 +95,7 @@ def end_world(state):
     world = state.world()
     if world is not None:
         os.kill(world, signal.SIGKILL)
-        if not until(lambda: state.world() is None, 10):
+        if not until(lambda: state.world() is None, END_SECONDS):
             raise GatewayError(f"process {world} does not end")
     state.forget_processes()
     shutil.rmtree(state.directory / "rooms", ignore_errors=True)

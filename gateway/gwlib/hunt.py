@@ -10,7 +10,7 @@ from .waiting import until
 EIDS = {"vc": 28, "vlan": 37}
 MODES = ("accept", "refuse", "mute", "absent")
 NAMES = {"vc": "vcautohunt", "vlan": "vlanautohunt"}
-READY_SECONDS = 10
+READY_SECONDS = 60
 
 
 def _file(state, kind, name):

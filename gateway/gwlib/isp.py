@@ -12,6 +12,7 @@ SECOND = "203.0.113.2"
 NETWORK = ipaddress.ip_network("203.0.113.0/24")
 MODES = ("answer", "refuse", "silent")
 TIME_MODES = ("answer", "silent")
+READY_SECONDS = 60
 SHORTEST = 120  # seconds of a lease: the server grants none below
 DEFAULTS = {
     "mode": "answer",
@@ -99,7 +100,7 @@ def renumber(state, address, **changes):
     """The next renewal is granted with another address (and whatever else changes); the server goes on from there."""
     change(state, **changes)
     inside.must(state, "/usr/lib/isp/serve", "renumber", address, room="isp")
-    if not until(lambda: (state.isp / "renumber.ready").exists(), 10):
+    if not until(lambda: (state.isp / "renumber.ready").exists(), READY_SECONDS):
         _serve(state)
         raise GatewayError("the provider does not get ready to renumber; see isp/renumber.txt")
 
@@ -125,6 +126,6 @@ def _mode_lines(now):
 
 
 def _await_service(state):
-    ready = until(lambda: inside.run(state, "sh", "-c", "ss -Hlun | grep -q ':53 '", room="isp").returncode == 0, 10)
+    ready = until(lambda: inside.run(state, "sh", "-c", "ss -Hlun | grep -q ':53 '", room="isp").returncode == 0, READY_SECONDS)
     if not ready:
         raise GatewayError(f"the provider's server does not run; see {state.isp}")

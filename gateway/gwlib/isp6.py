@@ -23,6 +23,7 @@ DHCP_DEFAULTS = {
     "preferred": 1800,
     "valid": 3600,
 }
+READY_SECONDS = 60
 PREFERENCES = ("low", "medium", "high")
 PAUSE, LONGEST_ROUTER = 4, 9000  # seconds: between two advertisements at most, and of a router's lifetime
 
@@ -137,5 +138,5 @@ def _dhcp_text(dhcp, hardware):
 
 
 def _await_dhcp(state):
-    if not until(lambda: inside.run(state, "sh", "-c", "ss -Hlun | grep -q ':547 '", room="isp").returncode == 0, 10):
+    if not until(lambda: inside.run(state, "sh", "-c", "ss -Hlun | grep -q ':547 '", room="isp").returncode == 0, READY_SECONDS):
         raise GatewayError(f"the provider's DHCPv6 server does not run; see {state.isp}/dhcp6s.txt")

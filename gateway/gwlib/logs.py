@@ -11,7 +11,7 @@ LEVELS = ("emerg", "alert", "crit", "error", "warning", "notice", "info", "debug
 CHANNELS = ("vlog", "syslog", "stdout")
 ERROR, WARNING, INFO = 3, 4, 6
 ASKERS = "/run/gateway/log-askers"  # the collector's socket for those who want to read all that was logged before
-SETTLE_SECONDS = 5  # in which a collector that lives answers them
+SETTLE_SECONDS = 20  # in which a collector that lives answers them
 COLOURS = {0: "alarm", 1: "alarm", 2: "alarm", 3: "red", 4: "yellow", 7: "dim"}
 mark = times.now  # a point in time for --since
 

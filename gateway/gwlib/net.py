@@ -8,6 +8,7 @@ from .waiting import until
 ACCESS = "wan0"  # the provider's side of all its lines
 LINES = ("ptm0-far", "atm0-far")  # the line simulator's ends at the exchange
 NEGOTIATION_SECONDS = 0.3
+LINK_SECONDS = 60
 
 
 def lay_cables(state, unplugged=()):
@@ -110,5 +111,5 @@ def await_links(state, unplugged=()):
     if wan is None or wan.name in unplugged:
         return
     flags = f"/sys/class/net/{wan.name}/operstate"
-    if not until(lambda: inside.run(state, "cat", flags).stdout == "up\n", 10):
+    if not until(lambda: inside.run(state, "cat", flags).stdout == "up\n", LINK_SECONDS):
         raise GatewayError(f"{wan.name} finds no link")

@@ -10,7 +10,7 @@ from .waiting import until
 
 PRELOAD = "/usr/lib/gateway/libkmonitor.so"
 LINK_FOLDER = "/run/hw/link"
-READY_SECONDS = 30
+READY_SECONDS = 120
 
 
 def running(state, name):

@@ -13,7 +13,7 @@ from .led import FILES as LED_FILES
 from .waiting import until
 
 MOST = 200_000  # lines of each kind that are kept: the latest
-SETTLE_SECONDS = 2
+SETTLE_SECONDS = 20
 RECORDED = ("event", "received", "changed", "end")  # what of the flight recorder tells of causes
 
 

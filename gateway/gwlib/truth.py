@@ -6,7 +6,7 @@ import time
 from . import inside, model, ports
 
 WITNESSES = ("vcmd", "linkd", "tarn")  # who together follow the links
-SECONDS, STEP = 15, 0.3
+SECONDS, STEP = 60, 0.3
 DSL = {"ptm0": "PTM.Link", "atm0": "ATM.Link"}
 LOOK = """cd /sys/class/net
 for device; do

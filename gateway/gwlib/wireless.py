@@ -10,7 +10,7 @@ from .state import inside_number, processes
 from .waiting import until
 
 NAME = "gw-wirelessd"
-READY_SECONDS = 10
+READY_SECONDS = 60
 ANSWER = re.compile(r"silent|-?[0-9]+(:.*)?", re.DOTALL)
 
 

@@ -4,6 +4,7 @@ import json
 import pytest
 
 from links import OPTICAL, Links
+from support import LATE
 
 INTERFACE, LINK = "Optical.Interface.1", "Ethernet.Link.3"
 
@@ -37,7 +38,7 @@ def test_ppp_interface_on_the_link_connects_three_seconds_after_the_ethernet_lin
         gateway.must("optical", "up")
         gateway.wait("PPP.Interface.1.ConnectionStatus=Connecting")
     at = {path: when for when, path, _, new in changes if new in ("Up", "Connecting")}
-    assert 2.9 < at["PPP.Interface.1.ConnectionStatus"] - at[f"{LINK}.Status"] < 4
+    assert 2.9 < at["PPP.Interface.1.ConnectionStatus"] - at[f"{LINK}.Status"] < 3 + LATE
     assert gateway.value("PPP.Interface.1.Status") == "Up"
 
 

@@ -3,7 +3,7 @@ import json
 
 import pytest
 
-from support import SLOWER, eventually
+from support import LATE, SLOWER, eventually
 from wps import BUTTON, INTERNAL_SOCKET, POLL, START, STATUS, TR069, Setup, framed, pause, seconds_between, status
 
 OUT_OF_USE = 0x112  # a message that the daemon acknowledges in its log and does nothing about
@@ -37,7 +37,7 @@ def test_task_fires_when_its_seconds_are_over(gateway):
     mark = gateway.mark()
     gateway.timer(task(3))
     (line,) = fired(gateway, mark)
-    assert 2.9 <= seconds_between(microseconds(mark), line) < 6
+    assert 2.9 <= seconds_between(microseconds(mark), line) < 3 + LATE
 
 
 def test_interval_of_two_seconds_fires_five_seconds_at_the_third_tick(gateway):
@@ -45,7 +45,7 @@ def test_interval_of_two_seconds_fires_five_seconds_at_the_third_tick(gateway):
     gateway.timer({"tminterval": 2, **task(5)})
     (line,) = fired(gateway, mark)
     gateway.timer({"tminterval": 1})
-    assert 5.9 <= seconds_between(microseconds(mark), line) < 9
+    assert 5.9 <= seconds_between(microseconds(mark), line) < 6 + LATE
 
 
 def test_payload_comes_with_the_message(gateway):
@@ -103,7 +103,7 @@ def test_session_is_polled_every_ten_seconds(gateway):
     gateway.ask(START, TR069, **BUTTON)
     eventually(lambda: gateway.running_status() == "NoError, WPS ok!", 40)
     polls = [line for line in gateway.log(mark) if f"process msg type = {POLL & 0xFFFFFF} without" in line["text"]]
-    assert 9.9 <= seconds_between(polls[0], polls[1]) < 14
+    assert 9.9 <= seconds_between(polls[0], polls[1]) < 10 + LATE
 
 
 def test_socket_that_a_dead_daemon_left_is_replaced(gateway):

@@ -6,7 +6,7 @@ from .. import inside, isp
 from ..errors import GatewayError
 from ..waiting import until
 
-READY_SECONDS = 30
+READY_SECONDS = 60
 SERVERS = {"mail": (25, "/usr/lib/isp/mailserver.py", ["25", "--behaviour"]), "speed": (8080, "/usr/lib/isp/speedserver.py", None)}
 
 

@@ -9,7 +9,7 @@ START, STATUS, WEB_SERVER = "0x80000FBC", 4012, 15
 HEARD, SOCKET = "/tmp/heard", f"/run/vcfg/eid-{WEB_SERVER}"
 WORDS = {1: "running", 2: "joined", 3: "failed"}
 NUMBERS = {word: number for number, word in WORDS.items()}
-READY_SECONDS = 20
+READY_SECONDS = 60
 
 
 class Setup:
