@@ -16,7 +16,7 @@ add_executable(tarn_on_linux ${PROJECT_SOURCE_DIR}/tarn/main.cpp ${daemon_covera
 target_compile_definitions(tarn_on_linux PRIVATE TARN_VERSION="${PROJECT_VERSION}")
 target_link_libraries(tarn_on_linux PRIVATE house $<$<BOOL:${TARN_COVERAGE}>:small> tarn_dispatch tarn_os vcfg)
 file(GLOB linux_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/linux_*_test.cpp)
-add_executable(linux_tests ${linux_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+add_executable(linux_tests ${linux_sources} ${CMAKE_CURRENT_LIST_DIR}/own_tmp.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
 target_compile_definitions(linux_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_on_linux>"
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 target_link_libraries(linux_tests PRIVATE house tarn_os GTest::gtest_main $<LINK_GROUP:RESCAN,tarn_core,vcfg_client,vcfg_reader,vcfg_model>)
@@ -24,7 +24,7 @@ add_dependencies(linux_tests tarn_on_linux vcmd)
 gtest_discover_tests(linux_tests TEST_PREFIX linux. PROPERTIES LABELS contract TIMEOUT 600)
 
 file(GLOB daemon_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/daemon_*_test.cpp)
-add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
+add_executable(daemon_tests ${daemon_sources} ${CMAKE_CURRENT_LIST_DIR}/own_tmp.cpp ${CMAKE_CURRENT_LIST_DIR}/daemon_world.cpp ${CMAKE_CURRENT_LIST_DIR}/vcmd_kit.cpp)
 target_compile_definitions(daemon_tests PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" TARN_VERSION="${PROJECT_VERSION}"
   VCMD_PATH="$<TARGET_FILE:vcmd>" VCFGCTL_PATH="$<TARGET_FILE:vcfgctl>")
 target_link_libraries(daemon_tests PRIVATE house tarn_os GTest::gtest_main
@@ -36,6 +36,7 @@ gtest_discover_tests(daemon_tests TEST_PREFIX daemon. PROPERTIES LABELS contract
 # Many events for a daemon with a furnished model and a vcmd of its own.
 function(tests_with_many_events name)
   add_executable(${name} ${ARGN} ${CMAKE_CURRENT_SOURCE_DIR}/soak/lines.cpp ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/daemon_world.cpp
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/own_tmp.cpp
     ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/vcmd_kit.cpp)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_FUNCTION_LIST_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support ${CMAKE_CURRENT_SOURCE_DIR}/soak)
   target_compile_definitions(${name} PRIVATE TARN_PATH="$<TARGET_FILE:tarn_with_faults>" VCMD_PATH="$<TARGET_FILE:vcmd>"
