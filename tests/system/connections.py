@@ -4,13 +4,14 @@ import pathlib
 import subprocess
 import sys
 
-from support import DONE, GW, REPOSITORY, SLOWER, TARN, eventually
+from support import DEADLINE, DONE, GW, REPOSITORY, SLOWER, TARN, eventually
 
 PPP_DISCONNECT, PPP_CONNECT, RELEASE, RENEW = 1002, 1003, 1004, 1005
 RA_INFO, DHCPV6, PPPD = 0x800000DD, 0x800000DB, 0x80000110
 ANSWER = "type=0x80000067(VCFG_MSG_WAN_REPLY) statCode=0 payload=\n"
 UNANSWERED = 3
-PATIENCE_MS = int(20000 * SLOWER)
+PATIENCE_MS = int(DEADLINE * 1000 * SLOWER)
+SILENCE_MS = 5 * PATIENCE_MS  # the longer a server was silent, the longer its client waits until it asks again
 
 DUAL_STACK = REPOSITORY / "gateway" / "defaults-dual-stack.json"
 PPP = REPOSITORY / "gateway" / "defaults-ppp.json"
@@ -33,12 +34,13 @@ class Asking:
     def __init__(self, gateway, command, instance, patience_ms):
         words = [sys.executable, str(GW), "--state", str(gateway.directory), *_words(command, instance, patience_ms)]
         self.process = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True)
+        self.patience = patience_ms / 1000 / SLOWER
 
     def waits(self):
         return self.process.poll() is None
 
     def is_answered(self):
-        eventually(lambda: not self.waits())
+        eventually(lambda: not self.waits(), max(self.patience, DEADLINE))
         assert (self.process.returncode, self.process.stdout.read()) == (DONE, ANSWER)
         return True
 
@@ -49,7 +51,7 @@ class Asking:
 
 
 @contextlib.contextmanager
-def asking(gateway, command, instance=1, patience_ms=PATIENCE_MS):
+def asking(gateway, command, instance=1, patience_ms=SILENCE_MS):
     """Asks, and goes on when the daemon has taken the command, answered or not."""
     mark = gateway.mark()
     one = Asking(gateway, command, instance, patience_ms)

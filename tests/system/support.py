@@ -2,6 +2,7 @@
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import time
@@ -117,6 +118,16 @@ class Gateway:
     def settle(self):
         """Returns when the daemon has handled what was sent to it before."""
         self.inside("vcfgctl", "send", "--to", TARN, "--type", hex(SHELL_COMMAND), "--payload", ":", "--reply")
+
+    def model(self):
+        """All of the data model when the daemon has done what it was sent and no hook is at work any more, but for the time
+        that is left of a lease, which goes on."""
+        def at_rest():
+            self.settle()
+            found = self.inside("vcfgctl", "dump")
+            rests = self.run("pgrep", "-f", "[/]vcfg/hooks/").returncode == REFUSED
+            return rests and self.inside("vcfgctl", "dump") == found and found
+        return re.sub(r'\s*"LeaseTimeRemaining":\d+,?', "", eventually(at_rest))
 
     def signal_client(self, name):
         self.inside("sh", "-c", f'kill -{name} "$(cat /var/run/udhcpc-eth0.5.pid)"')

@@ -1,7 +1,7 @@
 """Renew and release of an interface that runs IPv4 and IPv6: its status stops and starts both clients, and it is the
 IPv6 side that answers a renew."""
-from connections import DHCPV6, RELEASE, RENEW, ask, asking, taken
-from support import LEASE_BOUND, eventually
+from connections import DHCPV6, RELEASE, RENEW, SILENCE_MS, ask, asking, taken
+from support import LEASE_BOUND, SLOWER, eventually
 
 INTERFACE = "IP.Interface.1"
 CLIENT = "DHCPv4.Client.1"
@@ -54,7 +54,7 @@ def test_lease_of_ipv4_does_not_answer(connected):
         taken(connected, LEASE_BOUND, mark)
         assert requester.waits()
     connected.must("isp-dhcpv6", "--mode", "answer")
-    connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled")
+    connected.wait(f"{INTERFACE}.IPv6Prefix.1.Status=Enabled", SILENCE_MS / 1000 / SLOWER)
 
 
 def test_second_command_takes_the_place_of_the_first(connected):

@@ -140,11 +140,11 @@ def test_hardware_address_in_other_letters_is_the_same_client(home, host):
     ("br9", "eth0.2", "br1"), ("br0", "eth9", "br1"), ("br0", "eth0.2", "br9"), ("BR0", "eth0.2", "br1"), ("br0", "eth0.2 ", "br1"),
     ("br0", "eth0.2", "br1/../br1"), ("br0", "$(reboot)", "br1"), ("x" * 300, "eth0.2", "br1")])
 def test_group_of_ports_that_do_not_exist_is_one_line_and_changes_nothing(home, ifname, phyif, group):
-    before, mark = home.inside("vcfgctl", "dump"), home.mark()
+    before, mark = home.model(), home.mark()
     home.tell(REPORT, json.dumps({"ac": "crit", "ifname": ifname, "phyif": phyif, "tag": f"group_{group}", "mac": "02:00:00:00:00:01"}))
     told = [line["text"] for line in home.log(mark) if line["channel"] == "syslog"]
     assert told == [f"tarnProcessDhcpdOption : no bridge ports {ifname}, {phyif} and {group}"]
-    assert home.inside("vcfgctl", "dump") == before
+    assert home.model() == before
     assert bridge_of(home, "eth0.2") == "br0"
 
 

@@ -43,13 +43,13 @@ def test_names_resolve_through_the_leased_servers(leased):
 
 
 def test_renewal_with_the_same_address_writes_nothing(leased):
-    before = leased.inside("vcfgctl", "dump")
+    before = leased.model()
     leased.must("isp", "--routes", "10.44.0.0/16,203.0.113.1")
     mark = leased.mark()
     leased.signal_client("USR1")
     leased.logged("DHCPC Option", since=mark)
     leased.settle()
-    assert leased.inside("vcfgctl", "dump") == before
+    assert leased.model() == before
 
 
 def test_renewal_with_another_address_takes_over_its_routes(leased):
