@@ -81,15 +81,13 @@ void EndpointServer::lookAtSocket() {
 // False when no peer waits any more.
 bool EndpointServer::acceptOne() {
     int socket = -1;
-    uint32_t name = 0;
+    ConnectionName name;
     const bool more = listener_.accept(&socket, &name);
     if (socket >= 0) {
         attachRoster();
         connections_.makeRoom();
-        const Connection& connection = connections_.add(socket, name);
-        if (!watch(socket, connection.id)) {
+        if (!connections_.add(socket, name)) {
             CLIENT_LOG(VLOG_ERROR, "endpoint %u cannot watch a connection: %s", eid_, strerror(errno));
-            connections_.close(connection.id);
         }
     }
     return more;
@@ -98,6 +96,13 @@ bool EndpointServer::acceptOne() {
 void EndpointServer::acceptWaiting() {
     for (unsigned accepted = 0; accepted < kAcceptsAtOnce && acceptOne(); ++accepted) {
     }
+}
+
+// Who polls does not come back for what epoll has told once.
+int EndpointServer::pollFd() {
+    const std::lock_guard guard(mutex_);
+    connections_.watchLevels();
+    return epoll_;
 }
 
 bool EndpointServer::isOpen(ConnectionId connection) {

@@ -31,7 +31,7 @@ class Server {
     virtual bool isSuperseded() const = 0;
 
     // Readable when receive() has something to do; for poll and epoll.
-    virtual int pollFd() const = 0;
+    virtual int pollFd() = 0;
     // The next message, without blocking; null when there is none now. Connections are accepted, checked and closed,
     // and bad packets refused and logged, inside. `from` (may be null) names the connection.
     virtual MessagePtr receive(ConnectionId* from) = 0;

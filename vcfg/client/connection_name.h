@@ -1,4 +1,4 @@
-// A number by which both ends call a connection: the one that connects has it in its address, and no message changes.
+// What the end that connects says of the connection, in its address: no message changes.
 #pragma once
 
 #include <sys/socket.h>
@@ -8,9 +8,14 @@
 
 namespace vcfg::bus {
 
-// Gives a socket that is about to connect a fresh one; 0 when it can have none.
-uint32_t nameConnection(int socket);
-// That of the peer with this address, by its own word; 0 when it has none.
-uint32_t connectionName(const sockaddr_un& address, socklen_t size);
+struct ConnectionName {
+    uint32_t number = 0;    // by which both ends call it for the recorder; 0 for none
+    bool isInTurn = false;  // each packet waits for the answer to the one before
+};
+
+// Gives a socket that is about to connect a fresh name, as far as it can have one.
+ConnectionName nameConnection(int socket, bool isInTurn);
+// That of the peer with this address, by its own word.
+ConnectionName connectionName(const sockaddr_un& address, socklen_t size);
 
 }  // namespace vcfg::bus

@@ -48,9 +48,32 @@ Connections::~Connections() {
     }
 }
 
-Connection& Connections::add(int socket, uint32_t name) {
-    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, 0, 0, false, false, {name, 0}});
-    return all_.back();
+bool Connections::add(int socket, const ConnectionName& name) {
+    all_.push_back(Connection{++lastId_, socket, ++uses_, {}, 0, 0, 0, false, false, name.isInTurn, {name.number, 0}});
+    const bool isWatched = watch(all_.back(), EPOLL_CTL_ADD);
+    if (!isWatched) {
+        close(lastId_);
+    }
+    return isWatched;
+}
+
+// Where each packet waits for the answer to the one before, nothing is left behind one that was taken. So to be told of
+// each arrival is enough, and spares the kernel to look again at a connection that has just been received from. Who
+// breaks its word waits for itself.
+bool Connections::watch(const Connection& connection, int operation) const {
+    epoll_event event{};
+    event.events = connection.isInTurn && !watchesLevels_ ? EPOLLIN | EPOLLET : EPOLLIN;
+    event.data.u64 = connection.id;
+    return epoll_ctl(epoll_, operation, connection.socket, &event) == 0;
+}
+
+void Connections::watchLevels() {
+    if (!watchesLevels_) {
+        watchesLevels_ = true;
+        for (const Connection& connection : all_) {
+            watch(connection, EPOLL_CTL_MOD);
+        }
+    }
 }
 
 Connection* Connections::find(ConnectionId id) {

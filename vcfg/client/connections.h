@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bus_server.h"
+#include "connection_name.h"
 #include "recorder/events.h"
 
 namespace vcfg::bus {
@@ -24,6 +25,7 @@ struct Connection {
     uint8_t expecting;    // and for each whose type says that an answer is expected
     bool leaving;         // takes no new packets; what it sent before is still received
     bool drained;         // and has been received
+    bool isInTurn;        // as the name of the connection says
     recorder::Trip last;  // what was received last
 
     // Whether somebody may still wait for an answer on it. Who does not wait cannot be told from who does.
@@ -38,7 +40,10 @@ class Connections {
     Connections& operator=(const Connections&) = delete;
 
     void watchedBy(int epoll) { epoll_ = epoll; }
-    Connection& add(int socket, uint32_t name);
+    // From now on epoll tells of each that has something to receive, as long as it has.
+    void watchLevels();
+    // False when it cannot be watched.
+    bool add(int socket, const ConnectionName& name);
     Connection* find(ConnectionId id);
     void close(ConnectionId id);
 
@@ -53,6 +58,7 @@ class Connections {
     void makeRoom();
 
   private:
+    bool watch(const Connection& connection, int operation) const;
     bool isTaken(const Connection& by, const RequestKey& key);
     void forget(Connection& connection, uint8_t requests);
     uint16_t& openLike(const RequestKey& key);
@@ -62,6 +68,7 @@ class Connections {
     std::array<uint16_t, 256> openLike_{};
     ConnectionId lastId_ = 0;
     int epoll_ = -1;
+    bool watchesLevels_ = false;
     size_t lastFound_ = 0;  // whose turn it is, is looked up again and again
     uint64_t uses_ = 0;
 };

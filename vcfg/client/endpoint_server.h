@@ -25,7 +25,7 @@ class EndpointServer final : public Server {
     bool isOwn() const override { return process_ == getpid(); }
     int reopen() override;
     bool isSuperseded() const override { return listener_.isSuperseded(); }
-    int pollFd() const override { return epoll_; }
+    int pollFd() override;
     MessagePtr receive(ConnectionId* from) override;
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
     int answer(ConnectionId to, const vcfg_msg_t& message) override;

@@ -150,7 +150,7 @@ int connect(Link& link, const Deadline& deadline) {
     link.inode = status.st_ino;
     link.socket = aboveStandard(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     link.sendLimitUs = link.receiveLimitUs = 0;
-    link.last = {link.socket >= 0 ? nameConnection(link.socket) : 0, 0};
+    link.last = {link.socket >= 0 ? nameConnection(link.socket, link.way == Way::Request).number : 0, 0};
     const int error = link.socket < 0 ? errno : connectTo(link, address, deadline);
     if (error != 0 && link.socket >= 0) {
         close(link.socket);

@@ -10,7 +10,6 @@
 #include <cstring>
 
 #include "client_log.h"
-#include "connection_name.h"
 #include "descriptor.h"
 #include "peer.h"
 #include "roster.h"
@@ -108,7 +107,7 @@ bool Listener::publish(int socket, const std::string& fresh, const std::function
     return true;
 }
 
-bool Listener::accept(int* socket, uint32_t* name) {
+bool Listener::accept(int* socket, ConnectionName* name) {
     sockaddr_un address;
     socklen_t size = sizeof address;
     const int peer =

@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "connection_name.h"
+
 namespace vcfg::bus {
 
 // A socket that takes connections at that path from those who may talk; -1 with errno.
@@ -31,8 +33,8 @@ class Listener {
     // when it can be, while accept() still takes who waits at the former one. Answers a vcfg_code.
     int listen(const std::function<bool(int)>& watch, const std::function<void()>& drain);
     // Takes one waiting peer: false when there is none any more. *socket stays as it is when there is none, or when it
-    // may not talk. `name` is what the peer calls the connection.
-    bool accept(int* socket, uint32_t* name);
+    // may not talk. `name` is what the peer says of the connection.
+    bool accept(int* socket, ConnectionName* name);
 
     bool isCurrent() const;     // the file is this socket's
     bool isSuperseded() const;  // it is another process's

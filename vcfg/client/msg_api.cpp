@@ -85,7 +85,7 @@ int vcfg_msg_serverTryRecv(vcfg_msg_t** msg) {
 }
 
 int vcfg_msg_fd(void) {
-    const vcfg::bus::Server* server = vcfg::reception().server;
+    vcfg::bus::Server* server = vcfg::reception().server;
     return server != nullptr ? server->pollFd() : -1;
 }
 
