@@ -31,7 +31,9 @@ uint32_t add(uint32_t sum, uint32_t word) {
 // Zeros follow the text up to a whole word, and it has room for them.
 void padText(Entry& entry) {
     static_assert(Entry::kMostText % sizeof(uint32_t) == 0);
-    memset(entry.text.data() + entry.length, 0, -size_t{entry.length} % sizeof(uint32_t));
+    if (const size_t missing = -size_t{entry.length} % sizeof(uint32_t); missing != 0) {
+        memset(entry.text.data() + entry.length, 0, missing);
+    }
 }
 
 // Copies the words from one to another into a slot, and sums them up on the way.
@@ -99,6 +101,7 @@ void store(File& into, Lane lane, Entry& entry) {
     }
     begin.words[0].store(sum, std::memory_order_relaxed);
     begin.number.store(tagOf(first), std::memory_order_release);
+    __builtin_prefetch(&into.at(lane, first + slots), 1);  // for the next one, whoever stores it
 }
 
 }  // namespace vcfg::recorder

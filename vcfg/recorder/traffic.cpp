@@ -65,8 +65,14 @@ void received(const vcfg_msg_t& message, const Trip& trip) {
         return;
     }
     Thread& thread = mine();
+    const bool isNamed = thread.begun.kind == Kind::Received;
+    const uint16_t length = thread.begun.length;
     start(thread.begun, Kind::Received, thread, message, trip);
-    append(thread.begun, program_invocation_short_name);
+    if (isNamed) {
+        thread.begun.length = length;
+    } else {
+        append(thread.begun, program_invocation_short_name);
+    }
     open(*into, thread);
     if (bus::isRecorded()) {
         const std::string_view envelope(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE);
