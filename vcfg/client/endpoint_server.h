@@ -27,6 +27,7 @@ class EndpointServer final : public Server {
     bool isSuperseded() const override { return listener_.isSuperseded(); }
     int pollFd() override;
     MessagePtr receive(ConnectionId* from) override;
+    bool hasMore() const override { return !turns_.isEmpty(); }
     MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) override;
     int answer(ConnectionId to, const vcfg_msg_t& message) override;
     bool answerRequester(const vcfg_msg_t& message, ConnectionId preferred, int* code) override;

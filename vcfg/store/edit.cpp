@@ -23,9 +23,9 @@ const Object* tableAt(const Object& object, uint8_t depth) {
     return table;
 }
 
-int named(int code, const std::string& path, std::string* why) {
+int named(int code, const Object& object, const objIndex& iid, std::string* why) {
     if (code != VCFG_OK && why != nullptr) {
-        *why = path + ": " + *why;
+        *why = path(object, iid) + ": " + *why;
     }
     return code;
 }
@@ -38,7 +38,7 @@ int Edit::set(uint32_t oid, objIndex* iid, std::span<const std::byte> record, st
         return VCFG_ERR_INVALID;
     }
     touch(*object, *iid);
-    return named(store_.set(oid, *iid, record, why), path(*object, *iid), why);
+    return named(store_.set(oid, *iid, record, why), *object, *iid, why);
 }
 
 int Edit::write(uint32_t oid, objIndex* iid, std::string_view parameters, std::string* why) {
@@ -49,7 +49,7 @@ int Edit::write(uint32_t oid, objIndex* iid, std::string_view parameters, std::s
     touch(*object, *iid);
     const JsonPtr values = parseObject(parameters, why);
     const int code = values != nullptr ? store_.write(oid, *iid, values.get(), why) : VCFG_ERR_INVALID;
-    return named(code, path(*object, *iid), why);
+    return named(code, *object, *iid, why);
 }
 
 int Edit::add(uint32_t oid, objIndex* iid, std::string* why) {
@@ -62,7 +62,7 @@ int Edit::add(uint32_t oid, objIndex* iid, std::string* why) {
         added_.emplace_back(oid, iid->idx[iid->level - 1]);
         entries_.push_back({object, *iid, Fate::Came, {}, {}});
     }
-    return named(code, path(*object, *iid), why);
+    return named(code, *object, *iid, why);
 }
 
 // What lies deeper goes first, as who applies it may need what it lies below.
@@ -81,7 +81,7 @@ int Edit::remove(uint32_t oid, objIndex* iid, std::string* why) {
         }
         goes(*object, *iid);
     }
-    return named(store_.remove(oid, *iid, why), path(*object, *iid), why);
+    return named(store_.remove(oid, *iid, why), *object, *iid, why);
 }
 
 std::vector<Edited> Edit::end() {

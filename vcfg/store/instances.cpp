@@ -127,8 +127,9 @@ int Store::remove(uint32_t oid, const objIndex& iid, std::string* why) {
 void Store::noteInstance(const Object& object, Key key, bool came) {
     if (watcher_) {
         using Text = std::optional<std::string>;
-        const std::string at = path(object, iidOf(key, object.depth));
-        changes_.push_back({at, came ? Text() : Text(""), came ? Text("") : Text()});
+        const objIndex iid = iidOf(key, object.depth);
+        changes_.push_back(
+            {path(object, iid), came ? Text() : Text(""), came ? Text("") : Text(), &object, iid, nullptr});
     }
 }
 

@@ -40,6 +40,9 @@ struct Change {
     std::string path;
     std::optional<std::string> before;
     std::optional<std::string> after;
+    const model::Object* object;
+    objIndex iid;
+    const model::Parameter* parameter;  // null for none
 };
 using Watcher = std::function<void(const Change&)>;  // must not throw, and not call the store
 

@@ -68,7 +68,8 @@ void Store::noteValues(const Object& object, Key key, const std::byte* record, c
     if (!watcher_) {
         return;
     }
-    const std::string start = path(object, iidOf(key, object.depth)) + ".";
+    const objIndex iid = iidOf(key, object.depth);
+    const std::string start = path(object, iid) + ".";
     for (const Parameter& parameter : object.parameters) {
         if (isSame(parameter, record, other)) {
             continue;
@@ -76,7 +77,7 @@ void Store::noteValues(const Object& object, Key key, const std::byte* record, c
         std::string before = valueText(parameter, record);
         std::string after = valueText(parameter, other);
         if (before != after) {
-            changes_.push_back({start + parameter.name, std::move(before), std::move(after)});
+            changes_.push_back({start + parameter.name, std::move(before), std::move(after), &object, iid, &parameter});
         }
     }
 }

@@ -1,6 +1,7 @@
 // How a request changes the model, and the apply hooks that follow.
 #include <vcfg/fe.h>
 
+#include <algorithm>
 #include <new>
 
 #include "client/fe_wire.h"
@@ -59,8 +60,16 @@ int jobsFor(const Vcmd& vcmd, const std::vector<Edited>& edited, uint8_t forEid,
     return VCFG_OK;
 }
 
+bool takesRequests(const model::Object& object) {
+    return std::any_of(object.parameters.begin(), object.parameters.end(),
+                       [](const model::Parameter& parameter) { return parameter.isRequest(); });
+}
+
 // The hook, if there is one, has them in its input; who reads sees no request that is over.
 void endRequests(Vcmd& vcmd, const Edited& one) {
+    if (!takesRequests(*one.object)) {
+        return;
+    }
     std::vector<std::byte> record = one.after;
     bool any = false;
     for (const model::Parameter& parameter : one.object->parameters) {

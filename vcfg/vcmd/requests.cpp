@@ -126,8 +126,10 @@ std::string hookFailure(const HookRun& run) {
     return "hook " + run.call.program + " " + run.call.action + " " + run.call.path + " " + run.failure;
 }
 
+// What else has come is told by who waits for it next: to ask for it here would be a question more for each request.
 bool serveRequests(Vcmd& vcmd) {
-    for (unsigned served = 0; served < kMostAtOnce; ++served) {
+    unsigned served = 0;
+    do {
         Staged staged;
         staged.request.message = vcmd.server->receive(&staged.request.from);
         if (staged.request.message == nullptr) {
@@ -135,8 +137,8 @@ bool serveRequests(Vcmd& vcmd) {
         }
         serve(vcmd, staged);
         finish(vcmd, staged);
-    }
-    return true;
+    } while (++served < kMostAtOnce && vcmd.server->hasMore());
+    return vcmd.server->hasMore();
 }
 
 }  // namespace vcfg::vcmd

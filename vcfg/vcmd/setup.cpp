@@ -88,17 +88,13 @@ bool openEndpoint(Vcmd& vcmd) {
 
 // A secret's values are not told.
 void recordChange(const store::Change& change) {
-    const std::optional<model::Resolved> where = model::resolve(change.path);
-    if (!where) {
-        return;
-    }
-    const model::Parameter* parameter = where->parameter;
+    const model::Parameter* parameter = change.parameter;
     const bool isSecret = parameter != nullptr && parameter->isSecret();
     const auto told = [isSecret](const std::optional<std::string>& value) -> std::optional<std::string_view> {
         return isSecret && value && !value->empty() ? std::optional(model::kHidden) : value;
     };
-    const auto place = parameter != nullptr ? parameter - where->object->parameters.data() : recorder::kNoParameter;
-    recorder::changed(where->object->oid, static_cast<uint16_t>(place), where->iid, told(change.before),
+    const auto place = parameter != nullptr ? parameter - change.object->parameters.data() : recorder::kNoParameter;
+    recorder::changed(change.object->oid, static_cast<uint16_t>(place), change.iid, told(change.before),
                       told(change.after));
 }
 
