@@ -49,6 +49,17 @@ TEST_F(BusLoop, NothingIsMissedOfManySendersAtOnce) {
     EXPECT_EQ(200u, takeAll().size());
 }
 
+TEST_F(BusLoop, WhoBeginsToPollMissesNoCallThatHasCome) {
+    serve(kServer);
+    std::vector<std::unique_ptr<BareSocket>> callers;
+    for (uint32_t each = 0; each < 20; ++each) {
+        callers.push_back(std::make_unique<BareSocket>(kServer, true));
+        ASSERT_TRUE(callers.back()->send(wireMessage(kAsk, each + 1, 5, "hello")));
+    }
+    ASSERT_NE(nullptr, receive());
+    EXPECT_EQ(19u, takeAll().size());
+}
+
 TEST_F(BusLoop, ReceivingWithoutWaitingSaysThatThereIsNothing) {
     serve(kServer);
     vcfg_msg_t* message = nullptr;

@@ -147,6 +147,40 @@ TEST_F(BusPackets, MessagesOfOneSenderKeepTheirOrder) {
     }
 }
 
+TEST_F(BusPackets, NextCallArrivesAfterALateAnswer) {
+    BareSocket caller(kServer, true);
+    for (uint32_t each = 1; each <= 3; ++each) {
+        ASSERT_TRUE(caller.send(wireMessage(kAsk, each, 5, "hello")));
+        const Message request = receive();
+        ASSERT_NE(nullptr, request);
+        EXPECT_EQ(nullptr, receive(20));
+        EXPECT_EQ(VCFG_OK, answer(request, "reply"));
+        EXPECT_EQ("reply", caller.receive().substr(VCFG_MSG_HEADER_SIZE));
+    }
+}
+
+TEST_F(BusPackets, WhoDoesNotWaitForAnswersAsItSaidLosesNothing) {
+    BareSocket caller(kServer, true);
+    ASSERT_TRUE(caller.send(wireMessage(kAsk, 1, 5, "first")));
+    ASSERT_TRUE(caller.send(wireMessage(kAsk, 2, 6, "second")));
+    EXPECT_EQ(VCFG_OK, answer(receive(), "reply"));
+    ASSERT_TRUE(caller.send(wireMessage(kAsk, 3, 5, "third")));
+    EXPECT_EQ("second", payloadOf(receive()));
+    EXPECT_EQ("third", payloadOf(receive()));
+}
+
+TEST_F(BusPackets, CallerThatDiesBeforeItsAnswerIsForgotten) {
+    auto caller = std::make_unique<BareSocket>(kServer, true);
+    ASSERT_TRUE(caller->send(wireMessage(kAsk, 1, 5, "hello")));
+    caller.reset();
+    const Message request = receive();
+    ASSERT_NE(nullptr, request);
+    EXPECT_EQ(VCFG_ERR_NO_PEER, answer(request, "reply"));
+    BareSocket other(kServer, true);
+    ASSERT_TRUE(other.send(wireMessage(kAsk, 1, 5, "again")));
+    EXPECT_EQ("again", payloadOf(receive()));
+}
+
 TEST_F(BusPackets, ABusySenderDoesNotKeepOthersWaiting) {
     BareSocket busy;
     BareSocket patient;

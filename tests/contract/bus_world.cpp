@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -176,7 +177,14 @@ std::function<void(const Process::Ready&)> echoServer(uint8_t eid, const std::st
     };
 }
 
-BareSocket::BareSocket(uint8_t eid) : socket_(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
+BareSocket::BareSocket(uint8_t eid, bool inTurn) : socket_(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
+    if (inTurn) {
+        static uint32_t last = 0;
+        const uint32_t words[] = {0, static_cast<uint32_t>(getpid()), ++last};
+        sockaddr_un own{AF_UNIX, {'\0', 'v', 'c', 'f', 'g', '='}};
+        memcpy(own.sun_path + 6, words, sizeof words);
+        EXPECT_EQ(0, bind(socket_, reinterpret_cast<const sockaddr*>(&own), offsetof(sockaddr_un, sun_path) + 18));
+    }
     const sockaddr_un address = addressOf(runDirectory() + "/eid-" + std::to_string(eid));
     connected_ = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }

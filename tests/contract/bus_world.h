@@ -68,7 +68,9 @@ std::function<void(const Process::Ready&)> echoServer(uint8_t eid, const std::st
 // A socket that obeys no rule but its own.
 class BareSocket {
   public:
-    explicit BareSocket(uint8_t eid = kServer);
+    // One that is `inTurn` says of itself, as the library's do, that each packet waits for the answer to the one
+    // before.
+    explicit BareSocket(uint8_t eid = kServer, bool inTurn = false);
     ~BareSocket();
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;
