@@ -52,6 +52,17 @@ void start(Entry& entry, Kind kind, const Thread& thread, const vcfg_msg_t& mess
     entry.numbers = {message.type, endsOf(message), trip.connection, trip.order};
 }
 
+// Where the thread's last event was a message, too, the program's name stands there already.
+void beginReceived(Thread& thread, const vcfg_msg_t& message, const Trip& trip) {
+    Entry& entry = thread.begun;
+    const uint16_t named = entry.kind == Kind::Received ? entry.length : 0;
+    start(entry, Kind::Received, thread, message, trip);
+    entry.length = named;
+    if (named == 0) {
+        append(entry, program_invocation_short_name);
+    }
+}
+
 }  // namespace
 
 uint32_t freshConnection() {
@@ -65,14 +76,7 @@ void received(const vcfg_msg_t& message, const Trip& trip) {
         return;
     }
     Thread& thread = mine();
-    const bool isNamed = thread.begun.kind == Kind::Received;
-    const uint16_t length = thread.begun.length;
-    start(thread.begun, Kind::Received, thread, message, trip);
-    if (isNamed) {
-        thread.begun.length = length;
-    } else {
-        append(thread.begun, program_invocation_short_name);
-    }
+    beginReceived(thread, message, trip);
     open(*into, thread);
     if (bus::isRecorded()) {
         const std::string_view envelope(reinterpret_cast<const char*>(&message), VCFG_MSG_HEADER_SIZE);
