@@ -67,6 +67,12 @@ int forEach(const Selection& selection, bool refresh, const TakeRecord& take) {
     }
 }
 
+bool isThere(const Selection& selection) {
+    objIndex iid{};
+    Record record;
+    return !selection.isOne(&iid) || readOne(selection.object->oid, &iid, false, &record) != VCFG_ERR_NOT_FOUND;
+}
+
 int expand(const Selection& selection, const std::string& path, std::vector<objIndex>* iids) {
     objIndex one{};
     if (selection.isOne(&one)) {

@@ -12,6 +12,9 @@ namespace vcfgctl {
 using TakeRecord = std::function<void(const objIndex& iid, const void* record)>;
 int forEach(const Selection& selection, bool refresh, const TakeRecord& take);
 
+// Whether the only instance that can fit is there; true when there may be several.
+bool isThere(const Selection& selection);
+
 // All of them; no record is refreshed. `path` is what was asked for. An alias that nobody has is a failure.
 int expand(const Selection& selection, const std::string& path, std::vector<objIndex>* iids);
 // A failure: nobody has the alias.

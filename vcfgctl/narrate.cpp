@@ -3,8 +3,6 @@
 #include <sys/wait.h>
 #include <vcfg/loop.h>
 
-#include <cstdlib>
-
 #include "client/fe_wire.h"
 #include "names.h"
 #include "narrate_events.h"
@@ -91,7 +89,7 @@ std::string stepText(const Story& story, const Told& told) {
     }
     if (kind == "signal" || kind == "start") {
         return processText(story, told) + (kind == "start" ? " started " : " signalled ") +
-               processText(story, static_cast<uint32_t>(strtoul(what.c_str(), nullptr, 10)));
+               processText(story, processIn(told));
     }
     if (kind == "status" || kind == "failed") {
         return outcomeText(told);

@@ -46,6 +46,11 @@ std::string messageText(const Told& told) {
     return name.empty() ? typeText(told.entry.numbers[0]) : name;
 }
 
+bool isNotice(const Told& told) {
+    return told.entry.kind == vcfg::recorder::Kind::Event &&
+           (told.field(0) == "trouble" || told.field(0) == "relief" || told.field(0) == "clock");
+}
+
 // Commands may end in a line's end, which is nothing to show.
 std::string fieldText(const Told& told, size_t each) {
     const std::string_view text = told.field(each);
@@ -71,6 +76,13 @@ std::string linkText(const std::string& event) {
     return "link " + link + (state == "up" ? " came up" : " went down");
 }
 
+// "eth0.5: IPv4 default route was deleted", or what is about no device.
+std::string noticeText(const std::string& process, const std::string& what) {
+    const size_t colon = what.find(": ");
+    return colon < what.find(' ') ? process + " of " + what.substr(0, colon) + " noticed" + what.substr(colon)
+                                  : process + " noticed: " + what;
+}
+
 std::string eventText(const Story& story, const Told& told) {
     const std::string kind = fieldText(told, 0);
     const std::string what = fieldText(told, 2);
@@ -89,6 +101,9 @@ std::string eventText(const Story& story, const Told& told) {
     }
     if (kind == "timer") {
         return process + "'s timer " + quoted(what) + " ran out";
+    }
+    if (isNotice(told)) {
+        return noticeText(process, what);
     }
     if (kind == "command") {
         return process + " ran the command " + quoted(what);

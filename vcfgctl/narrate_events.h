@@ -15,6 +15,8 @@ std::string messageText(const Told& told);
 uint8_t sourceOf(const Told& told);
 uint8_t destinationOf(const Told& told);
 
+// Somebody has noticed what no message tells: a default route that went, a clock that was set.
+bool isNotice(const Told& told);
 // "cable eth0.5 pulled", of a link event's text.
 std::string linkText(const std::string& event);
 std::string eventText(const Story& story, const Told& told);

@@ -14,6 +14,9 @@ using vcfg::recorder::Kind;
 constexpr size_t kLongestChain = 64;
 // What a client reports later than this came of something else.
 constexpr int64_t kObeysWithinUs = 10000000;
+// What the result of a report says.
+constexpr uint32_t kLeadsOn = 1;
+constexpr uint32_t kIsTrouble = 2;
 
 bool isSame(const objIndex& left, const objIndex& right) {
     return left.level == right.level && std::equal(left.idx, left.idx + sizeof left.idx, right.idx);
@@ -66,13 +69,21 @@ void Story::takeStep(const Told& step) {
     if (kind == "timer") {
         timers_[step.field(1)] = &step;
     } else if (kind == "signal" || kind == "start") {
-        nudged_[static_cast<uint32_t>(strtoul(std::string(step.field(1)).c_str(), nullptr, 10))] = &step;
+        nudged_[processIn(step)] = &step;
     } else if (const Told* hook = begin(step.entry.event); kind == "report" && hook != nullptr) {
         programs_[reporterOf(*hook)] = step.field(1).substr(0, step.field(1).find(' '));
-        if (step.entry.numbers[0] != 0) {
+        if ((step.entry.numbers[0] & kLeadsOn) != 0) {
             nudged_[reporterOf(*hook)] = &step;
         }
     }
+}
+
+bool Story::isTrouble(const Told& begin) const {
+    const Told* const report = reportOf(begin);
+    if (report != nullptr) {
+        return (report->entry.numbers[0] & kIsTrouble) != 0;
+    }
+    return begin.field(0) == "trouble" || (begin.field(0) == "kernel" && begin.field(2).find(":down") != std::string_view::npos);
 }
 
 const Told* Story::reportOf(const Told& one) const {
@@ -136,6 +147,10 @@ const Told* Story::lastChange(const model::Object& object, const objIndex& iid,
 std::string Story::programOf(uint32_t process) const {
     const auto found = programs_.find(process);
     return found != programs_.end() ? found->second : "";
+}
+
+uint32_t processIn(const Told& step) {
+    return static_cast<uint32_t>(strtoul(std::string(step.field(1)).c_str(), nullptr, 10));
 }
 
 objIndex instanceOf(const Told& told) {

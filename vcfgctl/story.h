@@ -44,6 +44,8 @@ class Story {
 
     // What the program told that a begin is of: a client's hook says what the client has met. Null for none.
     const Told* reportOf(const Told& begin) const;
+    // A begin of which nothing good can come: a link went down, a client got nothing, somebody noticed a loss.
+    bool isTrouble(const Told& begin) const;
     // Which process has such an event: of a report the one that the hook runs for.
     static uint32_t reporterOf(const Told& begin) { return begin.entry.numbers[0]; }
 
@@ -72,5 +74,7 @@ struct Changed {
 // False when the entry is none, or of another data model.
 bool toChanged(const Told& told, Changed* changed);
 objIndex instanceOf(const Told& told);
+// Of a step that has started or signalled one.
+uint32_t processIn(const Told& step);
 
 }  // namespace vcfgctl

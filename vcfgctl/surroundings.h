@@ -11,23 +11,41 @@ namespace vcfgctl {
 
 class Surroundings {
   public:
-    Surroundings(const Story& story, const Finding& finding);
+    // Of an object, by its path; of those that lie on a device.
+    Surroundings(const Story& story, const std::string& path);
+    static Surroundings ofDevice(const Story& story, const std::string& device);
 
-    // The last run of a hook of the object's own, or of one that it names; null for none.
-    const Told* lastHook() const;
-    // The latest that links and clients of its devices have met since then, the latest of each; in order of time.
+    // What is wrong with the last run of a hook of the object's own, or of one that it names: the step that says it
+    // failed, or its begin when it has not ended; null for nothing.
+    const Told* hookTrouble() const;
+    // The latest that links and clients of its devices have met since then, and what was noticed of them, the latest of
+    // each; in order of time.
     std::vector<const Told*> metSince(int64_t timeUs) const;
+    // All parameters of these objects.
+    const std::vector<Finding>& parameters() const { return parameters_; }
+    // It is one of them, or lies above or below one.
+    bool isNear(const std::string& path) const;
+    bool isNamed(std::string_view device) const;
 
   private:
+    const Told* lastHook() const;
+    explicit Surroundings(const Story& story) : story_(story) {}
     void take(const std::string& path);
-    bool isNamed(std::string_view device) const;
-    // The device that an event is about; empty when it is about none.
-    std::string deviceOf(const Told& begin) const;
+    void takeValue(const Finding& finding);
+    bool isMet(const Told& told) const;
 
     const Story& story_;
     std::vector<std::string> paths_;
     std::vector<std::string> values_;
+    std::vector<Finding> parameters_;
 };
+
+// The device that an event is about; empty when it is about none.
+std::string deviceOf(const Story& story, const Told& begin);
+std::string hookTroubleText(const Told& trouble, int64_t nowUs);
+// "IP.Interface.1" of the last word of a hook's event.
+std::string pathOfHook(const Told& hook);
+bool isPath(const std::string& value);
 
 // The step that says how the command or hook ended; null when none does.
 const Told* endOf(const Story& story, const Told& begin);

@@ -2,7 +2,10 @@
 
 #include "ask.h"
 #include "client/deadline.h"
+#include "instances.h"
 #include "verb.h"
+#include "why_around.h"
+#include "why_gone.h"
 #include "why_not.h"
 #include "why_print.h"
 #include "why_ran.h"
@@ -20,6 +23,9 @@ void print(const Call& call, const Story& story, const std::vector<Finding>& fin
             printJson(story, finding);
         } else if (findings.size() == 1 || call.option("full") != nullptr) {
             printFull(story, finding, nowUs);
+            if (findings.size() == 1) {
+                printAround(story, finding);
+            }
         } else {
             printShort(story, finding, nowUs);
         }
@@ -35,6 +41,9 @@ int explain(const Call& call, const Story& story) {
             return refuse(path + ": " + why);
         }
         for (const Selection& selection : selections) {
+            if (!call.json && selections.size() == 1 && explainGone(story, selection) && !isThere(selection)) {
+                continue;
+            }
             const int status = findAll(story, selection, &findings);
             if (status != kDone) {
                 return status;

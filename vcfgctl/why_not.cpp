@@ -6,10 +6,13 @@
 
 #include "client/deadline.h"
 #include "client/fe_wire.h"
+#include "instances.h"
 #include "narrate.h"
 #include "surroundings.h"
 #include "value.h"
 #include "verb.h"
+#include "why_around.h"
+#include "why_gone.h"
 #include "why_print.h"
 
 namespace vcfgctl {
@@ -66,21 +69,13 @@ void take(Way& way, const Refusals& refusals, const Told& told, const Finding& f
     }
 }
 
-const Told* troubleOf(const Story& story, const Told* hook) {
-    if (hook == nullptr || isRunning(story, *hook)) {
-        return hook;
-    }
-    const Told* end = endOf(story, *hook);
-    return end != nullptr && isTrouble(*end) ? end : nullptr;
-}
-
 Way wayTo(const Story& story, const Refusals& refusals, const Finding& finding, const Surroundings& surroundings,
           const std::string& value) {
     Way way;
     for (const Told& told : story.all()) {
         take(way, refusals, told, finding, value);
     }
-    way.hook = troubleOf(story, surroundings.lastHook());
+    way.hook = surroundings.hookTrouble();
     return way;
 }
 
@@ -102,8 +97,7 @@ Ending endingOf(const Way& way, const Finding& finding, int64_t nowUs) {
         endings.push_back({way.refused, "a write was refused " + ago(*way.refused) + ": " + why});
     }
     if (way.hook != nullptr) {
-        const std::string what = way.hook->isBegin() ? " has not ended, it began " : " failed ";
-        endings.push_back({way.hook, "a hook of it, or of what it stands on," + what + ago(*way.hook)});
+        endings.push_back({way.hook, hookTroubleText(*way.hook, nowUs)});
     }
     const auto last = std::max_element(endings.begin(), endings.end(), [](const Ending& left, const Ending& right) {
         return left.at->timeUs() < right.at->timeUs();
@@ -124,16 +118,18 @@ Ending endingOf(const Way& way, const Finding& finding, int64_t nowUs) {
 
 void explainWay(const Story& story, const Refusals& refusals, const Finding& finding, const std::string& value) {
     const int64_t nowUs = vcfg::monotonicUs();
-    const Surroundings surroundings(story, finding);
+    const Surroundings surroundings(story, model::path(*finding.object, finding.iid));
     const Way way = wayTo(story, refusals, finding, surroundings, value);
     const Ending ending = endingOf(way, finding, nowUs);
     printf("%s is \"%s\", not \"%s\"\n  %s\n", finding.path().c_str(), finding.value.c_str(), value.c_str(),
            ending.text.c_str());
+    const std::vector<Link> chain = ending.at != nullptr ? story.chainTo(ending.at->entry.event) : std::vector<Link>();
     if (ending.at != nullptr) {
         puts("");
-        printChain(story, story.chainTo(ending.at->entry.event), ending.at->isBegin() ? nullptr : ending.at, nowUs);
+        printChain(story, chain, ending.at->isBegin() ? nullptr : ending.at, nowUs);
     }
-    printMet(story, surroundings.metSince(ending.at != nullptr ? ending.at->timeUs() : 0), nowUs);
+    printAround(story, surroundings, chain, ending.at != nullptr ? ending.at->timeUs() : 0, Around::All);
+    printUnsaved(story, finding);
 }
 
 // Why no write can make it so; empty when one can.
@@ -147,6 +143,7 @@ void explainFinding(const Story& story, const Refusals& refusals, const Finding&
     const std::string never = whyNever(finding, value);
     if (finding.value == value) {
         printFull(story, finding, vcfg::monotonicUs());
+        printAround(story, finding);
     } else if (!never.empty()) {
         printf("%s is \"%s\", and cannot be \"%s\"\n  whoever writes it is refused: %s\n", finding.path().c_str(),
                finding.value.c_str(), value.c_str(), never.c_str());
@@ -165,6 +162,9 @@ int explainNot(const std::string& assignment, const Story& story) {
     std::vector<Finding> findings;
     if (selections.empty() || selections.front().parameter == nullptr) {
         return refuse(assignment + ": " + why);
+    }
+    if (explainGone(story, selections.front()) && !isThere(selections.front())) {
+        return kDone;
     }
     const int status = findAll(story, selections.front(), &findings);
     const Refusals refusals = refusalsIn(story);

@@ -24,11 +24,11 @@ bool isWriteTaken(const Told& begin) {
     return begin.entry.kind == Kind::Received && (begin.entry.numbers[1] >> 8 & 0xff) == VCFG_EID_VCMD;
 }
 
-std::string becauseText(const Story& story, const Finding& finding, int64_t nowUs) {
-    if (finding.chain.empty()) {
+std::string becauseText(const Story& story, const std::vector<Link>& chain, int64_t nowUs) {
+    if (chain.empty()) {
         return "";
     }
-    const Told& first = *finding.chain.front().begin;
+    const Told& first = *chain.front().begin;
     return causeText(story, first) + ", " + agoText(first.timeUs(), nowUs);
 }
 
@@ -75,20 +75,15 @@ void addChain(json_object* line, const Story& story, const Finding& finding) {
     json_object_object_add(line, "chain", steps);
 }
 
-// What a client's report has brought about may have gone on with the client.
-std::vector<const Told*> reportsSince(const Story& story, const Finding& finding) {
-    const Told* first = finding.chain.empty() ? nullptr : finding.chain.front().begin;
-    if (first == nullptr || story.reportOf(*first) == nullptr) {
-        return {};
-    }
-    std::vector<const Told*> last;
+// Times are told by the clock of now, which others than this one may have been told by.
+std::string clockSetSince(const Story& story, int64_t timeUs) {
+    std::string text;
     for (const Told& told : story.all()) {
-        if (told.timeUs() > finding.change->timeUs() && told.entry.kind == Kind::Event && told.field(0) == "program" &&
-            Story::reporterOf(told) == Story::reporterOf(*first) && story.reportOf(told) != nullptr) {
-            last = {&told};
+        if (told.timeUs() > timeUs && told.entry.kind == Kind::Event && told.field(0) == "clock") {
+            text = " (" + whatText(told) + " after that)";
         }
     }
-    return last;
+    return text;
 }
 
 json_object* textOrNull(bool there, const std::string& text) {
@@ -96,6 +91,13 @@ json_object* textOrNull(bool there, const std::string& text) {
 }
 
 }  // namespace
+
+void printSince(const Story& story, const std::vector<Link>& chain, int64_t timeUs, int64_t nowUs) {
+    printf("  since    %s, %s%s\n", clockText(timeUs, nowUs).c_str(), agoText(timeUs, nowUs).c_str(),
+           clockSetSince(story, timeUs).c_str());
+    const std::string because = becauseText(story, chain, nowUs);
+    printf("  because  %s\n\n", because.empty() ? "of something that the recorder no longer has" : because.c_str());
+}
 
 void printChain(const Story& story, const std::vector<Link>& chain, const Told* change, int64_t nowUs) {
     for (const Told* step : stepsOf(story, chain, change)) {
@@ -131,7 +133,6 @@ void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
         }
         return;
     }
-    const int64_t timeUs = finding.change->timeUs();
     if (finding.isCurrent()) {
         printf("%s is \"%s\"; before, it was \"%s\"\n", path.c_str(), finding.value.c_str(),
                valueBefore(*finding.change).c_str());
@@ -139,15 +140,12 @@ void printFull(const Story& story, const Finding& finding, int64_t nowUs) {
         printf("%s is \"%s\"; how it became that is not recorded. The last recorded change:\n", path.c_str(),
                finding.value.c_str());
     }
-    printf("  since    %s, %s\n", clockText(timeUs, nowUs).c_str(), agoText(timeUs, nowUs).c_str());
-    const std::string because = becauseText(story, finding, nowUs);
-    printf("  because  %s\n\n", because.empty() ? "of something that the recorder no longer has" : because.c_str());
+    printSince(story, finding.chain, finding.change->timeUs(), nowUs);
     printChain(story, finding.chain, finding.change, nowUs);
-    printMet(story, reportsSince(story, finding), nowUs);
 }
 
 void printShort(const Story& story, const Finding& finding, int64_t nowUs) {
-    const std::string because = becauseText(story, finding, nowUs);
+    const std::string because = becauseText(story, finding.chain, nowUs);
     const std::string why = finding.change == nullptr ? withoutRecorder(finding, nowUs)
                             : because.empty()         ? "changed " + agoText(finding.change->timeUs(), nowUs)
                                                       : because;

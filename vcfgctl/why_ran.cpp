@@ -6,6 +6,7 @@
 #include "narrate.h"
 #include "surroundings.h"
 #include "verb.h"
+#include "why_around.h"
 #include "why_print.h"
 
 namespace vcfgctl {
@@ -22,6 +23,15 @@ const Told* lastRun(const Story& story, const std::string& text) {
         last = isRun(told, text) ? &told : last;
     }
     return last;
+}
+
+// The first that the chain is about.
+std::string deviceIn(const Story& story, const std::vector<Link>& chain) {
+    std::string device;
+    for (const Link& link : chain) {
+        device = device.empty() ? deviceOf(story, *link.begin) : device;
+    }
+    return device;
 }
 
 }  // namespace
@@ -42,6 +52,9 @@ int explainRan(const std::string& text, const Story& story) {
         printf("  %12s  %s\n", agoText(end->timeUs(), nowUs).c_str(), outcomeText(*end).c_str());
     } else if (end == nullptr && isRunning(story, *ran)) {
         printf("  %12s  it has not ended\n", "so far");
+    }
+    if (const std::string device = deviceIn(story, chain); !device.empty()) {
+        printAround(story, Surroundings::ofDevice(story, device), chain, ran->timeUs(), Around::All);
     }
     return kDone;
 }

@@ -54,6 +54,12 @@ void end(uint32_t before) {
     thread.isMessage = false;
 }
 
+void note(std::string_view kind, std::string_view what) {
+    const uint32_t before = begin(kind, 0, what);
+    current();
+    end(before);
+}
+
 uint32_t current() {
     File* const into = file.load(std::memory_order_acquire);
     if (into == nullptr) {

@@ -18,6 +18,8 @@ inline bool isOn() {
 // An event of this thread, until end(); `cause` 0 stands for the event that the thread is at. Returns the latter.
 uint32_t begin(std::string_view kind, uint32_t cause, std::string_view what);
 void end(uint32_t before);
+// An event by itself, of something that no message tells: "trouble", "relief" when that is over, "clock".
+void note(std::string_view kind, std::string_view what);
 // To hand it on: it is kept with what it leads to. 0 for none.
 uint32_t current();
 // Only to compare and to note.

@@ -1,5 +1,6 @@
 #include "keeper.h"
 
+#include "recorder/events.h"
 #include "store/persist.h"
 #include "vlog.h"
 
@@ -22,6 +23,7 @@ void noteFailure(Keeper& keeper, const std::string& why) {
     keeper.due = Deadline::in(kRetryMs);
     if (keeper.trouble != why) {
         VCMD_LOG(VLOG_ERROR, "the configuration cannot be saved, which is tried again every second: %s", why.c_str());
+        recorder::note("trouble", "the configuration cannot be saved: " + why);
         keeper.trouble = why;
     }
 }
@@ -30,6 +32,7 @@ void noteSuccess(Keeper& keeper, const store::Store& store) {
     takeAsSaved(keeper, store);
     if (!keeper.trouble.empty()) {
         VCMD_LOG(VLOG_INFO, "the configuration is saved again");
+        recorder::note("relief", "the configuration is saved again");
         keeper.trouble.clear();
     }
 }

@@ -57,7 +57,8 @@ bool round(Vcmd& vcmd, const Fd& signals, bool more) {
     std::vector<pollfd> fds = {{vcmd.server->pollFd(), POLLIN, 0},
                                {signals.get(), POLLIN, 0},
                                {vcmd.announcer.watch.get(), POLLIN, 0},
-                               {vcmd.hookWatch.changes.get(), POLLIN, 0}};
+                               {vcmd.hookWatch.changes.get(), POLLIN, 0},
+                               {vcmd.clockWatch.news.get(), POLLIN, 0}};
     pollHooks(vcmd.hooks, fds);
     poll(fds.data(), fds.size(), more ? 0 : timeout(vcmd));
     if (fds[1].revents != 0) {
@@ -69,6 +70,7 @@ bool round(Vcmd& vcmd, const Fd& signals, bool more) {
     if (fds[3].revents != 0) {
         lookForHooks(vcmd.hookWatch, vcmd.hooks, vcmd.store);
     }
+    lookAtClock(vcmd.clockWatch);
     announce(vcmd.announcer);
     tendHooks(vcmd.hooks);
     const bool moreRequests = serveRequests(vcmd);
@@ -82,6 +84,7 @@ bool round(Vcmd& vcmd, const Fd& signals, bool more) {
 // What a round leaves undone, because memory is short, is found again in the next one.
 void serveOn(Vcmd& vcmd) {
     const Fd signals = openSignals();
+    openClockWatch(vcmd.clockWatch);
     lookAtRunDirectory(vcmd);
     bool more = true;
     while (!vcmd.stop) {

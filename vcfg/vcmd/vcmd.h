@@ -6,6 +6,7 @@
 
 #include "announce.h"
 #include "client/bus_server.h"
+#include "clock_watch.h"
 #include "hook_watch.h"
 #include "hooks.h"
 #include "keeper.h"
@@ -30,6 +31,7 @@ struct Vcmd {
     std::unique_ptr<bus::Server> server;
     Hooks hooks;
     HookWatch hookWatch;
+    ClockWatch clockWatch;
     Watchers watchers;
     Announcer announcer;
     bool levelsChanged = true;  // the daemons are to be told their log levels

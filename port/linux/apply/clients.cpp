@@ -72,7 +72,7 @@ bool startClient(const char* kind, const std::string& device) {
     const bool isDone = run({"/usr/libexec/tarn/start-client", kind, device});
     const pid_t started = processOf(startedPidFile(kind, device));
     if (started != 0) {
-        vcfgEventStep("start", std::to_string(started).c_str(), 0, nullptr, 0);
+        vcfgEventStep("start", (std::to_string(started) + " " + kind + " of " + device).c_str(), 0, nullptr, 0);
     }
     return isDone;
 }

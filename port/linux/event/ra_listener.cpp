@@ -7,6 +7,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <time.h>
 #include <unistd.h>
 #include <vcfg/msg_types.h>
 
@@ -16,6 +17,7 @@
 #include "advertisement.h"
 #include "client/standard_streams.h"
 #include "delivery.h"
+#include "routers.h"
 
 namespace {
 
@@ -76,8 +78,14 @@ int hopLimitOf(msghdr& header) {
     return 0;
 }
 
+int64_t nowMs() {
+    timespec time{};
+    clock_gettime(CLOCK_BOOTTIME, &time);
+    return int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
 // False when the socket is of no use any more.
-bool receive(int fd, const char* device) {
+bool receive(int fd, const char* device, Routers& routers) {
     uint8_t data[1500];
     char control[CMSG_SPACE(sizeof(int))];
     sockaddr_in6 sender{};
@@ -101,9 +109,18 @@ bool receive(int fd, const char* device) {
     inet_ntop(AF_INET6, &sender.sin6_addr, router, sizeof router);
     const auto advertisement = readAdvertisement(data, static_cast<size_t>(size), router);
     if (advertisement) {
+        routers.take(*advertisement, nowMs());
         deliver(VCFG_MSG_RA_INFO, advertisementPayload(*advertisement, device));
     }
     return true;
+}
+
+// The socket may wait longer than a router's time lasts.
+bool listen(int fd, const char* device, Routers& routers) {
+    pollfd waiting{fd, POLLIN, 0};
+    const int ready = poll(&waiting, 1, routers.remainingMs(nowMs()));
+    routers.look(nowMs());
+    return ready <= 0 || receive(fd, device, routers);
 }
 
 }  // namespace
@@ -120,7 +137,8 @@ int main(int count, char** words) {
         return 1;
     }
     solicitFirst(fd, words[1]);
-    while (receive(fd, words[1])) {
+    Routers routers(words[1]);
+    while (listen(fd, words[1], routers)) {
     }
     return 1;
 }

@@ -9,9 +9,14 @@
 
 namespace {
 
+// The result of the step, which those who tell it later know.
+constexpr int kLeadsOn = 1;
+constexpr int kIsTrouble = 2;
+
 struct Report {
     std::string text;
-    bool leadsOn = false;  // the client's next event comes of it
+    bool leadsOn = false;    // the client's next event comes of it
+    bool isTrouble = false;  // it could have done better
 };
 
 struct Word {
@@ -42,7 +47,7 @@ Report ofDhcpv4(const std::vector<std::string>& arguments) {
     std::string text = "udhcpc of " + variable("interface") + ": " + meaning(kWords, event);
     text += event == "bound" || event == "renew" ? " of " + lease() : "";
     text += event == "nak" && !message.empty() ? ", \"" + message + "\"" : "";
-    return {text, event == "nak"};
+    return {text, event == "nak", event != "bound" && event != "renew"};
 }
 
 Report ofDhcpv6(const std::vector<std::string>&) {
@@ -53,10 +58,11 @@ Report ofDhcpv6(const std::vector<std::string>&) {
                                {"EXPIRE6", "its DHCPv6 lease has ended"},
                                {"RELEASE6", "it has given its DHCPv6 lease back"},
                                {"STOP6", "it ends"}};
+    const std::string reason = variable("reason");
     const std::string prefix = variable("new_dhcp6_ia_pd1_prefix1");
-    std::string text = "dhcpcd of " + variable("interface") + ": " + meaning(kWords, variable("reason"));
+    std::string text = "dhcpcd of " + variable("interface") + ": " + meaning(kWords, reason);
     text += prefix.empty() ? "" : ", prefix " + prefix + "/" + variable("new_dhcp6_ia_pd1_prefix1_length");
-    return {text};
+    return {text, false, reason == "EXPIRE6" || reason == "RELEASE6" || reason == "STOP6"};
 }
 
 // As pppd's manual has them.
@@ -76,7 +82,7 @@ std::string endOfPpp(std::string_view status) {
 
 Report ofPpp(const std::vector<std::string>& arguments) {
     if (arguments[0] == "ended") {
-        return {"pppd of " + arguments[1] + ": " + endOfPpp(arguments[2])};
+        return {"pppd of " + arguments[1] + ": " + endOfPpp(arguments[2]), false, true};
     }
     constexpr Word kWords[] = {{"ip-up", "the link carries IPv4"},
                                {"ip-down", "the link carries IPv4 no more"},
@@ -84,7 +90,8 @@ Report ofPpp(const std::vector<std::string>& arguments) {
                                {"ipv6-down", "the link carries IPv6 no more"}};
     const std::string lasted = variable("CONNECT_TIME");
     return {"pppd of " + arguments[1] + ": " + meaning(kWords, arguments[0]) +
-            (lasted.empty() ? "" : ", after " + lasted + " s")};
+                (lasted.empty() ? "" : ", after " + lasted + " s"),
+            false, arguments[0] == "ip-down" || arguments[0] == "ipv6-down"};
 }
 
 Report ofDhcpServer(const std::vector<std::string>& arguments) {
@@ -106,7 +113,7 @@ void reportEvent(std::string_view client, const std::vector<std::string>& argume
     for (const Client& known : kClients) {
         if (known.name == client && arguments.size() >= known.arguments) {
             const Report report = known.report(arguments);
-            vcfgEventStep("report", report.text.c_str(), report.leadsOn ? 1 : 0, nullptr, 0);
+            vcfgEventStep("report", report.text.c_str(), (report.leadsOn ? kLeadsOn : 0) | (report.isTrouble ? kIsTrouble : 0), nullptr, 0);
         }
     }
 }

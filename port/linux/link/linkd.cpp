@@ -1,5 +1,6 @@
 // The platform kernel's link monitor: watches the namespace's links and sends the registered process an event for every
 // port that found or lost its link. With a folder, the file of the port's name there is touched when it finds its link.
+// Default routes that come and go are told to the flight recorder alone.
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <getopt.h>
@@ -12,11 +13,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "client/standard_streams.h"
+#include "default_routes.h"
 #include "kernel_event.h"
 #include "link_watch.h"
 #include "platform/linux/port_speed.h"
@@ -153,9 +156,13 @@ void readTruth(Watch& watch) {
 }
 
 [[noreturn]] void watchForever(Watch& watch, int fd) {
+    DefaultRoutes routes;
     for (;;) {
-        pollfd readable{.fd = fd, .events = POLLIN, .revents = 0};
-        poll(&readable, 1, anyWaiting(watch) ? retryMs : -1);
+        pollfd readable[] = {{.fd = fd, .events = POLLIN, .revents = 0}, {.fd = routes.fd(), .events = POLLIN, .revents = 0}};
+        poll(readable, std::size(readable), anyWaiting(watch) ? retryMs : -1);
+        if (readable[1].revents != 0) {
+            routes.look();
+        }
         std::vector<link_watch::Change> changes;
         switch (link_watch::read(fd, changes)) {
             case link_watch::Reading::changes:
