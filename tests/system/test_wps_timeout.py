@@ -32,3 +32,5 @@ def test_session_times_out_after_120_seconds(gateway):
     began = gateway.logged("wpsMsgSendWifidConfig: send msg rst = 0")[0]
     assert 119 <= seconds_between(began, end) < 120 + LATE
     assert [message_type for message_type, _ in gateway.asked()].count(STATUS) == 11
+    told = gateway.inside("vcfgctl", "why", path)
+    assert "VCFG_MSG_WPS_START" in told and "timer" in told, told
