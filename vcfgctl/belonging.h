@@ -31,6 +31,7 @@ class Belonging {
         : events_(std::move(events)), messages_(std::move(messages)) {}
     void begin(uint32_t event) { events_.insert(event); }
     void beginWithMessage(int64_t at) { messages_.insert(at); }
+    bool contains(uint32_t event) const { return events_.contains(event); }
     // Learns from the line; whether it belongs there, by what is known by now.
     bool take(const Bond& line);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kinship.h"
+#include "remembered.h"
 #include "sieve.h"
 #include "verb.h"
 
@@ -16,6 +17,8 @@ namespace {
 
 constexpr size_t kLongestLine = 1 << 20;
 constexpr size_t kMostLines = 1 << 20;
+// How far the daemon's memory is followed.
+constexpr int kMostSteps = 64;
 
 struct CloseFile {
     void operator()(FILE* file) const { fclose(file); }
@@ -51,17 +54,16 @@ class Cutting {
 
     // False when nothing tells of the event.
     bool select(uint32_t event) {
-        std::map<uint32_t, uint32_t> causes;
-        Kinship kin;
         bool isThere = false;
         for (const auto& [json, bond] : lines_) {
             isThere = isThere || bond.event == event;
             if (bond.event != 0 && bond.cause != 0) {
-                causes.emplace(bond.event, bond.cause);
+                causes_.emplace(bond.event, bond.cause);
             }
-            kin.learn(bond);
+            kin_.learn(bond);
+            past_.learn(bond, json.get());
         }
-        chain_ = kin.of(firstCause(causes, event));
+        follow({firstCause(event)});
         return isThere;
     }
 
@@ -73,6 +75,7 @@ class Cutting {
         }
         Sieve sieve(file, "event " + std::to_string(event));
         sieve.chain = chain_;
+        sieve.isWithStart = isWithStart();
         for (Line& line : lines_) {
             sieve.take(std::move(line.json));
         }
@@ -94,17 +97,39 @@ class Cutting {
         return true;
     }
 
+    // The chain, and what the daemon remembers for it, whose own chains it remembers for in turn.
+    void follow(std::set<uint32_t> roots) {
+        if (isWithStart()) {
+            roots.insert(past_.start().begin(), past_.start().end());
+        }
+        chain_ = kin_.of(roots);
+        size_t known = 0;
+        for (int step = 0; step < kMostSteps && known != roots.size(); ++step) {
+            known = roots.size();
+            for (const uint32_t event : past_.behind(chain_, step == 0)) {
+                roots.insert(firstCause(event));
+            }
+            chain_ = kin_.of(roots);
+        }
+    }
+
+    // The daemon did not run yet: a replay begins with its start.
+    bool isWithStart() const { return json_object_object_get(lines_.front().json.get(), "daemon") == nullptr; }
+
     // A circle ends where it began.
-    static uint32_t firstCause(const std::map<uint32_t, uint32_t>& causes, uint32_t event) {
+    uint32_t firstCause(uint32_t event) const {
         std::set<uint32_t> seen;
-        for (auto cause = causes.find(event); cause != causes.end() && seen.insert(event).second;
-             cause = causes.find(event)) {
+        for (auto cause = causes_.find(event); cause != causes_.end() && seen.insert(event).second;
+             cause = causes_.find(event)) {
             event = cause->second;
         }
         return event;
     }
 
     std::vector<Line> lines_;
+    std::map<uint32_t, uint32_t> causes_;
+    Kinship kin_;
+    Remembered past_;
     Belonging chain_;
 };
 

@@ -22,10 +22,10 @@ void Kinship::learn(const Bond& line) {
     }
 }
 
-Belonging Kinship::of(uint32_t event) const {
-    std::set<uint32_t> events{event};
+Belonging Kinship::of(const std::set<uint32_t>& roots) const {
+    std::set<uint32_t> events = roots;
     std::set<int64_t> messages;
-    std::vector<uint32_t> fresh{event};
+    std::vector<uint32_t> fresh(roots.begin(), roots.end());
     const auto take = [&](uint32_t each) {
         if (each != 0 && events.insert(each).second) {
             fresh.push_back(each);

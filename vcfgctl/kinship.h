@@ -13,7 +13,7 @@ class Kinship {
   public:
     void learn(const Bond& line);
     // The event and all that came of it. What it has sent and begun belongs to it, and so does what it was received as.
-    Belonging of(uint32_t event) const;
+    Belonging of(const std::set<uint32_t>& roots) const;
 
   private:
     std::map<uint32_t, std::vector<uint32_t>> begun_;

@@ -16,6 +16,10 @@ bool Sieve::begins(const Bond& bond, json_object* line) const {
     return false;
 }
 
+bool Sieve::isOfStart(const Bond& bond, json_object* line) const {
+    return isWithStart && bond.kind == "log" && bond.event == 0 && textIn(line, "program") == "tarn";
+}
+
 // What came of something else was there all the same when the chain went on. What readers brought up to date comes
 // again by itself.
 void Sieve::takeChange(JsonPtr line, bool belongs) {
@@ -38,7 +42,7 @@ void Sieve::take(JsonPtr line) {
     if (begins(bond, line.get())) {
         bond.isMessage() ? chain.beginWithMessage(bond.at) : chain.begin(bond.event);
     }
-    const bool belongs = chain.take(bond);
+    const bool belongs = chain.take(bond) || isOfStart(bond, line.get());
     if (bond.kind == "datagram" && !belongs) {
         datagram_ = std::move(line);
         return;

@@ -16,12 +16,15 @@ class Sieve {
 
     // The chain that is wanted; before any line.
     Belonging chain;
+    // What the daemon says before it is at anything is wanted, too.
+    bool isWithStart = false;
     // As they happen: each thing that reaches somebody and has this text in it begins a chain, too.
     void beginWith(const std::string& text) { text_ = text; }
 
     void take(JsonPtr line);
 
   private:
+    bool isOfStart(const Bond& bond, json_object* line) const;
     bool begins(const Bond& bond, json_object* line) const;
     void takeChange(JsonPtr line, bool belongs);
 
