@@ -30,9 +30,10 @@ void Remembered::put(std::string subject, uint32_t event, bool isSubject) {
 }
 
 void Remembered::learnStart(const Bond& bond, json_object* line) {
-    if (isStarting_ && bond.event != 0 && isDaemons(line)) {
+    const bool isOwnThread = bond.kind == "thread" && bond.cause == 0;
+    if ((isStarting_ || isOwnThread) && bond.event != 0 && isDaemons(line)) {
         start_.insert(bond.event);
-        isStarting_ = bond.kind != "kernel" && bond.kind != "received";
+        isStarting_ = isStarting_ && bond.kind != "kernel" && bond.kind != "received";
     }
 }
 
@@ -55,6 +56,8 @@ void Remembered::learn(const Bond& bond, json_object* line) {
         put("timer " + textIn(line, "what"), bond.event, false);
     } else if (bond.kind == "kernel") {
         put("kernel " + deviceIn(line), bond.event, true);
+    } else if (bond.kind == "command") {
+        put("command " + textIn(line, "what"), bond.cause, true);
     }
 }
 
