@@ -106,7 +106,7 @@ class Cutting {
         size_t known = 0;
         for (int step = 0; step < kMostSteps && known != roots.size(); ++step) {
             known = roots.size();
-            for (const uint32_t event : past_.behind(chain_, step == 0)) {
+            for (const uint32_t event : past_.behind(chain_)) {
                 roots.insert(firstCause(event));
             }
             chain_ = kin_.of(roots);

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <map>
 
+#include "hook_runs.h"
 #include "narrate_events.h"
 
 namespace vcfgctl {

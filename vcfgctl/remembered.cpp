@@ -9,23 +9,27 @@ bool isDaemons(json_object* line) {
     return textIn(line, "program") == "tarn";
 }
 
+// All link events, and messages that bring nobody's news but have the daemon look.
+constexpr const char* kLook = "look";
+
 // Of a question and of its answer.
 std::string requestText(int64_t peer, json_object* line) {
     const int64_t id = numberIn(line, "id");
     return id == 0 ? "" : "request " + std::to_string(peer) + " " + std::to_string(id);
 }
 
-std::string deviceIn(json_object* line) {
-    const std::string what = textIn(line, "what");
-    return what.substr(0, what.find(':'));
+// It says nothing but that there is something to look at.
+bool isBare(json_object* line) {
+    return textIn(line, "text").empty() && textIn(line, "hex").empty();
 }
 
 }  // namespace
 
-void Remembered::put(std::string subject, uint32_t event, bool isSubject) {
+void Remembered::put(std::string subject, uint32_t event) {
     if (!subject.empty()) {
+        const bool looksAtLinks = subject == kLook;
         bySubject_[subject].push_back(facts_.size());
-        facts_.push_back({std::move(subject), event, isSubject});
+        facts_.push_back({std::move(subject), event, looksAtLinks});
     }
 }
 
@@ -45,25 +49,23 @@ void Remembered::learn(const Bond& bond, json_object* line) {
         }
     } else if (bond.isMessage()) {
         const size_t first = facts_.size();
-        put("message " + textIn(line, "type") + " " + textIn(line, "text"), 0, true);
-        put(requestText(numberIn(line, "from"), line), 0, false);
+        put(isBare(line) ? kLook : "", 0);
+        put(requestText(numberIn(line, "from"), line), 0);
         for (size_t each = first; each < facts_.size(); ++each) {
             messages_[bond.at].push_back(each);
         }
     } else if (bond.kind == "reply" && isDaemons(line)) {
-        put(requestText(numberIn(line, "to"), line), bond.event, false);
+        put(requestText(numberIn(line, "to"), line), bond.event);
     } else if (bond.kind == "timer") {
-        put("timer " + textIn(line, "what"), bond.event, false);
+        put("timer " + textIn(line, "what"), bond.event);
     } else if (bond.kind == "kernel") {
-        put("kernel " + deviceIn(line), bond.event, true);
-    } else if (bond.kind == "command") {
-        put("command " + textIn(line, "what"), bond.cause, true);
+        put(kLook, bond.event);
     }
 }
 
 // 0 when there is none, or it is the chain's own.
-uint32_t Remembered::latest(size_t before, const Belonging& chain) const {
-    const std::vector<size_t>& same = bySubject_.find(facts_[before].subject)->second;
+uint32_t Remembered::latest(const std::string& subject, size_t before, const Belonging& chain) const {
+    const std::vector<size_t>& same = bySubject_.find(subject)->second;
     for (auto each = std::lower_bound(same.begin(), same.end(), before); each != same.begin();) {
         const uint32_t event = facts_[*--each].event;
         if (event != 0) {
@@ -73,14 +75,29 @@ uint32_t Remembered::latest(size_t before, const Belonging& chain) const {
     return 0;
 }
 
-std::set<uint32_t> Remembered::behind(const Belonging& chain, bool alsoSubjects) const {
+// Who looks at one link looks at all, and compares them with what was there when it looked before.
+std::set<uint32_t> Remembered::looksBefore(const Belonging& chain) const {
+    std::vector<uint32_t> looks;
+    size_t before = 0;  // the chain's last one
+    for (const Fact& fact : facts_) {
+        if (fact.looksAtLinks && chain.contains(fact.event)) {
+            before = looks.size();
+        } else if (fact.looksAtLinks) {
+            looks.push_back(fact.event);
+        }
+    }
+    return {looks.begin(), looks.begin() + static_cast<ptrdiff_t>(before)};
+}
+
+std::set<uint32_t> Remembered::behind(const Belonging& chain) const {
     std::set<uint32_t> events;
     for (size_t each = 0; each < facts_.size(); ++each) {
         const Fact& fact = facts_[each];
-        if (fact.event != 0 && chain.contains(fact.event) && (alsoSubjects || !fact.isSubject)) {
-            events.insert(latest(each, chain));
+        if (fact.event != 0 && !fact.looksAtLinks && chain.contains(fact.event)) {
+            events.insert(latest(fact.subject, each, chain));
         }
     }
+    events.merge(looksBefore(chain));
     events.erase(0);
     return events;
 }

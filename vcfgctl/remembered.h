@@ -1,5 +1,5 @@
 // What the daemon remembers from before a chain, as far as a recording shows it: who asked for what it answers now, who
-// set the timer that it goes on with, what it last heard of the same link, or what was last said in the same words.
+// set the timer that it goes on with, and how it found the links when it looked before.
 #pragma once
 
 #include <map>
@@ -15,9 +15,8 @@ class Remembered {
   public:
     void learn(const Bond& bond, json_object* line);
 
-    // The events that others than the chain's own go on with, each the latest before it. `alsoSubjects`: of links and
-    // words, too.
-    std::set<uint32_t> behind(const Belonging& chain, bool alsoSubjects) const;
+    // The events of others that the chain goes on with: the latest of a request or a timer, all looks at links.
+    std::set<uint32_t> behind(const Belonging& chain) const;
     // What the daemon does by itself as it starts, and the first that it takes.
     const std::set<uint32_t>& start() const { return start_; }
 
@@ -26,11 +25,12 @@ class Remembered {
     struct Fact {
         std::string subject;
         uint32_t event = 0;  // of a message: that which the daemon has taken it as
-        bool isSubject = false;
+        bool looksAtLinks = false;
     };
-    void put(std::string subject, uint32_t event, bool isSubject);
+    void put(std::string subject, uint32_t event);
     void learnStart(const Bond& bond, json_object* line);
-    uint32_t latest(size_t before, const Belonging& chain) const;
+    uint32_t latest(const std::string& subject, size_t before, const Belonging& chain) const;
+    std::set<uint32_t> looksBefore(const Belonging& chain) const;
 
     std::vector<Fact> facts_;
     std::map<std::string, std::vector<size_t>> bySubject_;

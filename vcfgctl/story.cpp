@@ -83,7 +83,8 @@ bool Story::isTrouble(const Told& begin) const {
     if (report != nullptr) {
         return (report->entry.numbers[0] & kIsTrouble) != 0;
     }
-    return begin.field(0) == "trouble" || (begin.field(0) == "kernel" && begin.field(2).find(":down") != std::string_view::npos);
+    return begin.field(0) == "trouble" ||
+           (begin.field(0) == "kernel" && begin.field(2).find(":down") != std::string_view::npos);
 }
 
 const Told* Story::reportOf(const Told& one) const {

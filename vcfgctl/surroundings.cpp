@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <map>
 
-#include "model/path_parts.h"
+#include "devices.h"
+#include "hook_runs.h"
 #include "instances.h"
+#include "model/path_parts.h"
 #include "narrate.h"
 #include "narrate_events.h"
 #include "verb.h"
@@ -32,33 +34,9 @@ std::vector<std::string> withParents(const std::string& path) {
     return paths;
 }
 
-// "eth0.5" is not what "eth0.50" names, nor "eth0" what "eth0.5" does.
-bool goesOn(std::string_view rest) {
-    return !rest.empty() && (isalnum(static_cast<unsigned char>(rest[0])) != 0 ||
-                             (rest[0] == '.' && rest.size() > 1 && isdigit(static_cast<unsigned char>(rest[1])) != 0));
-}
-
-bool names(std::string_view text, std::string_view device) {
-    for (size_t at = text.find(device); at != text.npos; at = text.find(device, at + 1)) {
-        const bool isBegin = at == 0 || isalnum(static_cast<unsigned char>(text[at - 1])) == 0;
-        if (isBegin && !goesOn(text.substr(at + device.size()))) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // What about the whole gateway was noticed concerns whom it concerns.
 bool isOfAll(const Told& told, const std::vector<std::string>& paths) {
     return told.field(0) == "clock" && !paths.empty() && paths.front() == "Time";
-}
-
-// One may notice several things of a device: they begin with another word.
-std::string kindOf(const Told& told) {
-    const std::string_view text = told.field(2);
-    const size_t begin = isNotice(told) ? text.find(": ") : text.npos;
-    return begin == text.npos ? std::string(told.field(0))
-                              : std::string(text.substr(begin, text.find(' ', begin + 2) - begin));
 }
 
 }  // namespace
@@ -98,8 +76,7 @@ void Surroundings::take(const std::string& path) {
     paths_.push_back(path);
     const std::vector<Selection> selections = selectInstances(path, &why);
     std::vector<Finding> findings;
-    if (selections.empty() || !isThere(selections.front()) ||
-        findAll(story_, selections.front(), &findings) != kDone) {
+    if (selections.empty() || !isThere(selections.front()) || findAll(story_, selections.front(), &findings) != kDone) {
         return;
     }
     parameters_.insert(parameters_.end(), findings.begin(), findings.end());
@@ -121,33 +98,14 @@ void Surroundings::takeValue(const Finding& finding) {
 }
 
 bool Surroundings::isNamed(std::string_view device) const {
-    return !device.empty() &&
-           std::any_of(values_.begin(), values_.end(), [&](const std::string& value) { return names(value, device); });
+    return !device.empty() && std::any_of(values_.begin(), values_.end(),
+                                          [&](const std::string& value) { return namesDevice(value, device); });
 }
 
 bool Surroundings::isNear(const std::string& path) const {
     return std::any_of(paths_.begin(), paths_.end(), [&](const std::string& own) {
         return own == path || own.starts_with(path + ".") || path.starts_with(own + ".");
     });
-}
-
-std::string deviceOf(const Story& story, const Told& begin) {
-    if (begin.entry.kind != Kind::Event) {
-        return "";
-    }
-    if (begin.field(0) == "kernel" || isNotice(begin)) {
-        const std::string text = fieldText(begin, 2);
-        return text.substr(0, std::min(text.find(':'), text.find(' ')));
-    }
-    const Told* report = begin.field(0) == "program" ? story.reportOf(begin) : nullptr;
-    const std::string text = report != nullptr ? fieldText(*report, 1) : "";
-    const size_t of = text.find(" of ");
-    return of == text.npos ? "" : text.substr(of + 4, text.find(": ", of) - of - 4);
-}
-
-std::string pathOfHook(const Told& hook) {
-    const std::string what = fieldText(hook, 2);
-    return what.substr(what.rfind(' ') + 1);
 }
 
 const Told* Surroundings::lastHook() const {
@@ -169,11 +127,6 @@ const Told* Surroundings::hookTrouble() const {
     return end != nullptr && isTrouble(*end) ? end : nullptr;
 }
 
-std::string hookTroubleText(const Told& trouble, int64_t nowUs) {
-    const std::string what = trouble.isBegin() ? " has not ended, it began " : " failed ";
-    return "a hook of it, or of what it stands on," + what + agoText(trouble.timeUs(), nowUs);
-}
-
 bool Surroundings::isMet(const Told& told) const {
     return isNamed(deviceOf(story_, told)) || isOfAll(told, paths_);
 }
@@ -192,21 +145,6 @@ std::vector<const Told*> Surroundings::metSince(int64_t timeUs) const {
     std::sort(met.begin(), met.end(),
               [](const Told* left, const Told* right) { return left->timeUs() < right->timeUs(); });
     return met;
-}
-
-const Told* endOf(const Story& story, const Told& begin) {
-    const Told* end = nullptr;
-    for (const Told* step : story.stepsOf(begin.entry.event)) {
-        const bool isEnd = step->entry.kind == Kind::Step && (step->field(0) == "status" || step->field(0) == "failed");
-        end = isEnd && (end == nullptr || step->field(0) == "failed") ? step : end;
-    }
-    return end;
-}
-
-bool isRunning(const Story& story, const Told& begin) {
-    const auto brief = std::find_if(story.all().begin(), story.all().end(),
-                                    [](const Told& told) { return told.lane == vcfg::recorder::Lane::Brief; });
-    return endOf(story, begin) == nullptr && brief != story.all().end() && brief->timeUs() <= begin.timeUs();
 }
 
 }  // namespace vcfgctl

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "client/deadline.h"
+#include "hook_runs.h"
 #include "narrate.h"
 #include "standing.h"
 #include "why_print.h"

@@ -6,6 +6,7 @@
 
 #include "client/deadline.h"
 #include "client/fe_wire.h"
+#include "hook_runs.h"
 #include "instances.h"
 #include "narrate.h"
 #include "surroundings.h"

@@ -3,6 +3,8 @@
 #include <cstdio>
 
 #include "client/deadline.h"
+#include "devices.h"
+#include "hook_runs.h"
 #include "narrate.h"
 #include "surroundings.h"
 #include "verb.h"

@@ -187,7 +187,7 @@ def test_only_a_regular_file_is_written(bus):  # noqa: F811
     assert not (bus.home / "elsewhere").exists()
 
 
-HEADER = {"recording": 1, "release": "1", "model": "0", "t_mono_us": 1, "clock": "2026-01-01T00:00:00Z", "daemon": None}
+HEADER = {"recording": 1, "release": "1", "model": "0", "t_mono_us": 1, "clock": "2026-01-01T00:00:00Z", "daemon": 41}
 STORY = [
     HEADER,
     {"kind": "object", "path": "IP", "values": {}},
@@ -197,7 +197,7 @@ STORY = [
     {"at": 4, "kind": "received", "of": 3, "event": 8, "cause": 7},
     {"at": 5, "kind": "change", "path": "IP.X", "by": "eid 15", "event": 8},
     {"at": 6, "kind": "datagram", "hex": "01"},
-    {"at": 7, "kind": "kernel", "what": "eth0.5:up", "event": 9},
+    {"at": 7, "kind": "timer", "what": "x", "event": 9},
     {"at": 8, "kind": "command", "what": "ls", "event": 10, "cause": 9},
     {"at": 9, "kind": "message", "from": 0, "to": 2, "type": "0x2", "program": "hook"},
     {"at": 10, "kind": "received", "of": 9, "event": 11},
@@ -214,7 +214,7 @@ def cut(bus, event, story=None):  # noqa: F811
     return [line.get("at") for line in lines]
 
 
-@pytest.mark.parametrize("event, left", [(7, [1, 2, 3, 4, 5]), (8, [1, 2, 3, 4, 5]), (10, [5, 6, 7, 8]), (11, [5, 9, 10])])
+@pytest.mark.parametrize("event, left", [(7, [1, 2, 3, 4, 5]), (8, [1, 2, 3, 4, 5]), (10, [5, 7, 8]), (11, [5, 9, 10])])
 def test_what_is_left_is_from_the_first_cause_to_all_that_came_of_it(quiet_bus, event, left):  # noqa: F811
     assert cut(quiet_bus, event) == [None, None, *left, 11]
 
@@ -223,6 +223,35 @@ def test_change_that_came_of_something_else_is_left_as_what_was_there(quiet_bus)
     cut(quiet_bus, 10)
     (change,) = [json.loads(line) for line in (quiet_bus.home / "out").read_text().splitlines() if '"change"' in line]
     assert change["by"] == "elsewhere"
+
+
+TAKEN = {"kind": "received", "program": "tarn"}
+REMEMBERED = {
+    "who is answered": ([{"at": 1, "kind": "call", "from": 250, "to": 2, "type": "0x1", "id": 7, "text": "x", "program": "x"},
+                         {**TAKEN, "at": 2, "of": 1, "event": 2}, {**TAKEN, "at": 3, "of": 99, "event": 3},
+                         {"at": 4, "kind": "timer", "what": "x", "event": 9},
+                         {"at": 5, "kind": "reply", "from": 2, "to": 250, "type": "0x1", "id": 7, "program": "tarn", "event": 9}], [1, 2, 4, 5]),
+    "timer that goes on": ([{"at": 1, "kind": "timer", "what": "poll", "result": 5, "event": 2}, {"at": 2, "kind": "timer", "what": "other", "event": 3},
+                            {"at": 3, "kind": "timer", "what": "poll", "result": 5, "event": 4}, {"at": 4, "kind": "timer", "what": "poll", "event": 9}],
+                           [1, 3, 4]),
+    "looks at links": ([{"at": 1, "kind": "kernel", "what": "ptm0:up", "event": 2}, {"at": 2, "kind": "timer", "what": "x", "event": 3},
+                        {"at": 3, "kind": "message", "from": 0, "to": 2, "type": "0x2", "program": "hook"}, {**TAKEN, "at": 4, "of": 3, "event": 4},
+                        {"at": 5, "kind": "kernel", "what": "eth0.5:up", "event": 9}, {"at": 6, "kind": "kernel", "what": "ptm0:down", "event": 10}],
+                       [1, 3, 4, 5]),
+}
+
+
+@pytest.mark.parametrize("story, left", REMEMBERED.values(), ids=REMEMBERED)
+def test_what_the_daemon_remembers_for_a_chain_comes_with_it(quiet_bus, story, left):  # noqa: F811
+    assert cut(quiet_bus, 9, [HEADER, *story]) == [None, *left]
+
+
+def test_start_of_the_daemon_comes_with_a_chain_that_it_is_recorded_with(quiet_bus):  # noqa: F811
+    start = [{"at": 1, "kind": "log", "program": "tarn", "text": "x"}, {"at": 2, "kind": "command", "program": "tarn", "what": "ls", "event": 2},
+             {"at": 3, "kind": "thread", "program": "tarn", "event": 3}, {"at": 4, "kind": "kernel", "program": "tarn", "what": "x:up", "event": 4},
+             {"at": 5, "kind": "timer", "program": "tarn", "what": "x", "event": 5}, {"at": 6, "kind": "timer", "what": "y", "event": 9}]
+    assert cut(quiet_bus, 9, [{**HEADER, "daemon": None}, *start]) == [None, 1, 2, 3, 4, 6]
+    assert cut(quiet_bus, 9, [HEADER, *start]) == [None, 6]
 
 
 def test_first_line_stays_whatever_else_it_says(quiet_bus):  # noqa: F811

@@ -175,14 +175,29 @@ def test_how_slow_the_machine_was_is_no_difference(replayed):
     assert done.returncode == DONE, done.stdout + done.stderr
 
 
+def cut(tmp_path, story, event):
+    part = tmp_path / "part.jsonl"
+    subprocess.run([State().build / "bin" / "vcfgctl", "record", "--cut", str(event), FOLDER / f"{story}.jsonl", part], check=True)
+    return part
+
+
+def last_of(story, kind):
+    return [line["event"] for line in lines(story) if line["kind"] == kind and line.get("program") == "tarn" and "event" in line][-1]
+
+
 def test_recording_that_is_cut_to_a_chain_is_played_and_says_what_it_is(tmp_path):
     event = next(line["event"] for line in lines("cable") if line.get("kind") == "kernel" and line["what"].startswith("eth0.5:down"))
-    part = tmp_path / "part.jsonl"
-    subprocess.run([State().build / "bin" / "vcfgctl", "record", "--cut", str(event), FOLDER / "cable.jsonl", part], check=True)
+    part = cut(tmp_path, "cable", event)
     assert 0 < len(part.read_text().splitlines()) < len(lines("cable"))
     done = replay(part)
     assert done.returncode == DONE, done.stdout + done.stderr
     assert f"part: it holds only what came of event {event}: " in done.stdout and done.stdout.count("\n") == 2
+
+
+@pytest.mark.parametrize("story, kind", [("wps", "timer"), ("first_boot", "reply")], ids=["timer that was set before", "with the daemon's start"])
+def test_chain_that_goes_on_with_what_was_before_it_is_played_with_that(tmp_path, story, kind):
+    done = replay(cut(tmp_path, story, last_of(story, kind)))
+    assert done.returncode == DONE, done.stdout + done.stderr
 
 
 @pytest.mark.parametrize("one, other", [

@@ -20,11 +20,25 @@ def led_there(passed):
     return [passed[index] for index in sorted({*done, *reached})]
 
 
+ELSEWHERE = "elsewhere"
+
+
 def arranged(lines):
-    """Values that the daemon had refreshed are there before what made it ask."""
+    """Values that the daemon had refreshed are there before what made it ask; and what had come of other chains, before what
+    the daemon took only then: it takes it sooner in a replay, where the other chains are not."""
     result = []
+    taken = {line["of"] for line in lines if line["kind"] == "received" and line.get("program") == "tarn" and "of" in line}
+    waiting = {}  # where messages are that the daemon has not taken yet, by their times
     for line in lines:
-        if line["kind"] == "change" and line.get("for") in DAEMON_EIDS:
+        if line["kind"] in ("message", "call") and line["at"] in taken:
+            waiting[line["at"]] = len(result)
+        elif line["kind"] == "received":
+            waiting.pop(line.get("of"), None)
+        if line["kind"] == "change" and line["by"] == ELSEWHERE and waiting:
+            place = min(waiting.values())
+            result.insert(place, line)
+            waiting = {at: index + 1 for at, index in waiting.items()}
+        elif line["kind"] == "change" and line.get("for") in DAEMON_EIDS:
             place = next((index for index in range(len(result), 0, -1) if reaches(result[index - 1]) and "for" not in result[index - 1]), 0)
             result.insert(max(0, place - 1), line)
         else:

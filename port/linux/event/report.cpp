@@ -113,7 +113,8 @@ void reportEvent(std::string_view client, const std::vector<std::string>& argume
     for (const Client& known : kClients) {
         if (known.name == client && arguments.size() >= known.arguments) {
             const Report report = known.report(arguments);
-            vcfgEventStep("report", report.text.c_str(), (report.leadsOn ? kLeadsOn : 0) | (report.isTrouble ? kIsTrouble : 0), nullptr, 0);
+            vcfgEventStep("report", report.text.c_str(),
+                          (report.leadsOn ? kLeadsOn : 0) | (report.isTrouble ? kIsTrouble : 0), nullptr, 0);
         }
     }
 }

@@ -44,7 +44,8 @@ bool DefaultRoutes::hasOther(const route_watch::Route& route) const {
 void DefaultRoutes::take(const route_watch::Change& change) {
     const bool isNews = change.isThere ? routes_.insert(change.route).second : routes_.erase(change.route) != 0;
     char device[IF_NAMESIZE];
-    if (!isNews || change.isListed || hasOther(change.route) || if_indextoname(change.route.device, device) == nullptr) {
+    if (!isNews || change.isListed || hasOther(change.route) ||
+        if_indextoname(change.route.device, device) == nullptr) {
         return;
     }
     change.isThere ? noticeRelief(device, textOf(change)) : noticeTrouble(device, textOf(change));

@@ -158,7 +158,8 @@ void readTruth(Watch& watch) {
 [[noreturn]] void watchForever(Watch& watch, int fd) {
     DefaultRoutes routes;
     for (;;) {
-        pollfd readable[] = {{.fd = fd, .events = POLLIN, .revents = 0}, {.fd = routes.fd(), .events = POLLIN, .revents = 0}};
+        pollfd readable[] = {{.fd = fd, .events = POLLIN, .revents = 0},
+                             {.fd = routes.fd(), .events = POLLIN, .revents = 0}};
         poll(readable, std::size(readable), anyWaiting(watch) ? retryMs : -1);
         if (readable[1].revents != 0) {
             routes.look();

@@ -116,8 +116,7 @@ bool read(int fd, std::vector<Change>& changes) {
     static char buffer[1 << 16];
     sockaddr_nl from{};
     socklen_t size = sizeof from;
-    const ssize_t got =
-        recvfrom(fd, buffer, sizeof buffer, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &size);
+    const ssize_t got = recvfrom(fd, buffer, sizeof buffer, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &size);
     changes.clear();
     if (got >= 0 && from.nl_pid == 0) {  // the kernel's own
         changes = decode({buffer, static_cast<size_t>(got)});
