@@ -182,7 +182,7 @@ def cut(tmp_path, story, event):
 
 
 def last_of(story, kind):
-    return [line["event"] for line in lines(story) if line["kind"] == kind and line.get("program") == "tarn" and "event" in line][-1]
+    return [line["event"] for line in lines(story) if line.get("kind") == kind and line.get("program") == "tarn" and "event" in line][-1]
 
 
 def test_recording_that_is_cut_to_a_chain_is_played_and_says_what_it_is(tmp_path):
