@@ -1,8 +1,9 @@
 # precompile(TARGET [LIKE OTHER] [HEADER...]): reads what most files of the house include once, and not once a file. A target
 # with the options of another takes what that one has read.
-# The native builds see that each file includes what it uses; the cross builds are there to be quick.
+# The ordinary builds see that each file includes what it uses; the cross builds and those with sanitizers are there to be
+# quick.
 function(precompile target)
-  if(NOT CMAKE_CROSSCOMPILING)
+  if(NOT TARN_PRECOMPILE)
     return()
   endif()
   cmake_parse_arguments(PARSE_ARGV 1 PRECOMPILE "" LIKE "")
