@@ -37,7 +37,8 @@ class Server {
     virtual MessagePtr receive(ConnectionId* from) = 0;
     // Whether it is known already that receive() has more to do; what is not known, pollFd() tells.
     virtual bool hasMore() const = 0;
-    // As receive(), waiting up to `timeoutMs` (negative: without limit); null with *code VCFG_ERR_TIMEOUT or VCFG_ERR_FAIL.
+    // As receive(), waiting up to `timeoutMs` (negative: without limit); null with *code VCFG_ERR_TIMEOUT or
+    // VCFG_ERR_FAIL.
     virtual MessagePtr wait(int timeoutMs, ConnectionId* from, int* code) = 0;
     // Answers on that connection, without blocking: VCFG_ERR_NO_PEER when it is gone or its owner does not take
     // answers, VCFG_ERR_FULL when its owner does not read, after which it is closed.
