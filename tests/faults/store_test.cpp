@@ -160,6 +160,23 @@ TEST_F(StoreFaults, WhatCouldNotBeEndedIsTakenForChanged) {
     EXPECT_GT(store->configurationRevision(), before + made);
 }
 
+// Their places are in a file that all of them write. What ends here takes those of its whole process along.
+void takePlacesOfReaders(const std::string& directory) {
+    EnvironmentPtr environment;
+    Files files;
+    std::string why;
+    ASSERT_EQ(openForReading(directory, &environment, &files, &why), VCFG_OK);
+    const Snapshot snapshot(environment.get());
+}
+
+TEST_F(StoreFaults, StoreWhosePlaceAmongTheReadersIsTakenGoesOn) {
+    for (const char* alias : {"one", "two"}) {
+        takePlacesOfReaders(directory);
+        EXPECT_EQ(name(*store, alias), VCFG_OK);
+        EXPECT_EQ(nameIn(*store), alias);
+    }
+}
+
 // Its file is another's now.
 TEST_F(StoreFaults, StoreThatCannotBeOpenedAnewIsLost) {
     fs::rename(dataFile(directory), directory + "/elsewhere");

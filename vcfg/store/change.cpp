@@ -95,10 +95,14 @@ int Store::attempt(const std::function<int()>& operation) {
     return code;
 }
 
-// Nothing in here may fail: the change is made.
+// The change is made: nothing that fails in here may say otherwise.
 void Store::concluded() {
     held_->committed->rest();
-    held_->committed->renew();
+    try {
+        held_->committed->renew();
+    } catch (const Failure&) {  // its place among the readers is another's: they all can write there
+        openAnew();
+    }
     ++revision_;
     configurationRevision_ += touchesConfiguration_ ? 1 : 0;
     tidyReaders();
