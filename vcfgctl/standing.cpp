@@ -51,9 +51,12 @@ bool isTold(const Finding& finding, const std::vector<Link>& chain) {
 }
 
 // Commands may be long, and are no more than a hint here.
-std::string shortened(const std::string& cause) {
+std::string shortened(std::string cause) {
     constexpr size_t kMost = 80;
-    return cause.size() <= kMost ? cause : cause.substr(0, kMost - 3) + "...";
+    if (cause.size() > kMost) {
+        cause.replace(kMost - 3, cause.npos, "...");
+    }
+    return cause;
 }
 
 Remark remarkOn(const Story& story, const Finding& finding) {

@@ -76,9 +76,11 @@ def test_client_that_died_is_started_again(connected):
 def test_client_that_does_not_end_is_killed_and_followed_by_the_next(connected):
     former = connected.processes("dhcpcd")
     connected.inside("killall", "-STOP", "dhcpcd")
+    mark = connected.mark()
     connected.inside("vcfgctl", "set", "DHCPv6.Client.1.RequestAddresses=false")
     eventually(lambda: set(connected.processes("dhcpcd")) - set(former), seconds=60)
     assert not set(connected.processes("dhcpcd")) & set(former)
+    taken(connected, DHCPV6, mark)
 
 
 def test_client_that_the_interface_starts_is_known_to_the_daemon(connected):

@@ -142,6 +142,7 @@ see = [
     {{ runs = "cat /var/log/gateway/{LOOKED_AT}", prints = "yes", within = "60 s", text = "somebody has looked" }},
 ]
 '''
+MOVES = re.compile(r"\x1b\[\d*[A-Z]")  # of the cursor, before what is drawn anew
 PANEL = (r"^links +eth0.1 up  eth0.2 out .*eth0.5 out", r"^LED +dark", r"^wan +eth0.5 +LowerLayerDown",
          r"^── live  step 4 of 4  .*4 of 5 seen")
 
@@ -166,7 +167,8 @@ def on_a_terminal(words, seen):
     try:
         while data := os.read(primary, 65536):
             shown += data
-            awaited = [pattern for pattern in awaited if not re.search(pattern, shown.decode(errors="replace"), re.M)]
+            text = MOVES.sub("", shown.decode(errors="replace"))
+            awaited = [pattern for pattern in awaited if not re.search(pattern, text, re.M)]
             if not awaited:
                 seen()
     except OSError:  # the other end is closed
