@@ -19,6 +19,7 @@ std::vector<Layer> layersOf(const Story& story) {
         }
     }
     std::vector<Layer> all;
+    all.reserve(layers.size());
     for (auto& [iid, layer] : layers) {
         all.push_back(std::move(layer));
     }

@@ -139,6 +139,7 @@ std::vector<const Told*> Surroundings::metSince(int64_t timeUs) const {
         }
     }
     std::vector<const Told*> met;
+    met.reserve(latest.size());
     for (const auto& one : latest) {
         met.push_back(one.second);
     }

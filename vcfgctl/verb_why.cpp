@@ -38,7 +38,7 @@ int explain(const Call& call, const Story& story) {
         std::string why;
         const std::vector<Selection> selections = select(path, &why);
         if (selections.empty()) {
-            return refuse(path + ": " + why);
+            return refuse(std::string(path).append(": ").append(why));
         }
         for (const Selection& selection : selections) {
             if (!call.json && selections.size() == 1 && explainGone(story, selection) && !isThere(selection)) {

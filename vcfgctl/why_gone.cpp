@@ -13,8 +13,6 @@
 namespace vcfgctl {
 namespace {
 
-namespace model = vcfg::model;
-
 constexpr uint32_t kDeleted = 1;
 
 bool isOf(const Selection& selection, const Changed& changed) {

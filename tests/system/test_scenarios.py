@@ -142,7 +142,7 @@ see = [
     {{ runs = "cat /var/log/gateway/{LOOKED_AT}", prints = "yes", within = "60 s", text = "somebody has looked" }},
 ]
 '''
-MOVES = re.compile(r"\x1b\[\d*[A-Z]")  # of the cursor, before what is drawn anew
+MOVES = re.compile(r"\x1b\[\d*[A-Z]|\r")  # of the cursor, before what is drawn anew
 PANEL = (r"^links +eth0.1 up  eth0.2 out .*eth0.5 out", r"^LED +dark", r"^wan +eth0.5 +LowerLayerDown",
          r"^── live  step 4 of 4  .*4 of 5 seen")
 

@@ -15,7 +15,7 @@ struct Route {
     uint32_t device = 0;  // its index
     uint32_t metric = 0;
 
-    auto operator<=>(const Route&) const = default;
+    auto operator<=>(const Route&) const = default;  // NOLINT(modernize-use-nullptr): taken for a zero
 };
 
 struct Change {
