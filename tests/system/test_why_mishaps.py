@@ -5,8 +5,9 @@ import time
 
 import pytest
 
-from links import HUNT_FINISHED, MAIL_EVENT, WAN, eventually
+from links import HUNT_FINISHED, MAIL_EVENT, WAN
 from mailbox import MailServer
+from why import told
 from wps import BUTTON, START, WEB_SERVER, Setup
 
 CLIENT = "DHCPv4.Client.1"
@@ -48,20 +49,6 @@ def gateway(booted):
 
 def client(gateway, signal):
     gateway.inside("sh", "-c", f'kill -{signal} "$(cat /var/run/udhcpc-{WAN}.pid)"')
-
-
-def told(gateway, *question, words):
-    """Waits until the answer to the question holds the words: the state that is asked about may be about to come."""
-    answers = []
-
-    def answer():
-        answers.append(gateway.run("vcfgctl", "why", *question).stdout)
-        return all(word in answers[-1] for word in words)
-    try:
-        eventually(answer)
-    except AssertionError as late:
-        raise AssertionError(f"{words} are not in:\n{answers[-1]}") from late
-    return answers[-1]
 
 
 def because(text):

@@ -8,6 +8,7 @@ import pytest
 from connections import isp
 from links import WAN, eventually
 from support import REPOSITORY
+from why import told
 from wps import Setup
 
 ROUTER = "Routing.RouteInformation.InterfaceSetting.1.SourceRouter"
@@ -27,20 +28,6 @@ def gateway(tmp_path_factory):
     eventually(lambda: booted.value(f"{PREFIX}.1.Status") == "Enabled" and booted.led() == "green")
     yield booted
     booted.down()
-
-
-def told(gateway, *question, words):
-    """Waits until the answer to the question holds the words: what is asked about may be about to come."""
-    answers = []
-
-    def answer():
-        answers.append(gateway.run("vcfgctl", "why", *question).stdout)
-        return all(word in answers[-1] for word in words)
-    try:
-        eventually(answer)
-    except AssertionError as late:
-        raise AssertionError(f"{words} are not in:\n{answers[-1]}") from late
-    return answers[-1]
 
 
 @contextlib.contextmanager
