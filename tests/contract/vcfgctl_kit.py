@@ -1,6 +1,7 @@
 """A bus of its own directory for each test of vcfgctl, with or without a real vcmd on it."""
 import json
 import os
+import socket
 import subprocess
 import time
 
@@ -43,7 +44,12 @@ class Bus:
 
     def start_vcmd(self):
         self.vcmd = self.start(VCMD, "--foreground")
-        wait_for(lambda: self.run("get", "IP.IPv4Enable").returncode == 0)
+        wait_for(self.is_served)
+
+    def is_served(self):
+        """By a vcmd: the model that an earlier one left can be read without."""
+        with socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET) as line:
+            return line.connect_ex(str(self.home / "run" / "eid-1")) == 0 and self.run("get", "IP.IPv4Enable").returncode == 0
 
     def run(self, *arguments, **more):
         return subprocess.run([VCFGCTL, *arguments], env=self.environment, capture_output=True, text=True,

@@ -12,52 +12,21 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "client/standard_streams.h"
 #include "delivery.h"
+#include "dhcpv4.h"
 #include "dhcpv6.h"
 #include "environment.h"
-#include "lease.h"
-#include "lease_end.h"
 #include "lease_event.h"
 #include "ppp.h"
 #include "report.h"
-#include "stored.h"
 
 namespace {
-
-// The client instance that this process serves, by its pid file; level 0 when there is none.
-objIndex clientOf(const std::string& pidFile) {
-    objIndex iid{};
-    while (const auto client = next<Dhcpv4Client>(iid)) {
-        if (client->X_VORAN_PidFile == pidFile) {
-            return iid;
-        }
-    }
-    return {};
-}
-
-// The options whose values the client instance keeps, by the names that it gives them.
-std::vector<WantedOption> wantedOptions(const objIndex& client) {
-    if (client.level == 0) {
-        return {{121, "opt121"}};
-    }
-    std::vector<WantedOption> wanted;
-    objIndex iid{};
-    while (true) {
-        void* found = nullptr;
-        const int result = vcfgFeSubInStructGetNext(RDM_OID_DHCPV4_CLIENT_REQ_OPT, &client, &iid, &found);
-        const Stored<Dhcpv4ClientReqOption> option(result == VCFG_OK ? static_cast<Dhcpv4ClientReqOption*>(found)
-                                                                     : nullptr);
-        if (option == nullptr) {
-            return wanted;
-        }
-        if (option->Enable != 0 && !option->Alias.empty()) {
-            wanted.push_back({option->Tag, option->Alias.c_str()});
-        }
-    }
-}
 
 struct Event {
     uint32_t type;
@@ -65,38 +34,13 @@ struct Event {
 };
 using Events = std::vector<Event>;
 
-bool holdsLease(const objIndex& client) {
-    const auto record = stored<Dhcpv4Client>(client);
-    return record != nullptr && (record->DHCPStatus == "Bound" || record->DHCPStatus == "Renewing");
-}
-
-// The daemon takes no lease for an interface that is not up yet: when the client keeps that one, it is new to the
-// daemon.
-LeaseEvent newToDaemon(LeaseEvent event, const objIndex& client) {
-    const bool isNew = event == LeaseEvent::Renewed && client.level != 0 && !holdsLease(client);
-    return isNew ? LeaseEvent::Bound : event;
-}
-
-// A refused or missing offer changes no lease.
 Events leaseEvents(const std::vector<std::string>& arguments) {
-    const auto said = leaseEvent(arguments[0]);
-    if (!said) {
+    const auto report = leaseReport(arguments[0]);
+    if (!report) {
         return {};
     }
-    const objIndex client = clientOf(pidFileOf(variable("interface")));
-    const LeaseEvent event = newToDaemon(*said, client);
-    return {{event == LeaseEvent::Renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION,
-             leasePayload(event, wantedOptions(client))}};
-}
-
-void noteLease(const std::string& word) {
-    const auto event = leaseEvent(word);
-    const std::string pidFile = pidFileOf(variable("interface"));
-    if (event == LeaseEvent::Lost) {
-        forgetLeaseEnd(pidFile);
-    } else if (event) {
-        noteLeaseEnd(pidFile, variable("lease"));
-    }
+    const bool renewed = report->event == LeaseEvent::Renewed;
+    return {{renewed ? VCFG_MSG_DHCPC_RENEWED : VCFG_MSG_DHCPC_OPTION, report->payload}};
 }
 
 Events lanEvents(const std::vector<std::string>& arguments) {
