@@ -1,6 +1,7 @@
 """A bus of its own directory for each test of vcfgctl, with or without a real vcmd on it."""
 import json
 import os
+import signal
 import socket
 import subprocess
 import time
@@ -82,7 +83,9 @@ class Bus:
     def end(self):
         for process in self.processes:
             process.terminate()
-            process.communicate()
+            # A test that failed may have left it stopped.
+            process.send_signal(signal.SIGCONT)
+            process.communicate(timeout=PATIENCE)
 
 
 @pytest.fixture
