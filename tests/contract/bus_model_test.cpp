@@ -210,6 +210,15 @@ TEST_F(BusModel, OfAnotherOwnerIsRefused) {
     EXPECT_NE(logged().find("belongs to somebody else"), std::string::npos);
 }
 
+TEST_F(BusModel, OfRootIsTrustedInAnotherUsersDirectory) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "no right to give a directory away";
+    }
+    { store::Store model = makeModel(directory); }
+    ASSERT_EQ(chown(directory.c_str(), 12345, 12345), 0);
+    EXPECT_EQ(readPair(), 0);
+}
+
 TEST_F(BusModel, ASuccessorsIsNoticed) {
     { store::Store model = makeModel(directory); }
     Shared goesOn;

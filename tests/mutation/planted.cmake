@@ -28,6 +28,7 @@ endforeach()
 foreach(target vcfg_reader vcfg_store vcfg_inside vcfg_client tarn_with_faults tarn_on_linux)
   plant(${target})
 endforeach()
-foreach(tests unit_tests unit_tests_linux os_tests thread_tests contract_inproc contract_bus_faults contract_bus vcmd_tests daemon_tests linux_tests)
+foreach(tests unit_tests unit_tests_linux os_tests thread_tests contract_inproc contract_bus_faults contract_bus vcmd_tests daemon_tests linux_tests
+        os_fault_tests vcmd_fault_tests fault_tests)
   target_sources(${tests} PRIVATE ${PROJECT_SOURCE_DIR}/tests/mutation/reached.cpp)
 endforeach()
