@@ -15,6 +15,7 @@ namespace sim {
 struct Errand {
     std::string name;
     std::vector<std::string> mayWrite;
+    uint64_t linkTurn = 0;  // in which it has done link work
 };
 
 namespace fibers {

@@ -106,6 +106,9 @@ int peerTakes(const vcfg_msg_t& message, uint32_t patienceMs, std::string* text,
         case VCFG_MSG_VC_HUNT_STOP:
             w.vcHunting = false;
             break;
+        case VCFG_MSG_INIT_DATAMODEL_FIN:
+            doLinkWork();
+            break;
         default:
             break;
     }

@@ -11,10 +11,11 @@ namespace {
 struct Command {
     std::string_view text;  // a command that ends in '*' begins so
     void (*does)(World& w);
+    bool isLinkWork = false;
 };
 constexpr Command kCommands[] = {
-    {"/usr/bin/wan adsl open", [](World& w) { w.lineOpen = true, lineChanges(); }},
-    {"/usr/bin/wan adsl close", [](World& w) { w.lineOpen = false, lineChanges(); }},
+    {"/usr/bin/wan adsl open", [](World& w) { w.lineOpen = true, lineChanges(); }, true},
+    {"/usr/bin/wan adsl close", [](World& w) { w.lineOpen = false, lineChanges(); }, true},
     {"echo 0 > /proc/tc3162/led_internet_red\n", [](World& w) { w.ledRed = false; }},
     {"echo 2 > /proc/tc3162/led_internet_red\n", [](World& w) { w.ledRed = true; }},
     {"echo 0 0 > /proc/tc3162/led_internet\n", [](World& w) { w.ledGreen = false; }},
@@ -22,16 +23,16 @@ constexpr Command kCommands[] = {
     {"killall vlanautohunt", [](World& w) { w.vlanHunting = false; }},
     {"killall vcautohunt", [](World& w) { w.vcHunting = false; }},
     {"killall br2684ctl", nullptr},
-    {"/userfs/bin/ethphxcmd eth0 wanactive enable", nullptr},
-    {"/userfs/bin/ethphxcmd eth0 wanactive disable", nullptr},
-    {"insmod /lib/modules/*", nullptr},
-    {"rmmod *", nullptr},
-    {"echo 1 > /proc/sys/vm/drop_caches", nullptr},
-    {"echo 0 >/proc/tc3162/ptm_do_reset_sequence", nullptr},
-    {"echo 1 >/proc/tc3162/ptm_do_reset_sequence", nullptr},
-    {"vlanctl --tx --if ptm*", nullptr},
-    {"rm -rf /tmp/quarterHours/", nullptr},
-    {"/usr/etc/initQuarterHourFiles.sh", nullptr},
+    {"/userfs/bin/ethphxcmd eth0 wanactive enable", nullptr, true},
+    {"/userfs/bin/ethphxcmd eth0 wanactive disable", nullptr, true},
+    {"insmod /lib/modules/*", nullptr, true},
+    {"rmmod *", nullptr, true},
+    {"echo 1 > /proc/sys/vm/drop_caches", nullptr, true},
+    {"echo 0 >/proc/tc3162/ptm_do_reset_sequence", nullptr, true},
+    {"echo 1 >/proc/tc3162/ptm_do_reset_sequence", nullptr, true},
+    {"vlanctl --tx --if ptm*", nullptr, true},
+    {"rm -rf /tmp/quarterHours/", nullptr, true},
+    {"/usr/etc/initQuarterHourFiles.sh", nullptr, true},
     {"/etc/init.d/*", nullptr},
     {"ip -6 ro*", nullptr},
     {"ftpget *", nullptr},
@@ -84,6 +85,9 @@ void lineGoesDown() {
 int platformRuns(const std::string& command) {
     for (const Command& known : kCommands) {
         if (matches(known.text, command)) {
+            if (known.isLinkWork) {
+                doLinkWork();
+            }
             if (known.does != nullptr) {
                 known.does(world());
             }

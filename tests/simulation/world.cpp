@@ -108,4 +108,13 @@ void checkWrites(const Errand& errand) {
     inproc::forgetReads();
 }
 
+void doLinkWork() {
+    uint64_t& own = fibers::errand().linkTurn;
+    if (own == 0) {
+        own = ++world().linkTurns;
+    } else if (own != world().linkTurns) {
+        broken("LinkWorkIsNotInterrupted", fibers::errand().name);
+    }
+}
+
 }  // namespace sim

@@ -99,6 +99,7 @@ struct World {
     std::set<std::string> lostEnds;  // layers whose link has ended unseen
     bool everLost = false;
     int settingUp = 0;  // messages under way that set the links up anew
+    uint64_t linkTurns = 0;
 
     uint64_t handled = 0;  // messages, kernel events and timer ticks
 };
@@ -128,6 +129,8 @@ void answered(const vcfg_msg_t& reply);
 
 void post(const Letter& letter, uint64_t delayMs = 0, uint8_t endpoint = VCFG_EID_TARN);
 void checkWrites(const Errand& errand);
+// The thread does to the links what nobody may do meanwhile.
+void doLinkWork();
 
 void furnish();
 // Those that last as long as the daemon.
