@@ -210,6 +210,14 @@ TEST_F(BusModel, OfAnotherOwnerIsRefused) {
     EXPECT_NE(logged().find("belongs to somebody else"), std::string::npos);
 }
 
+// Or what an earlier run of the system has left would be taken for its own.
+TEST_F(BusModel, KnowsWhichRunOfTheSystemItIsOf) {
+    std::string boot;
+    std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot);
+    const std::string kept = store::ownIdentity().boot;
+    EXPECT_EQ(kept.substr(0, kept.find('\n')), boot);
+}
+
 TEST_F(BusModel, OfRootIsTrustedInAnotherUsersDirectory) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "no right to give a directory away";

@@ -14,8 +14,8 @@ struct PutJson {
 
 std::string member(json_object* request, const char* name) {
     json_object* value = nullptr;
-    const bool isThere = json_object_object_get_ex(request, name, &value) && value != nullptr;
-    const char* const text = isThere ? json_object_get_string(value) : nullptr;
+    json_object_object_get_ex(request, name, &value);
+    const char* const text = json_object_get_string(value);
     return text != nullptr ? text : "";
 }
 
