@@ -138,11 +138,13 @@ TEST_F(BusPackets, MessagesOfASenderThatDiesAreStillReceived) {
     EXPECT_EQ("last words", payloadOf(receive()));
 }
 
-TEST_F(BusPackets, MessagesOfOneSenderKeepTheirOrder) {
-    for (int each = 0; each < 100; ++each) {
+// More than a sender's turn takes.
+TEST_F(BusPackets, MessagesOfOneSenderKeepTheirOrderAndNoneIsLeft) {
+    constexpr int kMessages = 200;
+    for (int each = 0; each < kMessages; ++each) {
         ASSERT_EQ(VCFG_DELIVERED, tell(std::to_string(each)));
     }
-    for (int each = 0; each < 100; ++each) {
+    for (int each = 0; each < kMessages; ++each) {
         ASSERT_EQ(std::to_string(each), payloadOf(receive()));
     }
 }

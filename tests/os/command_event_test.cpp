@@ -1,5 +1,7 @@
 // Which event a command is told, on the real system: its thread's own, however many start one in the same instant.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vcfg/recorder.h>
 
 #include <atomic>
@@ -92,6 +94,20 @@ TEST_F(CommandEvent, StatusIsThatOfTheShell) {
     EXPECT_EQ(os::firstLineOf("printf '\\nsecond'", 100), "");
     EXPECT_EQ(os::firstLineOf("true", 100), std::nullopt);
     EXPECT_EQ(os::firstLineOf("echo cut here", 3), "cut");
+}
+
+// A child of somebody else's is nobody's to wait for.
+TEST_F(CommandEvent, OnlyTheCommandItselfIsWaitedFor) {
+    const pid_t other = fork();
+    if (other == 0) {
+        usleep(300'000);
+        _exit(7);
+    }
+    EXPECT_EQ(os::runCommand("exit 3"), 3 << 8);
+    EXPECT_EQ(os::firstLineOf("echo first", 100), "first");
+    int status = 0;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 7 << 8);
 }
 
 }  // namespace
