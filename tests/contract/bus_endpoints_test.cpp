@@ -12,6 +12,7 @@
 #include "client/endpoint.h"
 #include "client/holder.h"
 #include "client/roster.h"
+#include "client/run_dir.h"
 
 namespace {
 
@@ -270,6 +271,16 @@ TEST_F(BusEndpoints, SupersededServerLeavesTheSocketToItsSuccessor) {
         ASSERT_EQ("new:1", payloadOf(ask("1")));
     }
     EXPECT_EQ(std::string::npos, logged().find("made anew"));
+}
+
+TEST_F(BusRights, RunDirectoryIsTheConfiguredOneWithoutItsLastSlashes) {
+    for (const auto& [configured, path] : {std::pair{"", "/run/vcfg"}, std::pair{"/tmp/bus", "/tmp/bus"},
+                                           std::pair{"/tmp/bus//", "/tmp/bus"}, std::pair{"/", "/"}}) {
+        ASSERT_EQ(0, setenv("VCFG_RUN_DIR", configured, 1));
+        EXPECT_EQ(path, vcfg::bus::runDirectory()) << configured;
+    }
+    unsetenv("VCFG_RUN_DIR");
+    EXPECT_EQ("/run/vcfg", vcfg::bus::runDirectory());
 }
 
 TEST_F(BusRights, RunDirectoryOfSomebodyElseIsRefused) {
