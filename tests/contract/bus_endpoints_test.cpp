@@ -264,6 +264,15 @@ TEST_F(BusEndpoints, WhatWasSentToARemovedSocketIsReceived) {
     EXPECT_EQ("later", payloadOf(receive()));
 }
 
+// Its loss is known before the connection is.
+TEST_F(BusEndpoints, WhatWasSentToAMovedSocketIsReceived) {
+    serve(kServer);
+    ASSERT_EQ(0, rename((directory + "/eid-100").c_str(), (directory + "/eid-55").c_str()));
+    BareSocket sender(55);
+    ASSERT_TRUE(sender.send(wireMessage(kTell, 1, 5, "early")));
+    EXPECT_EQ("early", payloadOf(receive()));
+}
+
 TEST_F(BusEndpoints, SupersededServerLeavesTheSocketToItsSuccessor) {
     const Process older(echoServer(kServer, "old:"));
     const Process newer(echoServer(kServer, "new:"));
