@@ -1,10 +1,12 @@
 // What a process reads of the model, whatever becomes of the others.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <thread>
@@ -41,6 +43,20 @@ class BusModel : public BusWorld {
         return static_cast<size_t>(status.st_blocks) / 2;
     }
 };
+
+// Whether this process has the model's file open, and hands it on to no program that it starts.
+bool keepsTheModelToItself() {
+    size_t open = 0;
+    size_t handedOn = 0;
+    for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(file, gone).filename() == "model.mdb") {
+            open += 1;
+            handedOn += (fcntl(std::stoi(file.path().filename()), F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+        }
+    }
+    return open > 0 && handedOn == 0;
+}
 
 unsigned numberOfKills() {
     const char* wanted = getenv("TARN_TEST_KILLS");
@@ -208,6 +224,12 @@ TEST_F(BusModel, OfAnotherOwnerIsRefused) {
     ASSERT_EQ(chown(data().c_str(), 12345, 12345), 0);
     EXPECT_EQ(codeOfRead(), -VCFG_ERR_RIGHTS);
     EXPECT_NE(logged().find("belongs to somebody else"), std::string::npos);
+}
+
+TEST_F(BusModel, IsHandedOnToNoProgram) {
+    const store::Store model = makeModel(directory);
+    EXPECT_TRUE(keepsTheModelToItself());
+    EXPECT_EQ(statusOf(launch([] { return readPair() == 0 && keepsTheModelToItself() ? 0 : 1; })), 0);
 }
 
 // Or what an earlier run of the system has left would be taken for its own.
