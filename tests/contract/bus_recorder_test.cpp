@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vcfg/loop.h>
 #include <vcfg/recorder.h>
 
 #include <algorithm>
@@ -105,6 +106,17 @@ TEST_F(BusRecorder, MessageIsTheEventUntilTheNextIsAskedFor) {
     EXPECT_EQ(event, told(Kind::Step).back().entry.event);
     EXPECT_EQ(7u, told(Kind::Step).back().entry.numbers[0]);
     receive(1);
+    EXPECT_EQ(0u, vcfgEventCurrent());
+}
+
+TEST_F(BusRecorder, MessageIsTheEventInALoopToo) {
+    serve(kServer);
+    tell("hello");
+    vcfg_msg_t* message = nullptr;
+    ASSERT_TRUE(within(kSoon, [&] { return vcfg_msg_serverTryRecv(&message) == VCFG_OK; }));
+    const Message hello(message);
+    EXPECT_NE(0u, vcfgEventCurrent());
+    EXPECT_EQ(VCFG_ERR_TIMEOUT, vcfg_msg_serverTryRecv(&message));
     EXPECT_EQ(0u, vcfgEventCurrent());
 }
 

@@ -54,11 +54,8 @@ Process& process() {
 // While one environment gives way to another there may be none for a moment: the old one serves until then.
 int open(Process& own) {
     const std::string directory = bus::runDirectory();
-    if (own.pool != nullptr) {
-        const store::Files files = store::filesOf(directory);
-        if (files == own.pool->files || !files.exist()) {
-            return VCFG_OK;
-        }
+    if (own.pool != nullptr && store::filesOf(directory) == own.pool->files) {
+        return VCFG_OK;
     }
     auto pool = std::make_shared<ModelPool>();
     std::string why;
