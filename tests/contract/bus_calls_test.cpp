@@ -1,4 +1,8 @@
 // Requests and replies, and what becomes of them when somebody fails.
+#include <signal.h>
+#include <sys/time.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "bus_world.h"
@@ -179,6 +183,44 @@ TEST_F(BusCalls, ReceiverThatNeverReadsIsToldToItsSenderAndCostsNoMemory) {
         EXPECT_EQ(VCFG_ERR_TIMEOUT, tell(std::string(1000, 'x'), kServer, 10)) << "by another connection?";
     }
     EXPECT_LE(server.residentKiB(), before + 512);
+}
+
+// Every millisecond, to whoever waits in the kernel.
+class Alarms {
+  public:
+    Alarms() {
+        struct sigaction noted {};
+        noted.sa_handler = [](int) {};
+        sigaction(SIGALRM, &noted, nullptr);
+        constexpr itimerval kOften{{0, 1000}, {0, 1000}};
+        setitimer(ITIMER_REAL, &kOften, nullptr);
+    }
+    ~Alarms() {
+        constexpr itimerval kNever{};
+        setitimer(ITIMER_REAL, &kNever, nullptr);
+        signal(SIGALRM, SIG_DFL);
+    }
+    Alarms(const Alarms&) = delete;
+    Alarms& operator=(const Alarms&) = delete;
+};
+
+TEST_F(BusCalls, SignalsEndNoWaitForRoomOrForAReply) {
+    const Process server([](const Process::Ready& ready) {
+        vcfg_msg_eidInit(kServer, nullptr);
+        vcfg_msg_serverInit();
+        ready();
+        for (;;) {
+            usleep(100'000);
+            for (int each = 0; each < 200; ++each) {
+                answer(receive(), "reply");
+            }
+        }
+    });
+    const Alarms often;
+    for (int each = 0; each < 1000; ++each) {
+        ASSERT_EQ(VCFG_DELIVERED, tell(std::string(1000, 'x')));
+    }
+    EXPECT_EQ("reply", payloadOf(ask("hello")));
 }
 
 TEST_F(BusCalls, RequesterThatNeverReadsItsRepliesIsCutOffAndDelaysNobody) {
