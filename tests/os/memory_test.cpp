@@ -122,6 +122,11 @@ TEST_F(JsonShortOfMemory, ReadingANumberAsTextEndsTheEventAndNotTheProcess) {
     EXPECT_GT(failEachAllocation([&] { payloads.at(next++).text("a"); }), 0);
 }
 
+TEST(JsonText, OfNothingIsWhole) {
+    EXPECT_EQ(Json::object().toText(), "{}");
+    EXPECT_EQ(Json::parse(R"({"a":{},"b":[],"c":""})").toText(), R"({"a":{},"b":[],"c":""})");
+}
+
 TEST_F(JsonShortOfMemory, IsLoggedWithTheSize) {
     Json request = Json::object();
     testing::internal::CaptureStderr();

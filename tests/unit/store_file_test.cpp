@@ -9,11 +9,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <utility>
 
 #include "refused_calls.h"
+#include "store/json_text.h"
 #include "store/persist.h"
 #include "store_support.h"
 
@@ -63,6 +65,34 @@ class StoreFile : public testing::Test {
     std::string file;
     std::string why;
 };
+
+TEST_F(StoreFile, IsNotReadInPart) {
+    std::ofstream(file) << R"({"DNS.Client":{"Enable":true}})";
+    Store store;
+    if (!whereRefused({SYS_read}, EIO, 1,
+                      [&] { EXPECT_EQ(load(file, What::All, &store, nullptr, &why), VCFG_ERR_INVALID); })) {
+        GTEST_SKIP() << "this kernel refuses nothing on request";
+    }
+    EXPECT_NE(why.find(strerror(EIO)), std::string::npos) << why;
+}
+
+TEST(StoreText, IsThatOfTheJsonLibrary) {
+    for (const char* const document :
+         {R"({"a":[1,[2.5,true],{"b":null}],"c":{"d":"/\u0001\"\\\n\u00e4"}})", "[[7]]", "7", "null"}) {
+        const JsonPtr json(json_tokener_parse(document));
+        for (const int flags : {JSON_C_TO_STRING_PLAIN, JSON_C_TO_STRING_PRETTY, JSON_C_TO_STRING_NOSLASHESCAPE,
+                                JSON_C_TO_STRING_PRETTY | JSON_C_TO_STRING_NOSLASHESCAPE}) {
+            EXPECT_EQ(vcfg::store::textOf(json.get(), flags), json_object_to_json_string_ext(json.get(), flags))
+                << flags;
+        }
+    }
+}
+
+TEST(StoreText, WhatIsEmptyStaysOnItsLine) {
+    const JsonPtr json(json_tokener_parse(R"({"a":{},"b":[]})"));
+    EXPECT_EQ(vcfg::store::textOf(json.get(), JSON_C_TO_STRING_PRETTY), "{\n  \"a\":{},\n  \"b\":[]\n}");
+    EXPECT_EQ(vcfg::store::textOf(json.get()), R"({"a":{},"b":[]})");
+}
 
 }  // namespace
 
