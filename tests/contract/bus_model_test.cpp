@@ -246,7 +246,7 @@ TEST_F(BusModel, OfRootIsTrustedInAnotherUsersDirectory) {
     }
     { store::Store model = makeModel(directory); }
     ASSERT_EQ(chown(directory.c_str(), 12345, 12345), 0);
-    EXPECT_EQ(readPair(), 0);
+    EXPECT_EQ(codeOfRead(), VCFG_OK);
 }
 
 TEST_F(BusModel, ASuccessorsIsNoticed) {

@@ -76,6 +76,16 @@ TEST_F(StoreFile, IsNotReadInPart) {
     EXPECT_NE(why.find(strerror(EIO)), std::string::npos) << why;
 }
 
+TEST_F(StoreFile, IsReadWhateverHasFailedBefore) {
+    Store store;
+    fill(store);
+    ASSERT_EQ(save(file, store, &why), VCFG_OK) << why;
+    Store again;
+    errno = EINTR;
+    EXPECT_EQ(load(file, What::All, &again, nullptr, &why), VCFG_OK) << why;
+    EXPECT_EQ(text(again), text(store));
+}
+
 TEST(StoreText, IsThatOfTheJsonLibrary) {
     for (const char* const document :
          {R"({"a":[1,[2.5,true],{"b":null}],"c":{"d":"/\u0001\"\\\n\u00e4"}})", "[[7]]", "7", "null"}) {
