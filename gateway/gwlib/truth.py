@@ -16,18 +16,19 @@ done
 
 
 def tell(state):
-    """Events for what kernel and model disagree about, until they agree. A link that is just changing has its event already."""
-    before, told, end = {}, {}, time.monotonic() + SECONDS
+    """Events for what kernel and model disagree about, until they agree. A link that is just changing has its event already,
+    and a daemon that begins resets ports, which have no link for a moment: it takes two looks to agree."""
+    before, told, end = None, {}, time.monotonic() + SECONDS
     while True:
         now = _disagreements(state)
-        if not now and not before:
+        if not now and before == {}:
             return
         if time.monotonic() > end:
             for event in now.values():
                 print(f"gw: the data model does not follow the kernel: {event}", file=sys.stderr)
             return
         for name, event in now.items():
-            if before.get(name) == event and time.monotonic() > told.get(name, 0):
+            if (before or {}).get(name) == event and time.monotonic() > told.get(name, 0):
                 inside.run(state, "gw-kernel-event", "--", event)
                 told[name] = time.monotonic() + 3
         before = now
