@@ -44,6 +44,16 @@ def default_route(machine):
     return first
 
 
+def rests(machine, path, device):
+    """Whether all that flaps have left to do there is done: its clients come and go no more, and it has its address."""
+    def now():
+        return machine.get(path), machine.out(f"ip -4 addr show {device}"), client(machine, device)
+    before = now()
+    time.sleep(5)
+    address = next((value for name, value in before[0].items() if name.endswith("IPv4Address.1.IPAddress")), "none")
+    return address in before[1] and now() == before
+
+
 def client(machine, device):
     return machine.out(f"cat /run/udhcpc-{device}.pid").strip()
 
@@ -141,6 +151,7 @@ def test_five_hundred_link_events_a_second_end_in_the_true_state(street):
     second.plug()
     machine.until("IP.Interface.3.Status", "Up")
     machine.until("IP.Interface.3.IPv4Address.*.Status", "Enabled", 60)
+    until(lambda: rests(machine, "IP.Interface.3.", "wan1"), lambda: machine.out("ip -4 addr; journalctl -n 60 --no-pager"), 60)
     assert machine.out("systemctl show -P NRestarts tarn vcmd").split() == ["0", "0"]
 
 

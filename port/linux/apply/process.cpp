@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int kEndAttempts = 500;
+constexpr int kAttemptsOfASignal = 50;
 
 pid_t numberIn(const std::string& pidFile) {
     FILE* const file = pidFile.empty() ? nullptr : fopen(pidFile.c_str(), "re");
@@ -88,8 +89,13 @@ void endProcess(const std::string& pidFile, int signal) {
     if (process == 0) {
         return;
     }
-    tell(process, signal);
-    awaitEnd(process);
+    // Who has only just begun may not hear the first.
+    for (int attempt = 0; attempt < kEndAttempts && isThere(process); ++attempt) {
+        if (attempt % kAttemptsOfASignal == 0) {
+            tell(process, signal);
+        }
+        waitAMoment();
+    }
     if (isThere(process)) {
         kill(process, SIGKILL);
         kill(-process, SIGKILL);
